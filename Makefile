@@ -1,0 +1,42 @@
+# Every target installs what is missing first, so each works on a fresh Debian 12 machine.
+BUILD      ?= build
+ASAN_BUILD ?= build-asan
+JOBS       ?= 2
+
+.PHONY: all deps build build-asan test run bench fuzz format check-format demo clean
+
+all: build
+
+deps:
+	@scripts/install-deps
+
+build: deps
+	@cmake -S . -B $(BUILD) -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+	@cmake --build $(BUILD) -j $(JOBS)
+
+build-asan: deps
+	@cmake -S . -B $(ASAN_BUILD) -G Ninja -DCMAKE_BUILD_TYPE=Debug -DQUORVANE_SANITIZE=ON >/dev/null
+	@cmake --build $(ASAN_BUILD) -j $(JOBS)
+
+# Format check, every test, then every test again under AddressSanitizer and
+# UndefinedBehaviorSanitizer.
+test: deps
+	@scripts/run-tests
+
+demo: build
+	@scripts/make-demo $(BUILD)/demo
+
+run: demo
+	@scripts/run-editor $(BUILD)
+
+bench: build
+	@scripts/run-benchmarks $(BUILD)
+
+format:
+	@git ls-files '*.cpp' '*.h' | xargs clang-format -i
+
+check-format:
+	@scripts/check-format
+
+clean:
+	rm -rf $(BUILD) $(ASAN_BUILD)

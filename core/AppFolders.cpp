@@ -1,0 +1,111 @@
+#include "core/AppFolders.h"
+
+#include <chrono>
+#include <ctime>
+#include <filesystem>
+#include <system_error>
+#include <thread>
+
+#include "core/DiskSpace.h"
+#include "core/Environment.h"
+#include "core/FileHelpers.h"
+#include "core/Numbers.h"
+#include "core/Settings.h"
+#include "platform/ProgramFile.h"
+
+namespace quorvane {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string WithoutTrailingSlash(std::string folder) {
+  if (folder.size() > 1 && folder.back() == '/') folder.pop_back();
+  return folder;
+}
+
+bool AnyFileIn(const std::string& folder) {
+  std::error_code error;
+  for (fs::directory_iterator it(folder, error), end; !error && it != end; it.increment(error)) {
+    if (it->is_regular_file(error)) return true;
+  }
+  return false;
+}
+
+void DeleteFilesIn(const std::string& folder) {
+  std::error_code error;
+  for (fs::directory_iterator it(folder, error), end; !error && it != end; it.increment(error)) {
+    std::error_code ignored;
+    if (it->is_regular_file(ignored)) fs::remove(it->path(), ignored);
+  }
+}
+
+}  // namespace
+
+void InitAppPaths() {
+  std::error_code error;
+  const fs::path temporary = fs::temp_directory_path(error);
+  InitAppPaths(ProgramFolder(), error ? std::string() : temporary.string());
+}
+
+void InitAppPaths(const std::string& appPath, const std::string& systemTempFolder) {
+  Env().AppPath = appPath;
+  std::string temporary = WithoutTrailingSlash(systemTempFolder);
+  if (Trim(temporary).empty() || !FolderExists(temporary) || FileExists(temporary)) {
+    temporary = Env().AppPath;
+  }
+  Env().SystemTempPath = temporary;
+  Env().SettingsFile = SettingsFilePlace(Env().AppPath);
+}
+
+bool InitTempFolder() { return InitTempFolder(SecondsSinceMidnight()); }
+
+bool InitTempFolder(double secondsSinceMidnight) {
+  SettingPut("General", "InstalledPath", Env().AppPath);
+  Env().TempRoot = SettingGet("General", "TmpDir0", Env().SystemTempPath);
+  if (!FolderExists(Env().TempRoot + "/")) Env().TempRoot = Env().SystemTempPath;
+  SettingPut("General", "FreeHardDisk", DecimalText(FreeDiskBytes()));
+  Env().SessionFolder = MakeSessionFolder(secondsSinceMidnight);
+  if (Env().SessionFolder.empty() && Env().TempRoot != Env().SystemTempPath) {
+    // The chosen folder exists but takes no new folder: the system's one still may.
+    Env().TempRoot = Env().SystemTempPath;
+    Env().SessionFolder = MakeSessionFolder(secondsSinceMidnight);
+  }
+  return !Env().SessionFolder.empty();
+}
+
+std::string MakeSessionFolder(double secondsSinceMidnight) {
+  int64_t number = RoundHalfEven64(secondsSinceMidnight);
+  for (int attempts = 0; attempts < 100000; ++attempts) {
+    ++number;
+    const std::string name = Env().TempRoot + "/fm" + DecimalText(number);
+    std::error_code error;
+    if (fs::exists(fs::symlink_status(name, error))) continue;
+    if (fs::create_directory(name, error)) return name;
+    if (!fs::exists(fs::symlink_status(name, error))) return "";  // the folder refuses it
+  }
+  return "";
+}
+
+double SecondsSinceMidnight() {
+  const auto now = std::chrono::system_clock::now();
+  const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
+  std::tm local{};
+  localtime_r(&seconds, &local);
+  const auto fraction = now - std::chrono::system_clock::from_time_t(seconds);
+  return local.tm_hour * 3600.0 + local.tm_min * 60.0 + local.tm_sec +
+         std::chrono::duration<double>(fraction).count();
+}
+
+void RemoveSessionFolder() {
+  const std::string folder = Env().SessionFolder;
+  if (folder.empty()) return;
+  if (AnyFileIn(folder)) {
+    DeleteFilesIn(folder);
+    if (AnyFileIn(folder)) std::this_thread::sleep_for(std::chrono::milliseconds(200));
+  }
+  std::error_code ignored;
+  fs::remove(folder, ignored);  // stays when it still holds files
+}
+
+}  // namespace quorvane

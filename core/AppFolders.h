@@ -1,0 +1,29 @@
+// Start-up and shutdown of the program's folders: where the program lives, the system's
+// temporary folder, and the per-run session folder that holds every temporary audio file.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace quorvane {
+
+// AppPath, SystemTempPath and the place of the settings file.
+void InitAppPaths();
+void InitAppPaths(const std::string& appPath, const std::string& systemTempFolder);
+
+// Writes "InstalledPath" and "FreeHardDisk", chooses TempRoot from "TmpDir0" and makes the
+// session folder. False when no session folder could be made.
+bool InitTempFolder();
+bool InitTempFolder(double secondsSinceMidnight);
+
+// Makes TempRoot + "/fm" + n for the first n after the rounded seconds whose name is free;
+// returns the folder's name, or "" when it could not be made.
+std::string MakeSessionFolder(double secondsSinceMidnight);
+
+// Seconds since local midnight, with fractions.
+double SecondsSinceMidnight();
+
+// Deletes the files of the session folder and the folder itself.
+void RemoveSessionFolder();
+
+}  // namespace quorvane

@@ -1,0 +1,69 @@
+// The project's values and its slide and marker tables, filled from the project file and
+// kept in step with every edit of the timeline.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace quorvane {
+
+inline constexpr int32_t kClickMarker = 1;
+inline constexpr int32_t kAutoMarker = 2;
+
+struct SlideInfo {
+  std::string Title;
+  std::string Track;  // audio file name, relative to TargetFolder
+  int32_t Start = 0;  // position of the slide's first sample
+};
+
+struct MarkerInfo {
+  int32_t Kind = 0;      // kClickMarker or kAutoMarker
+  float Seconds = 0.0F;  // time from the slide's start, filled when the file is written
+  int32_t Position = 0;  // sample position in the document
+  int32_t Slide = 0;     // the slide it belongs to
+};
+
+inline bool SameMarker(const MarkerInfo& a, const MarkerInfo& b) {
+  return a.Kind == b.Kind && a.Position == b.Position && a.Slide == b.Slide;
+}
+
+struct ProjectData {
+  std::string ProjectPath;
+  std::string LamePath;
+  std::string LameSettings;
+  std::string PresentationName;
+  std::string TargetFolder;  // ends in "/" after a successful read
+  int32_t SlideCount = 1;
+  int32_t BaseFrequency = 0;
+  int32_t BaseBits = 0;
+
+  // Indices 0 to SlideCount + 1: 0 unused, 1..SlideCount the slides, then the end entry.
+  std::vector<SlideInfo> Slides;
+  int32_t SlideEntryCount = 2;
+
+  // Indices 1 to MarkerCount; index 0 holds no marker.
+  std::vector<MarkerInfo> Markers;
+  int32_t MarkerCount = 0;
+};
+
+ProjectData& Project();
+
+// Every value as before the project file is read: one slide "New", no markers.
+// `programFolder` is the default target folder.
+void SetProjectDefaults(const std::string& programFolder);
+
+// Appends a marker at index MarkerCount + 1.
+void AddMarker(const MarkerInfo& marker);
+
+// Removes the marker at `index` (1-based); later markers move down.
+void RemoveMarker(int32_t index);
+
+// Orders the markers by ascending position; markers at the same position keep their order.
+void SortMarkers();
+
+// The next entry's Start for n = 1..SlideCount, documentLength + 1 for n = SlideCount + 1,
+// and 0 for any other n.
+int32_t SlideEndPosition(int32_t n, int32_t documentLength);
+
+}  // namespace quorvane

@@ -1,0 +1,22 @@
+// The program's settings file: the user's last choices and values written for other
+// programs, one value at a time.
+#pragma once
+
+#include <string>
+
+namespace quorvane {
+
+inline constexpr const char* kProgramName = "quorvane-audio";
+
+// Where the settings file goes: beside the program when that folder is writable, else
+// under $XDG_CONFIG_HOME (default ~/.config) in a folder of the program's name.
+std::string SettingsFilePlace(const std::string& appPath);
+
+// An empty section means "General", an empty key "END"; at most 99 characters.
+std::string SettingGet(const std::string& section, const std::string& key,
+                       const std::string& defaultValue);
+
+// An empty section means "General". Failures are not reported.
+void SettingPut(const std::string& section, const std::string& key, const std::string& value);
+
+}  // namespace quorvane
