@@ -12,16 +12,23 @@ namespace {
 
 int32_t NumberForErrno(int code) {
   switch (code) {
-    case ENOENT: return kErrorFileNotFound;
+    case ENOENT:
+      return kErrorFileNotFound;
     case ENOSPC:
-    case EDQUOT: return kErrorDiskFull;
+    case EDQUOT:
+      return kErrorDiskFull;
     case EACCES:
     case EPERM:
-    case EROFS: return kErrorPermissionDenied;
-    case EIO: return kErrorDeviceIo;
-    case ENAMETOOLONG: return kErrorBadFileName;
-    case ENOMEM: return kErrorOutOfMemory;
-    default: return kErrorPathFileAccess;
+    case EROFS:
+      return kErrorPermissionDenied;
+    case EIO:
+      return kErrorDeviceIo;
+    case ENAMETOOLONG:
+      return kErrorBadFileName;
+    case ENOMEM:
+      return kErrorOutOfMemory;
+    default:
+      return kErrorPathFileAccess;
   }
 }
 

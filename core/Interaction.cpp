@@ -30,51 +30,86 @@ MessageAnswer DefaultAnswer(const MessageRequest& request) {
   const MessageAnswer* buttons = kOk;
   int count = 1;
   switch (request.buttons) {
-    case MessageButtons::OkOnly: buttons = kOk; count = 1; break;
-    case MessageButtons::OkCancel: buttons = kOkCancel; count = 2; break;
-    case MessageButtons::AbortRetryIgnore: buttons = kAbortRetryIgnore; count = 3; break;
-    case MessageButtons::YesNoCancel: buttons = kYesNoCancel; count = 3; break;
-    case MessageButtons::YesNo: buttons = kYesNo; count = 2; break;
-    case MessageButtons::RetryCancel: buttons = kRetryCancel; count = 2; break;
+    case MessageButtons::OkOnly:
+      buttons = kOk;
+      count = 1;
+      break;
+    case MessageButtons::OkCancel:
+      buttons = kOkCancel;
+      count = 2;
+      break;
+    case MessageButtons::AbortRetryIgnore:
+      buttons = kAbortRetryIgnore;
+      count = 3;
+      break;
+    case MessageButtons::YesNoCancel:
+      buttons = kYesNoCancel;
+      count = 3;
+      break;
+    case MessageButtons::YesNo:
+      buttons = kYesNo;
+      count = 2;
+      break;
+    case MessageButtons::RetryCancel:
+      buttons = kRetryCancel;
+      count = 2;
+      break;
   }
-  const int index = request.defaultButton >= 1 && request.defaultButton <= count
-                        ? request.defaultButton - 1
-                        : 0;
+  const int index =
+      request.defaultButton >= 1 && request.defaultButton <= count ? request.defaultButton - 1 : 0;
   return buttons[index];
 }
 
 const char* AnswerName(MessageAnswer answer) {
   switch (answer) {
-    case MessageAnswer::Ok: return "OK";
-    case MessageAnswer::Cancel: return "Cancel";
-    case MessageAnswer::Abort: return "Abort";
-    case MessageAnswer::Retry: return "Retry";
-    case MessageAnswer::Ignore: return "Ignore";
-    case MessageAnswer::Yes: return "Yes";
-    case MessageAnswer::No: return "No";
+    case MessageAnswer::Ok:
+      return "OK";
+    case MessageAnswer::Cancel:
+      return "Cancel";
+    case MessageAnswer::Abort:
+      return "Abort";
+    case MessageAnswer::Retry:
+      return "Retry";
+    case MessageAnswer::Ignore:
+      return "Ignore";
+    case MessageAnswer::Yes:
+      return "Yes";
+    case MessageAnswer::No:
+      return "No";
   }
   return "OK";
 }
 
 const char* IconName(MessageIcon icon) {
   switch (icon) {
-    case MessageIcon::None: return "None";
-    case MessageIcon::Critical: return "Critical";
-    case MessageIcon::Question: return "Question";
-    case MessageIcon::Exclamation: return "Exclamation";
-    case MessageIcon::Information: return "Information";
+    case MessageIcon::None:
+      return "None";
+    case MessageIcon::Critical:
+      return "Critical";
+    case MessageIcon::Question:
+      return "Question";
+    case MessageIcon::Exclamation:
+      return "Exclamation";
+    case MessageIcon::Information:
+      return "Information";
   }
   return "None";
 }
 
 const char* ButtonsName(MessageButtons buttons) {
   switch (buttons) {
-    case MessageButtons::OkOnly: return "OKOnly";
-    case MessageButtons::OkCancel: return "OKCancel";
-    case MessageButtons::AbortRetryIgnore: return "AbortRetryIgnore";
-    case MessageButtons::YesNoCancel: return "YesNoCancel";
-    case MessageButtons::YesNo: return "YesNo";
-    case MessageButtons::RetryCancel: return "RetryCancel";
+    case MessageButtons::OkOnly:
+      return "OKOnly";
+    case MessageButtons::OkCancel:
+      return "OKCancel";
+    case MessageButtons::AbortRetryIgnore:
+      return "AbortRetryIgnore";
+    case MessageButtons::YesNoCancel:
+      return "YesNoCancel";
+    case MessageButtons::YesNo:
+      return "YesNo";
+    case MessageButtons::RetryCancel:
+      return "RetryCancel";
   }
   return "OKOnly";
 }

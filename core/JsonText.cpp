@@ -14,10 +14,14 @@ size_t Utf8SequenceLength(std::string_view text, size_t i) {
   uint32_t minimum = 0;
   uint32_t code = 0;
   if (lead < 0x80) return 1;
-  if ((lead & 0xE0) == 0xC0) length = 2, minimum = 0x80, code = lead & 0x1F;
-  else if ((lead & 0xF0) == 0xE0) length = 3, minimum = 0x800, code = lead & 0x0F;
-  else if ((lead & 0xF8) == 0xF0) length = 4, minimum = 0x10000, code = lead & 0x07;
-  else return 0;
+  if ((lead & 0xE0) == 0xC0)
+    length = 2, minimum = 0x80, code = lead & 0x1F;
+  else if ((lead & 0xF0) == 0xE0)
+    length = 3, minimum = 0x800, code = lead & 0x0F;
+  else if ((lead & 0xF8) == 0xF0)
+    length = 4, minimum = 0x10000, code = lead & 0x07;
+  else
+    return 0;
   if (i + length > text.size()) return 0;
   for (size_t k = 1; k < length; ++k) {
     if ((byte(i + k) & 0xC0) != 0x80) return 0;
@@ -36,12 +40,28 @@ std::string JsonString(std::string_view text) {
   for (size_t i = 0; i < text.size();) {
     const unsigned char c = static_cast<unsigned char>(text[i]);
     switch (c) {
-      case '"': out += "\\\""; ++i; continue;
-      case '\\': out += "\\\\"; ++i; continue;
-      case '\n': out += "\\n"; ++i; continue;
-      case '\r': out += "\\r"; ++i; continue;
-      case '\t': out += "\\t"; ++i; continue;
-      default: break;
+      case '"':
+        out += "\\\"";
+        ++i;
+        continue;
+      case '\\':
+        out += "\\\\";
+        ++i;
+        continue;
+      case '\n':
+        out += "\\n";
+        ++i;
+        continue;
+      case '\r':
+        out += "\\r";
+        ++i;
+        continue;
+      case '\t':
+        out += "\\t";
+        ++i;
+        continue;
+      default:
+        break;
     }
     if (c < 0x20) {
       char buffer[8];

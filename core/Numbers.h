@@ -18,10 +18,10 @@ int32_t RoundHalfEven(double value);
 int64_t RoundHalfEven64(double value);
 
 // Text formats, with a point as the decimal separator and half-to-even rounding:
-std::string FormatOneToThreeDecimals(double value);  // "0.0##": 3 -> "3.0", 1.23456 -> "1.235"
-std::string FormatThreeDecimals(double value);       // "0.000"
-std::string FormatOneDecimal(double value);          // "0.0"
-std::string FormatTwoDigits(int64_t value);          // "00"
+std::string FormatOneToThreeDecimals(double value);    // "0.0##": 3 -> "3.0", 1.23456 -> "1.235"
+std::string FormatThreeDecimals(double value);         // "0.000"
+std::string FormatOneDecimal(double value);            // "0.0"
+std::string FormatTwoDigits(int64_t value);            // "00"
 std::string FormatTwoDigitsTwoDecimals(double value);  // "00.00"
 
 // Decimal text of an integer, without blanks (section names, counters).

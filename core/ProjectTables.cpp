@@ -19,9 +19,8 @@ void SetProjectDefaults(const std::string& programFolder) {
   if (project.LamePath.empty()) project.LamePath = "/usr/bin/lame";
   project.LameSettings = "";
   project.PresentationName = "New Presentation";
-  project.TargetFolder = programFolder.empty() || programFolder.back() == '/'
-                             ? programFolder
-                             : programFolder + "/";
+  project.TargetFolder =
+      programFolder.empty() || programFolder.back() == '/' ? programFolder : programFolder + "/";
   project.SlideCount = 1;
   project.SlideEntryCount = 2;
   project.Slides.assign(3, SlideInfo{});

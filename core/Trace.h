@@ -54,7 +54,7 @@ inline void Append(std::vector<std::string>& parts, bool value) {
 }
 
 template <typename Number>
-  requires std::is_arithmetic_v<Number>
+requires std::is_arithmetic_v<Number>
 void Append(std::vector<std::string>& parts, Number value) {
   char buffer[64];
   const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);

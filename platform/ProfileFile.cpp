@@ -46,8 +46,8 @@ std::optional<std::string> ReadWhole(const std::string& file) {
 ParsedFile Parse(const std::string& content) {
   ParsedFile parsed;
   const size_t firstNewline = content.find('\n');
-  parsed.crlf = firstNewline != std::string::npos && firstNewline > 0 &&
-                content[firstNewline - 1] == '\r';
+  parsed.crlf =
+      firstNewline != std::string::npos && firstNewline > 0 && content[firstNewline - 1] == '\r';
   size_t start = 0;
   while (start < content.size()) {
     size_t end = content.find('\n', start);
@@ -159,8 +159,8 @@ ProfileRead GetProfileString(const std::string& file, const std::string& section
   return result;
 }
 
-bool WriteProfileString(const std::string& file, const std::string& section,
-                        const std::string& key, const std::string& value) {
+bool WriteProfileString(const std::string& file, const std::string& section, const std::string& key,
+                        const std::string& value) {
   const auto content = ReadWhole(file);
   ParsedFile parsed = content ? Parse(*content) : ParsedFile{};
   const std::string keyLine = key + "=" + value;

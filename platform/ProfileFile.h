@@ -24,7 +24,7 @@ ProfileRead GetProfileString(const std::string& file, const std::string& section
 // Writes section/key = value: replaces the first matching key in place, or appends the
 // key at the end of its section, or appends the section at the end of the file, creating
 // the file when needed. Returns false when the file could not be written.
-bool WriteProfileString(const std::string& file, const std::string& section,
-                        const std::string& key, const std::string& value);
+bool WriteProfileString(const std::string& file, const std::string& section, const std::string& key,
+                        const std::string& value);
 
 }  // namespace quorvane

@@ -1,0 +1,205 @@
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <limits>
+
+#include "core/AppFolders.h"
+#include "core/DiskSpace.h"
+#include "core/Environment.h"
+#include "core/FileHelpers.h"
+#include "core/MemoryBudget.h"
+#include "core/Settings.h"
+#include "tests/support/RecordingInteraction.h"
+#include "tests/support/TempFolder.h"
+
+namespace quorvane {
+namespace {
+
+namespace fs = std::filesystem;
+
+// Each case runs with the program folder and the system temporary folder in a fresh
+// folder of its own, so settings and session folders never leak between cases.
+class EnvironmentTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ResetEnvironment();
+    fs::create_directory(root.File("app"));
+    fs::create_directory(root.File("tmp"));
+    InitAppPaths(root.File("app"), root.File("tmp") + "/");
+  }
+  void TearDown() override { ResetEnvironment(); }
+
+  testing::TempFolder root;
+};
+
+TEST_F(EnvironmentTest, AppPathsUseTheTemporaryFolderWithoutItsTrailingSlash) {
+  EXPECT_EQ(Env().AppPath, root.File("app"));
+  EXPECT_EQ(Env().SystemTempPath, root.File("tmp"));
+  EXPECT_EQ(Env().SettingsFile, root.File("app") + "/quorvane-audio.ini");
+}
+
+TEST_F(EnvironmentTest, AnUnusableTemporaryFolderFallsBackToTheProgramFolder) {
+  InitAppPaths(root.File("app"), root.File("missing"));
+  EXPECT_EQ(Env().SystemTempPath, root.File("app"));
+  InitAppPaths(root.File("app"), root.Write("plainfile", "x"));
+  EXPECT_EQ(Env().SystemTempPath, root.File("app"));
+  InitAppPaths(root.File("app"), "   ");
+  EXPECT_EQ(Env().SystemTempPath, root.File("app"));
+}
+
+TEST_F(EnvironmentTest, SettingsFileMovesToTheUserConfigFolderWhenTheProgramFolderIsUnusable) {
+  const char* saved = std::getenv("XDG_CONFIG_HOME");
+  const std::string savedValue = saved ? saved : "";
+  setenv("XDG_CONFIG_HOME", root.File("config").c_str(), 1);
+  EXPECT_EQ(SettingsFilePlace(root.File("no-such-folder")),
+            root.File("config") + "/quorvane-audio/quorvane-audio.ini");
+  EXPECT_TRUE(fs::is_directory(root.File("config") + "/quorvane-audio"));
+  if (saved)
+    setenv("XDG_CONFIG_HOME", savedValue.c_str(), 1);
+  else
+    unsetenv("XDG_CONFIG_HOME");
+}
+
+TEST_F(EnvironmentTest, SettingsRoundTripWithTheirDefaults) {
+  EXPECT_EQ(SettingGet("Setting", "LoopOn", "0"), "0");
+  SettingPut("Setting", "LoopOn", "1");
+  EXPECT_EQ(SettingGet("setting", "loopon", "0"), "1");
+  SettingPut("", "SilceDur", "4");  // empty section is "General"
+  EXPECT_EQ(SettingGet("General", "SilceDur", "1"), "4");
+  SettingPut("General", "END", "last");
+  EXPECT_EQ(SettingGet("", "", "x"), "last");  // empty key is "END"
+  SettingPut("General", "Long", std::string(150, 'v'));
+  EXPECT_EQ(SettingGet("General", "Long", ""), std::string(99, 'v'));
+}
+
+TEST_F(EnvironmentTest, SettingsWithoutAFileGiveDefaultsAndWritesFailQuietly) {
+  Env().SettingsFile = root.File("missing-folder") + "/quorvane-audio.ini";
+  SettingPut("General", "ChangeVol", "80");
+  EXPECT_EQ(SettingGet("General", "ChangeVol", "150"), "150");
+}
+
+TEST_F(EnvironmentTest, TempFolderComesFromTheSettingOrFallsBack) {
+  ASSERT_TRUE(InitTempFolder(100.0));
+  EXPECT_EQ(Env().TempRoot, root.File("tmp"));
+  EXPECT_EQ(Env().SessionFolder, root.File("tmp") + "/fm101");
+  EXPECT_EQ(SettingGet("General", "InstalledPath", ""), root.File("app"));
+  EXPECT_GT(std::stoll(SettingGet("General", "FreeHardDisk", "0")), 0);
+
+  SettingPut("General", "TmpDir0", root.File("gone"));
+  ASSERT_TRUE(InitTempFolder(200.0));
+  EXPECT_EQ(Env().TempRoot, root.File("tmp"));
+
+  SettingPut("General", "TmpDir0", root.Write("afile", ""));
+  ASSERT_TRUE(InitTempFolder(300.0));
+  EXPECT_EQ(Env().TempRoot, root.File("tmp"));
+
+  fs::create_directory(root.File("chosen"));
+  SettingPut("General", "TmpDir0", root.File("chosen"));
+  ASSERT_TRUE(InitTempFolder(400.0));
+  EXPECT_EQ(Env().SessionFolder, root.File("chosen") + "/fm401");
+}
+
+TEST_F(EnvironmentTest, SessionFolderSkipsNamesThatAreTaken) {
+  Env().TempRoot = root.File("tmp");
+  fs::create_directory(root.File("tmp/fm45001"));
+  root.Write("tmp/fm45002", "a file, not a folder");
+  EXPECT_EQ(MakeSessionFolder(45000.0), root.File("tmp/fm45003"));
+  EXPECT_TRUE(fs::is_directory(root.File("tmp/fm45003")));
+  EXPECT_EQ(MakeSessionFolder(10.5), root.File("tmp/fm11"));  // 10.5 rounds to 10
+  Env().TempRoot = root.File("not-there");
+  EXPECT_EQ(MakeSessionFolder(1.0), "");
+}
+
+TEST_F(EnvironmentTest, TemporaryNamesCountUpAndSkipExistingFiles) {
+  ASSERT_TRUE(InitTempFolder(500.0));
+  const std::string folder = Env().SessionFolder;
+  EXPECT_EQ(NewTempFileName("wav"), folder + "/tm1.wav");
+  EXPECT_EQ(NewTempFileName("wav"), folder + "/tm2.wav");
+  root.Write("tmp/fm501/tm3.wav", "");
+  EXPECT_EQ(NewTempFileName("wav"), folder + "/tm4.wav");
+  EXPECT_EQ(NewTempFileName(""), folder + "/tm5.tmp");
+}
+
+TEST_F(EnvironmentTest, RemovingTheSessionFolderDeletesItsFiles) {
+  ASSERT_TRUE(InitTempFolder(600.0));
+  const std::string folder = Env().SessionFolder;
+  root.Write("tmp/fm601/tm1.tmp", "1234");
+  root.Write("tmp/fm601/tm2.wav", "5678");
+  RemoveSessionFolder();
+  EXPECT_FALSE(fs::exists(folder));
+
+  ASSERT_TRUE(InitTempFolder(700.0));
+  fs::create_directory(Env().SessionFolder + "/inner");  // not ours: the folder stays
+  root.Write("tmp/fm701/tm1.tmp", "1234");
+  RemoveSessionFolder();
+  EXPECT_TRUE(fs::exists(Env().SessionFolder + "/inner"));
+  EXPECT_FALSE(fs::exists(Env().SessionFolder + "/tm1.tmp"));
+}
+
+TEST_F(EnvironmentTest, FileHelpersSeeOnlyFiles) {
+  const std::string file = root.Write("a.wav", "x");
+  EXPECT_TRUE(FileExists(file));
+  EXPECT_FALSE(FileExists(root.File("tmp")));
+  EXPECT_FALSE(FileExists("   "));
+  EXPECT_FALSE(FileExists(root.File("b.wav")));
+  EXPECT_TRUE(DeleteFileIfExists(file));
+  EXPECT_FALSE(FileExists(file));
+  EXPECT_TRUE(DeleteFileIfExists(file));
+  EXPECT_TRUE(DeleteFileIfExists(""));
+  EXPECT_TRUE(FolderExists(root.File("tmp") + "/"));
+}
+
+TEST_F(EnvironmentTest, FreeDiskCheckReportsLowSpace) {
+  testing::RecordingInteraction recorder;
+  Env().TempRoot = root.File("tmp");
+  const int64_t free = FreeDiskBytes();
+  ASSERT_GT(free, 0);
+  EXPECT_TRUE(CheckFreeDisk(0));
+  EXPECT_TRUE(recorder.messages.empty());
+  EXPECT_FALSE(CheckFreeDisk(std::numeric_limits<int64_t>::max()));
+  ASSERT_EQ(recorder.messages.size(), 1u);
+  EXPECT_EQ(recorder.messages[0].text, "Free disk space for this is low.");
+  EXPECT_EQ(recorder.messages[0].caption, "Timeline Audio Editor");
+  EXPECT_EQ(recorder.messages[0].icon, MessageIcon::Exclamation);
+  EXPECT_EQ(recorder.messages[0].buttons, MessageButtons::OkOnly);
+
+  Env().TempRoot = root.File("vanished");
+  EXPECT_EQ(FreeDiskBytes(), 0);
+  EXPECT_FALSE(CheckFreeDisk(0));
+}
+
+TEST(MemoryBudget, FollowsTheShareOfPhysicalMemory) {
+  EXPECT_EQ(MemoryBudgetFor(268'435'456), 67'108'864);
+  EXPECT_EQ(MemoryBudgetFor(134'217'728), 44'291'850);
+  EXPECT_EQ(MemoryBudgetFor(16'777'216), 11'072'963);
+  EXPECT_EQ(MemoryBudgetFor(8'388'608), 10'000'000);
+  EXPECT_EQ(MemoryBudgetFor(50'000'000), 25'000'000);
+  EXPECT_EQ(MemoryBudgetFor(24ULL << 30), 67'108'864);
+  EXPECT_EQ(MemoryBudgetFor(0), 10'000'000);
+}
+
+TEST_F(EnvironmentTest, MemoryBudgetIsWrittenForOtherPrograms) {
+  InitMemoryBudget(MemoryStatus{134'217'728, 33'554'432});
+  EXPECT_EQ(Env().MemoryBudget, 44'291'850);
+  EXPECT_EQ(SettingGet("General", "PhyMemorySz", ""), "134217728");
+  EXPECT_EQ(SettingGet("General", "PhyMemoryLoad", ""), "75");
+
+  InitMemoryBudget(QueryMemoryStatus(root.File("no-meminfo")));
+  EXPECT_EQ(Env().MemoryBudget, 10'000'000);
+  EXPECT_EQ(SettingGet("General", "PhyMemorySz", ""), "0");
+  EXPECT_EQ(SettingGet("General", "PhyMemoryLoad", ""), "0");
+}
+
+TEST(MemoryStatus, ReadsTotalAndAvailableFromMeminfo) {
+  testing::TempFolder folder;
+  const std::string file = folder.Write(
+      "meminfo", "MemTotal:       1000 kB\nMemFree:  10 kB\nMemAvailable:    250 kB\ngarbage\n");
+  const MemoryStatus status = QueryMemoryStatus(file);
+  EXPECT_EQ(status.totalBytes, 1'024'000u);
+  EXPECT_EQ(status.availableBytes, 256'000u);
+  EXPECT_EQ(MemoryLoadPercent(status), 75);
+}
+
+}  // namespace
+}  // namespace quorvane

@@ -1,0 +1,78 @@
+#include "core/Interaction.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "core/BatchInteraction.h"
+#include "core/JsonText.h"
+#include "tests/support/RecordingInteraction.h"
+
+namespace quorvane {
+namespace {
+
+TEST(DefaultAnswer, IsTheButtonAtTheDefaultIndex) {
+  MessageRequest request;
+  request.buttons = MessageButtons::YesNoCancel;
+  EXPECT_EQ(DefaultAnswer(request), MessageAnswer::Yes);
+  request.defaultButton = 2;
+  EXPECT_EQ(DefaultAnswer(request), MessageAnswer::No);
+  request.defaultButton = 3;
+  EXPECT_EQ(DefaultAnswer(request), MessageAnswer::Cancel);
+  request.defaultButton = 4;  // no fourth button: the first one
+  EXPECT_EQ(DefaultAnswer(request), MessageAnswer::Yes);
+  request.buttons = MessageButtons::OkOnly;
+  request.defaultButton = 2;
+  EXPECT_EQ(DefaultAnswer(request), MessageAnswer::Ok);
+  request.buttons = MessageButtons::RetryCancel;
+  EXPECT_EQ(DefaultAnswer(request), MessageAnswer::Cancel);
+}
+
+TEST(BatchInteraction, WritesOneJsonObjectPerMessageAndTakesTheDefault) {
+  std::ostringstream out;
+  BatchInteraction batch(out);
+  MessageRequest request{"Save changes?\r\nSlide \"1\"", "Timeline Audio Editor",
+                         MessageIcon::Question, MessageButtons::YesNoCancel, 2};
+  EXPECT_EQ(batch.MsgBox(request), MessageAnswer::No);
+  batch.Message("File not found", MessageIcon::Critical, "Open Wave Error");
+  EXPECT_EQ(out.str(),
+            "{\"caption\":\"Timeline Audio Editor\",\"text\":\"Save changes?\\r\\nSlide "
+            "\\\"1\\\"\",\"icon\":\"Question\",\"buttons\":\"YesNoCancel\",\"answer\":\"No\"}\n"
+            "{\"caption\":\"Open Wave Error\",\"text\":\"File not found\",\"icon\":\"Critical\","
+            "\"buttons\":\"OKOnly\",\"answer\":\"OK\"}\n");
+}
+
+TEST(BatchInteraction, InputBoxesTakeTheirDefaultText) {
+  std::ostringstream out;
+  BatchInteraction batch(out);
+  EXPECT_EQ(batch.InputBox("Seconds of silence", "Insert Silence", "1"), "1");
+  EXPECT_NE(out.str().find("\"answer\":\"1\""), std::string::npos);
+}
+
+TEST(JsonString, EscapesControlCharactersAndReplacesBrokenUtf8) {
+  EXPECT_EQ(JsonString("a\\b\t\x01"), "\"a\\\\b\\t\\u0001\"");
+  EXPECT_EQ(JsonString("caf\xC3\xA9"), "\"caf\xC3\xA9\"");
+  EXPECT_EQ(JsonString("bad\xE9!"), "\"bad\xEF\xBF\xBD!\"");
+  EXPECT_EQ(JsonString("\xF0\x9F\x8E\xB5"), "\"\xF0\x9F\x8E\xB5\"");
+  EXPECT_EQ(JsonString("\xED\xA0\x80"), "\"\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD\"");  // surrogate
+}
+
+TEST(UserInterface, IsTheInstalledInteractionWhileItLives) {
+  {
+    testing::RecordingInteraction recorder;
+    recorder.Answer(MessageAnswer::Retry);
+    EXPECT_EQ(&UserInterface(), &recorder);
+    EXPECT_EQ(
+        UserInterface().MsgBox({"x", kAppTitle, MessageIcon::None, MessageButtons::RetryCancel, 2}),
+        MessageAnswer::Retry);
+    {
+      BusyPointer busy;
+      EXPECT_EQ(recorder.busyDepth, 1);
+    }
+    EXPECT_EQ(recorder.busyDepth, 0);
+  }
+  EXPECT_NE(dynamic_cast<BatchInteraction*>(&UserInterface()), nullptr);
+}
+
+}  // namespace
+}  // namespace quorvane

@@ -1,0 +1,109 @@
+#include "core/ProjectTables.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+#include "core/HostFlag.h"
+#include "core/ProjectIni.h"
+#include "tests/support/TempFolder.h"
+
+namespace quorvane {
+namespace {
+
+MarkerInfo Marker(int32_t kind, int32_t position, int32_t slide) {
+  MarkerInfo marker;
+  marker.Kind = kind;
+  marker.Position = position;
+  marker.Slide = slide;
+  return marker;
+}
+
+TEST(ProjectTables, DefaultsBeforeReadingHoldOneSlideNamedNew) {
+  SetProjectDefaults("/opt/quorvane");
+  const ProjectData& project = Project();
+  EXPECT_EQ(project.SlideCount, 1);
+  EXPECT_EQ(project.SlideEntryCount, 2);
+  ASSERT_EQ(project.Slides.size(), 3u);
+  EXPECT_EQ(project.Slides[1].Title, "New");
+  EXPECT_EQ(project.Slides[1].Track, "New");
+  EXPECT_EQ(project.MarkerCount, 0);
+  EXPECT_EQ(project.PresentationName, "New Presentation");
+  EXPECT_EQ(project.TargetFolder, "/opt/quorvane/");
+  EXPECT_EQ(project.BaseFrequency, 0);
+  EXPECT_FALSE(project.LamePath.empty());
+}
+
+TEST(ProjectTables, SortingKeepsMarkersAtEqualPositionsInTheirOrder) {
+  SetProjectDefaults("/");
+  AddMarker(Marker(kAutoMarker, 300, 1));
+  AddMarker(Marker(kClickMarker, 100, 1));
+  AddMarker(Marker(kAutoMarker, 100, 2));
+  AddMarker(Marker(kClickMarker, 50, 1));
+  AddMarker(Marker(kClickMarker, 100, 3));
+  SortMarkers();
+  const auto& markers = Project().Markers;
+  ASSERT_EQ(Project().MarkerCount, 5);
+  EXPECT_EQ(markers[1].Position, 50);
+  EXPECT_EQ(markers[2].Slide, 1);
+  EXPECT_EQ(markers[3].Slide, 2);
+  EXPECT_EQ(markers[4].Slide, 3);
+  EXPECT_EQ(markers[5].Position, 300);
+
+  RemoveMarker(2);
+  EXPECT_EQ(Project().MarkerCount, 4);
+  EXPECT_EQ(Project().Markers[2].Slide, 2);
+  RemoveMarker(9);  // no such marker
+  EXPECT_EQ(Project().MarkerCount, 4);
+}
+
+TEST(ProjectTables, SlideEndPositionIsTheNextEntrysStart) {
+  SetProjectDefaults("/");
+  ProjectData& project = Project();
+  project.SlideCount = 2;
+  project.SlideEntryCount = 3;
+  project.Slides.resize(4);
+  project.Slides[1].Start = 1;
+  project.Slides[2].Start = 1001;
+  project.Slides[3].Start = 2501;
+  EXPECT_EQ(SlideEndPosition(1, 2500), 1001);
+  EXPECT_EQ(SlideEndPosition(2, 2500), 2501);
+  EXPECT_EQ(SlideEndPosition(3, 2500), 2501);
+  EXPECT_EQ(SlideEndPosition(0, 2500), 0);
+  EXPECT_EQ(SlideEndPosition(4, 2500), 0);
+}
+
+TEST(ProjectIni, LongValuesAreReadWholeUpTo1999Characters) {
+  testing::TempFolder folder;
+  const std::string file = folder.File("project.ini");
+  const std::string track(60, 't');
+  ProjectIniPut("1", "SlideTrack", track, file);
+  EXPECT_EQ(ProjectIniGet("1", "SlideTrack", "", file), track);
+  ProjectIniPut("1", "Exact49", std::string(49, 'e'), file);
+  EXPECT_EQ(ProjectIniGet("1", "Exact49", "", file), std::string(49, 'e'));
+  ProjectIniPut("1", "Huge", std::string(2500, 'h'), file);
+  EXPECT_EQ(ProjectIniGet("1", "Huge", "", file), std::string(1999, 'h'));
+  EXPECT_EQ(ProjectIniGet("9", "SlideTrack", "Track9.mp3", file), "Track9.mp3");
+  ProjectIniPut("", "Loose", "v", file);
+  EXPECT_EQ(ProjectIniGet("General", "Loose", "", file), "v");
+}
+
+TEST(HostFlag, IsWrittenToThePerUserSettingsOfTheAddIn) {
+  testing::TempFolder folder;
+  const char* saved = std::getenv("XDG_CONFIG_HOME");
+  const std::string savedValue = saved ? saved : "";
+  setenv("XDG_CONFIG_HOME", folder.Path().c_str(), 1);
+  EXPECT_EQ(HostFlagFile(), folder.Path() + "/VB and VBA Program Settings/Quorvane Stagora.conf");
+  EXPECT_EQ(GetHostFlag(), "");
+  EXPECT_TRUE(SetHostFlag("1"));
+  EXPECT_EQ(GetHostFlag(), "1");
+  EXPECT_EQ(folder.Read("VB and VBA Program Settings/Quorvane Stagora.conf"),
+            "[Dynamic]\nTAEState=1\n");
+  if (saved)
+    setenv("XDG_CONFIG_HOME", savedValue.c_str(), 1);
+  else
+    unsetenv("XDG_CONFIG_HOME");
+}
+
+}  // namespace
+}  // namespace quorvane

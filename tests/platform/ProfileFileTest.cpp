@@ -1,0 +1,130 @@
+#include "platform/ProfileFile.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/support/TempFolder.h"
+
+namespace quorvane {
+namespace {
+
+std::string Get(const std::string& file, const std::string& section, const std::string& key,
+                size_t size = 2000) {
+  return GetProfileString(file, section, key, "<default>", size).value;
+}
+
+TEST(ProfileFileRead, MatchesNamesWithoutCaseAndCleansValues) {
+  testing::TempFolder folder;
+  const std::string file = folder.Write("p.ini",
+                                        "; a comment\n"
+                                        "[Project]\n"
+                                        "TargetFolder =  /data/tracks  \n"
+                                        "Quoted=\"  spaced  \"\n"
+                                        "Single='one'\n"
+                                        "Half=\"open\n"
+                                        "Empty=\n"
+                                        "  [ Slide One ]  \n"
+                                        "a=b=c\n");
+  EXPECT_EQ(Get(file, "project", "TARGETFOLDER"), "/data/tracks");
+  EXPECT_EQ(Get(file, "Project", "Quoted"), "  spaced  ");
+  EXPECT_EQ(Get(file, "Project", "Single"), "one");
+  EXPECT_EQ(Get(file, "Project", "Half"), "\"open");
+  EXPECT_EQ(Get(file, "Project", "Empty"), "");
+  EXPECT_EQ(Get(file, "slide one", "a"), "b=c");
+  EXPECT_EQ(Get(file, "Project", "Missing"), "<default>");
+  EXPECT_EQ(Get(file, "Nowhere", "a"), "<default>");
+  EXPECT_EQ(Get(folder.File("absent.ini"), "Project", "a"), "<default>");
+}
+
+TEST(ProfileFileRead, FirstSectionAndKeyWinAndGarbageIsIgnored) {
+  testing::TempFolder folder;
+  const std::string file = folder.Write("p.ini",
+                                        "garbage line without equals\r\n"
+                                        "[1]\r\n"
+                                        "Duration=1.5\r\n"
+                                        "Duration=9\r\n"
+                                        "[broken\r\n"
+                                        "[1]\r\n"
+                                        "Duration=7\r\n"
+                                        "Other=x\r\n"
+                                        "\xff\xfe=\xe9t\xe9\r\n");
+  EXPECT_EQ(Get(file, "1", "Duration"), "1.5");
+  EXPECT_EQ(Get(file, "1", "Other"), "<default>");  // only the first [1] is searched
+  EXPECT_EQ(Get(file, "broken", "Duration"), "<default>");
+}
+
+TEST(ProfileFileRead, TheBufferSizeLimitsTheValue) {
+  testing::TempFolder folder;
+  const std::string file = folder.Write("p.ini", "[S]\nk=" + std::string(120, 'x') + "\n");
+  ProfileRead read = GetProfileString(file, "S", "k", "", 50);
+  EXPECT_EQ(read.copied, 49u);
+  EXPECT_EQ(read.value, std::string(49, 'x'));
+  read = GetProfileString(file, "S", "k", "", 2000);
+  EXPECT_EQ(read.copied, 120u);
+  EXPECT_EQ(GetProfileString(file, "S", "missing", "defaultvalue", 5).value, "defa");
+  EXPECT_EQ(GetProfileString(file, "S", "k", "", 0).copied, 0u);
+}
+
+TEST(ProfileFileWrite, ChangesOnlyTheLineItConcerns) {
+  testing::TempFolder folder;
+  const std::string file = folder.Write("p.ini",
+                                        "; keep me\n"
+                                        "[Project]\n"
+                                        "SlideCount=2\n"
+                                        "\n"
+                                        "[1]\n"
+                                        "SlideTitle=Intro\n"
+                                        "duration=1.0\n"
+                                        "Unknown=keep\n"
+                                        "\n"
+                                        "[2]\n"
+                                        "SlideTitle=End\n");
+  ASSERT_TRUE(WriteProfileString(file, "1", "Duration", "2.5"));
+  ASSERT_TRUE(WriteProfileString(file, "1", "ClickMarkerTimes", "0.5,1.0"));
+  ASSERT_TRUE(WriteProfileString(file, "2", "Duration", "3.0"));
+  ASSERT_TRUE(WriteProfileString(file, "3", "SlideTrack", "c.wav"));
+  EXPECT_EQ(folder.Read("p.ini"),
+            "; keep me\n"
+            "[Project]\n"
+            "SlideCount=2\n"
+            "\n"
+            "[1]\n"
+            "SlideTitle=Intro\n"
+            "Duration=2.5\n"
+            "Unknown=keep\n"
+            "ClickMarkerTimes=0.5,1.0\n"
+            "\n"
+            "[2]\n"
+            "SlideTitle=End\n"
+            "Duration=3.0\n"
+            "[3]\n"
+            "SlideTrack=c.wav\n");
+}
+
+TEST(ProfileFileWrite, KeepsCrLfEndingsAndCreatesMissingFiles) {
+  testing::TempFolder folder;
+  const std::string file = folder.Write("p.ini", "[A]\r\nx=1\r\n");
+  ASSERT_TRUE(WriteProfileString(file, "A", "y", "2"));
+  EXPECT_EQ(folder.Read("p.ini"), "[A]\r\nx=1\r\ny=2\r\n");
+  EXPECT_EQ(Get(file, "A", "y"), "2");
+
+  const std::string fresh = folder.File("new.ini");
+  ASSERT_TRUE(WriteProfileString(fresh, "General", "InstalledPath", "/opt/q"));
+  EXPECT_EQ(folder.Read("new.ini"), "[General]\nInstalledPath=/opt/q\n");
+
+  const std::string noNewline = folder.Write("n.ini", "[A]\nx=1");
+  ASSERT_TRUE(WriteProfileString(noNewline, "A", "x", "5"));
+  EXPECT_EQ(folder.Read("n.ini"), "[A]\nx=5\n");
+
+  EXPECT_FALSE(WriteProfileString(folder.File("no/such/folder.ini"), "A", "x", "1"));
+}
+
+TEST(ProfileFileWrite, LongValuesAndForeignBytesSurviveARoundTrip) {
+  testing::TempFolder folder;
+  const std::string file = folder.File("p.ini");
+  const std::string value = std::string(3000, 'v') + "\xe9\xff";
+  ASSERT_TRUE(WriteProfileString(file, "S", "k", value));
+  EXPECT_EQ(GetProfileString(file, "S", "k", "", 4000).value, value);
+}
+
+}  // namespace
+}  // namespace quorvane
