@@ -1,0 +1,89 @@
+#include "platform/ProcessRunner.h"
+
+#include <poll.h>
+#include <spawn.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <thread>
+
+extern char** environ;
+
+namespace quorvane {
+
+namespace {
+
+// A descriptor that becomes readable when the child ends, so a wait can return at once
+// instead of sleeping out its whole interval; -1 where the kernel has none.
+int OpenProcessDescriptor(pid_t pid) {
+#ifdef SYS_pidfd_open
+  return static_cast<int>(::syscall(SYS_pidfd_open, pid, 0));
+#else
+  (void)pid;
+  return -1;
+#endif
+}
+
+// True once the child has ended (and is reaped).
+bool Reaped(pid_t pid) {
+  int status = 0;
+  pid_t result = 0;
+  do {
+    result = ::waitpid(pid, &status, WNOHANG);
+  } while (result < 0 && errno == EINTR);
+  return result == pid || (result < 0 && errno == ECHILD);
+}
+
+}  // namespace
+
+std::vector<std::string> SplitCommandLine(const std::string& commandLine) {
+  std::vector<std::string> arguments;
+  std::string current;
+  bool inQuotes = false;
+  bool haveArgument = false;
+  for (const char c : commandLine) {
+    if (c == '"') {
+      inQuotes = !inQuotes;
+      haveArgument = true;
+    } else if ((c == ' ' || c == '\t') && !inQuotes) {
+      if (haveArgument) arguments.push_back(current);
+      current.clear();
+      haveArgument = false;
+    } else {
+      current += c;
+      haveArgument = true;
+    }
+  }
+  if (haveArgument) arguments.push_back(current);
+  return arguments;
+}
+
+bool RunAndWaitProcess(const std::string& commandLine, const RunOptions& options) {
+  const std::vector<std::string> arguments = SplitCommandLine(commandLine);
+  if (arguments.empty() || arguments[0].empty()) return false;
+  std::vector<char*> argv;
+  argv.reserve(arguments.size() + 1);
+  for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
+  argv.push_back(nullptr);
+
+  pid_t pid = 0;
+  if (::posix_spawn(&pid, argv[0], nullptr, nullptr, argv.data(), environ) != 0) return false;
+
+  const int descriptor = OpenProcessDescriptor(pid);
+  const int intervalMs = static_cast<int>(options.pollInterval.count());
+  while (!Reaped(pid)) {
+    if (descriptor >= 0) {
+      pollfd ready{descriptor, POLLIN, 0};
+      ::poll(&ready, 1, intervalMs);
+    } else {
+      std::this_thread::sleep_for(options.pollInterval);
+    }
+  }
+  if (descriptor >= 0) ::close(descriptor);
+  std::this_thread::sleep_for(options.settleTime);
+  return true;
+}
+
+}  // namespace quorvane
