@@ -1,0 +1,34 @@
+// The RIFF layout of WAV files as the program reads and writes them.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+
+#include "formats/BinaryFile.h"
+
+namespace quorvane {
+
+inline constexpr int32_t kCanonicalHeaderBytes = 44;
+
+struct ChunkPlace {
+  int64_t DataOffset = 0;  // 0: not found (no chunk's data can start at offset 0)
+  int64_t DataSize = 0;
+  bool Found() const { return DataOffset != 0; }
+};
+
+// Walks the chunks from `searchStart` over `searchLength` bytes for the id (compared
+// without regard to case). No pad byte is skipped after a chunk of odd size. A walk that
+// would not move forward ends as not found.
+ChunkPlace FindChunk(const std::string& chunkId, const BinaryFile& file, int64_t searchStart,
+                     int64_t searchLength);
+
+// True when the four bytes at `offset` equal `id` without regard to case.
+bool IdAt(const BinaryFile& file, int64_t offset, const char* id);
+
+// The canonical 44-byte header of a PCM file of `frames` frames.
+std::array<unsigned char, kCanonicalHeaderBytes> CanonicalWaveHeader(int32_t channels,
+                                                                     int32_t sampleRate,
+                                                                     int32_t bits, int64_t frames);
+
+}  // namespace quorvane
