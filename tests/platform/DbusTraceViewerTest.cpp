@@ -9,8 +9,8 @@
 
 #include <QCoreApplication>
 #include <cerrno>
+#include <cstdio>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "core/Trace.h"
