@@ -12,9 +12,9 @@ std::string ProjectIniGet(const std::string& section, const std::string& key,
   return read.value.substr(0, read.copied);
 }
 
-void ProjectIniPut(const std::string& section, const std::string& key, const std::string& value,
+bool ProjectIniPut(const std::string& section, const std::string& key, const std::string& value,
                    const std::string& file) {
-  WriteProfileString(file, section.empty() ? "General" : section, key, value);
+  return WriteProfileString(file, section.empty() ? "General" : section, key, value);
 }
 
 }  // namespace quorvane

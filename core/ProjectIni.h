@@ -9,8 +9,8 @@ namespace quorvane {
 std::string ProjectIniGet(const std::string& section, const std::string& key,
                           const std::string& defaultValue, const std::string& file);
 
-// Writes section/key; an empty section means "General".
-void ProjectIniPut(const std::string& section, const std::string& key, const std::string& value,
+// Writes section/key; an empty section means "General". False when it could not be written.
+bool ProjectIniPut(const std::string& section, const std::string& key, const std::string& value,
                    const std::string& file);
 
 }  // namespace quorvane
