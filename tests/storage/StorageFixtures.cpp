@@ -121,6 +121,70 @@ std::vector<int16_t> CarrierSamples(BlockCarrBuffClass& carrier) {
   return values;
 }
 
+void LoadDocument(FileMemoClass& document, BlockCarrBuffClass& left, BlockCarrBuffClass& right) {
+  document.StorageReset();
+  document.WavFmtChannel = right.WaveINos > 0 ? 2 : 1;
+  document.WavFmtBits = 16;
+  document.WavFmtFreq = 44100;
+  document.SwitchUndoOff = true;
+  document.WaveDataInsert(1, document.WavFmtChannel == 2 ? 0 : 1, &left, &right, "", true);
+  document.SwitchUndoOff = false;
+  Editor().WaveChanged = false;
+}
+
+void LoadDocument(FileMemoClass& document, const std::vector<int16_t>& left,
+                  const std::vector<int16_t>& right, int32_t blockLength) {
+  BlockCarrBuffClass leftCarrier;
+  BlockCarrBuffClass rightCarrier;
+  FillCarrier(leftCarrier, left, blockLength);
+  if (!right.empty()) FillCarrier(rightCarrier, right, blockLength);
+  LoadDocument(document, leftCarrier, rightCarrier);
+}
+
+std::vector<int16_t> ChannelSamples(FileMemoClass& document, int32_t channel) {
+  const ChannelBlockList& list = channel == 1 ? document.LeftChannel() : document.RightChannel();
+  std::vector<int16_t> left;
+  std::vector<int16_t> right;
+  document.QuickBuffGet(1, list.Length(), channel, left, right);
+  std::vector<int16_t>& values = channel == 1 ? left : right;
+  values.erase(values.begin());
+  return values;
+}
+
+BlockCarrBuffClass CarrierOf(const std::vector<int16_t>& values, int32_t blockLength) {
+  BlockCarrBuffClass carrier;
+  FillCarrier(carrier, values, blockLength);
+  return carrier;
+}
+
+void SetSlideStarts(const std::vector<int32_t>& starts) {
+  ProjectData& project = Project();
+  project.SlideCount = static_cast<int32_t>(starts.size()) - 1;
+  project.SlideEntryCount = static_cast<int32_t>(starts.size());
+  project.Slides.assign(starts.size() + 1, SlideInfo{});
+  for (size_t i = 0; i < starts.size(); ++i) project.Slides[i + 1].Start = starts[i];
+}
+
+std::vector<int32_t> SlideStarts() {
+  std::vector<int32_t> starts;
+  for (int32_t i = 1; i <= Project().SlideEntryCount; ++i)
+    starts.push_back(Project().Slides[i].Start);
+  return starts;
+}
+
+void SetMarkers(const std::vector<int32_t>& positions) {
+  Project().Markers.assign(1, MarkerInfo{});
+  Project().MarkerCount = 0;
+  for (const int32_t position : positions) AddMarker(MarkerInfo{kClickMarker, 0.0F, position, 1});
+}
+
+std::vector<int32_t> MarkerPositions() {
+  std::vector<int32_t> positions;
+  for (int32_t i = 1; i <= Project().MarkerCount; ++i)
+    positions.push_back(Project().Markers[i].Position);
+  return positions;
+}
+
 int16_t Signal(int32_t channel, int32_t frame) {
   return static_cast<int16_t>((frame * 37 + channel * 5003) % 30011 - 15000);
 }

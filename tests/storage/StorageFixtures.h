@@ -11,6 +11,7 @@
 
 #include "storage/BlockCarrBuffClass.h"
 #include "storage/DocumentWindow.h"
+#include "storage/FileMemoClass.h"
 #include "tests/support/RecordingInteraction.h"
 #include "tests/support/TempFolder.h"
 
@@ -82,6 +83,26 @@ void FillCarrier(BlockCarrBuffClass& carrier, const std::vector<int16_t>& values
 
 // Every sample of a carrier through WaveLR.
 std::vector<int16_t> CarrierSamples(BlockCarrBuffClass& carrier);
+
+// Fills an emptied document the way loading does (no undo item, not marked changed):
+// stereo when `right` is not empty, 16 bits, 44,100 Hz.
+void LoadDocument(FileMemoClass& document, BlockCarrBuffClass& left, BlockCarrBuffClass& right);
+void LoadDocument(FileMemoClass& document, const std::vector<int16_t>& left,
+                  const std::vector<int16_t>& right, int32_t blockLength);
+
+// Every sample of one channel (1 left, 2 right), read without loading.
+std::vector<int16_t> ChannelSamples(FileMemoClass& document, int32_t channel);
+
+// A carrier of memory blocks holding the values.
+BlockCarrBuffClass CarrierOf(const std::vector<int16_t>& values, int32_t blockLength = 1000);
+
+// Slides starting at the given positions (the last one is the end entry).
+void SetSlideStarts(const std::vector<int32_t>& starts);
+std::vector<int32_t> SlideStarts();
+
+// Markers at the given positions (click markers of slide 1).
+void SetMarkers(const std::vector<int32_t>& positions);
+std::vector<int32_t> MarkerPositions();
 
 // A recognisable test signal.
 int16_t Signal(int32_t channel, int32_t frame);
