@@ -1,0 +1,553 @@
+#include "storage/FileMemoClass.h"
+
+#include <algorithm>
+#include <exception>
+#include <utility>
+
+#include "core/Environment.h"
+#include "core/ErrorReport.h"
+#include "core/Interaction.h"
+#include "core/ProjectTables.h"
+#include "storage/DocumentWindow.h"
+#include "storage/EditorState.h"
+#include "storage/SlidesAndMarkers.h"
+#include "storage/StorageChecks.h"
+#include "storage/UndoClearChoice.h"
+
+namespace quorvane {
+
+namespace {
+
+bool SelectsLeft(int32_t WorkChn) { return WorkChn == 0 || WorkChn == 1; }
+bool SelectsRight(int32_t WorkChn) { return WorkChn == 0 || WorkChn == 2; }
+
+// Undo re-applies edits with undo recording switched off, and switches it back however
+// the edit ends.
+class UndoSwitchedOff {
+ public:
+  explicit UndoSwitchedOff(bool& flag) : flag_(flag), previous_(flag) { flag_ = true; }
+  ~UndoSwitchedOff() { flag_ = previous_; }
+  UndoSwitchedOff(const UndoSwitchedOff&) = delete;
+  UndoSwitchedOff& operator=(const UndoSwitchedOff&) = delete;
+
+ private:
+  bool& flag_;
+  bool previous_;
+};
+
+// Shows the progress display for the life of the object when it is not shown already.
+class ProgressShown {
+ public:
+  ProgressShown() : progress_(UserInterface().Progress()), wasVisible_(progress_.IsVisible()) {
+    if (!wasVisible_) progress_.SetIsVisible(true);
+  }
+  ~ProgressShown() {
+    if (!wasVisible_) progress_.SetIsVisible(false);
+  }
+  ProgressShown(const ProgressShown&) = delete;
+  ProgressShown& operator=(const ProgressShown&) = delete;
+  void Set(float value) { progress_.SetCurrentProgress(value); }
+
+ private:
+  ProgressDisplay& progress_;
+  bool wasVisible_;
+};
+
+// An undo item that no longer matches the document (edits were made while undo was
+// switched off) must not be replayed onto the wrong samples.
+void RequireFits(bool fits) {
+  if (!fits) ThrowError(5, "The undo data does not match the audio any more");
+}
+
+}  // namespace
+
+FileMemoClass::FileMemoClass()
+    : blockSize_(BlockCarrBuffClass::BlockSizeForBudget(Env().MemoryBudget)) {}
+
+FileMemoClass::~FileMemoClass() { StorageReset(); }
+
+bool FileMemoClass::RecordsUndo() const {
+  return Editor().UndoEnabled && !SwitchUndoOff && !IsTempObject;
+}
+
+bool FileMemoClass::MovesSlides(int32_t WorkChn) const {
+  return !IsTempObject && !SwitchUndoOff && !replaceInProgress_ &&
+         (WavFmtChannel != 2 || WorkChn == 0);
+}
+
+UndoItem& FileMemoClass::NewUndoItem(int32_t kind, const std::string& name, bool isLastOperation) {
+  UndoItem& item = undoItems_.emplace_back();
+  item.Name = name;
+  item.Kind = kind;
+  item.IsLastOperation = isLastOperation;
+  const EditorState& editor = Editor();
+  item.SelStart = editor.SelStart;
+  item.SelEnd = editor.SelEnd;
+  item.ViewValue1 = editor.ViewStart;
+  item.ViewValue2 = editor.ViewLength;
+  return item;
+}
+
+void FileMemoClass::WaveDataInsert(int32_t PosStart, int32_t WorkChn,
+                                   const BlockCarrBuffClass* FileObL,
+                                   const BlockCarrBuffClass* FileObR, const std::string& UndoName,
+                                   bool IsLastOperation) {
+  int32_t inserted = 0;
+  bool counted = false;
+  const auto insertInto = [&](ChannelBlockList& channel, const BlockCarrBuffClass* carrier) {
+    if (!carrier || carrier->WaveINos == 0) return;
+    std::vector<int32_t> copies;
+    carrier->BuffBlocksGetCopy(copies);
+    channel.InsertBlocks(PosStart, copies);
+    if (!counted) inserted = carrier->WaveINos;
+    counted = true;
+  };
+  if (SelectsLeft(WorkChn)) insertInto(left_, FileObL);
+  if (SelectsRight(WorkChn)) insertInto(right_, FileObR);
+
+  if (!IsTempObject && !SwitchUndoOff) {
+    UndoItem* item = nullptr;
+    if (Editor().UndoEnabled) {
+      item = &NewUndoItem(kUndoInsert, UndoName, IsLastOperation);
+      item->Position = PosStart;
+      item->Channel = WorkChn;
+      item->Length = inserted;
+    }
+    if (MovesSlides(WorkChn)) ShiftForInsert(PosStart, inserted, item);
+  }
+  FinishEdit(UndoName, IsLastOperation);
+}
+
+void FileMemoClass::WaveDataDelete(int32_t PosStart, int32_t WorkChn, int32_t DeleteLen,
+                                   const std::string& UndoName, bool IsLastOperation) {
+  std::vector<int32_t> removedLeft;
+  std::vector<int32_t> removedRight;
+  if (SelectsLeft(WorkChn)) removedLeft = left_.TakeOut(PosStart, DeleteLen);
+  if (SelectsRight(WorkChn)) removedRight = right_.TakeOut(PosStart, DeleteLen);
+
+  if (RecordsUndo()) {
+    UndoItem& item = NewUndoItem(kUndoDelete, UndoName, IsLastOperation);
+    item.LeftBlocks = std::move(removedLeft);
+    item.RightBlocks = std::move(removedRight);
+    item.Position = PosStart;
+    item.Channel = WorkChn;
+    item.Length = DeleteLen;
+    if (MovesSlides(WorkChn)) ShiftForDelete(PosStart, DeleteLen, &item);
+  } else {
+    for (const int32_t block : removedLeft) FreeBlock(block);
+    for (const int32_t block : removedRight) FreeBlock(block);
+    if (MovesSlides(WorkChn)) ShiftForDelete(PosStart, DeleteLen, nullptr);
+  }
+  FinishEdit(UndoName, IsLastOperation);
+}
+
+void FileMemoClass::WaveDataReplace(int32_t PosStart, int32_t WorkChn,
+                                    const BlockCarrBuffClass* FileObL,
+                                    const BlockCarrBuffClass* FileObR, const std::string& UndoName,
+                                    bool IsLastOperation) {
+  replaceInProgress_ = true;
+  if (SelectsLeft(WorkChn) && FileObL) {
+    const int32_t count = std::min(FileObL->WaveINos, left_.Length() - PosStart + 1);
+    if (count > 0) WaveDataDelete(PosStart, 1, count, UndoName, false);
+  }
+  if (SelectsRight(WorkChn) && FileObR) {
+    const int32_t count = std::min(FileObR->WaveINos, right_.Length() - PosStart + 1);
+    if (count > 0) WaveDataDelete(PosStart, 2, count, UndoName, false);
+  }
+  WaveDataInsert(PosStart, WorkChn, FileObL, FileObR, UndoName, IsLastOperation);
+  replaceInProgress_ = false;
+}
+
+void FileMemoClass::FinishEdit(const std::string& UndoName, bool IsLastOperation) {
+  if (!IsTempObject && IsLastOperation) {
+    if (WavFmtChannel == 2) PadChannels(UndoName);
+    UndoInfoUpdateMenu();
+  }
+  WavWaveINos = std::max(left_.Length(), right_.Length());
+  Editor().WaveChanged = true;
+}
+
+void FileMemoClass::PadChannels(const std::string& UndoName) {
+  const int32_t leftLength = left_.Length();
+  const int32_t rightLength = right_.Length();
+  if (leftLength == rightLength) return;
+  const bool padLeft = leftLength < rightLength;
+  const int32_t difference = padLeft ? rightLength - leftLength : leftLength - rightLength;
+  const int32_t firstPadded = std::min(leftLength, rightLength) + 1;
+  (padLeft ? left_ : right_).AppendSilence(difference, blockSize_);
+  if (RecordsUndo()) {
+    UndoItem& item = NewUndoItem(kUndoPadding, UndoName, true);
+    item.Position = firstPadded;
+    item.Channel = padLeft ? 1 : 2;
+    item.Length = difference;
+  }
+}
+
+void FileMemoClass::WaveDataChangeFmt(int32_t NewChn, int32_t NewBits, int32_t NewFreq,
+                                      const std::string& UndoName) {
+  const bool recorded = RecordsUndo();
+  if (recorded) {
+    // A format change is a user operation of its own: undone alone, never with the next.
+    UndoItem& item = NewUndoItem(kUndoFormat, UndoName, true);
+    item.Position = WavFmtBits;
+    item.Channel = WavFmtChannel;
+    item.Length = WavFmtFreq;
+  }
+  if (NewChn != 0) WavFmtChannel = NewChn;
+  if (NewBits != 0) WavFmtBits = NewBits;
+  if (NewFreq != 0) WavFmtFreq = NewFreq;
+  if (recorded) UndoInfoUpdateMenu();
+}
+
+void FileMemoClass::WaveCollectBuff(int32_t FromPos, int32_t ToPos, int32_t WorkChn,
+                                    std::vector<int16_t>& WavBuffL,
+                                    std::vector<int16_t>& WavBuffR) {
+  QUORVANE_CHECK(FromPos >= 1 && ToPos >= FromPos - 1, "collecting outside the document");
+  const int32_t count = std::max(ToPos - FromPos + 1, 0);
+  const auto collect = [&](const ChannelBlockList& channel, std::vector<int16_t>& out) {
+    out.assign(static_cast<size_t>(count), 0);
+    if (count == 0) return;
+    size_t from = 0;
+    size_t to = 0;
+    channel.Overlapping(FromPos, ToPos, from, to);
+    for (size_t slot = from; slot < to; ++slot) {
+      const int32_t block = channel.Blocks()[slot];
+      LoadBlock(block);
+      const BlockRecord& record = BlockTable[block];
+      const int32_t first = std::max(FromPos, record.Start);
+      const int32_t last = std::min(ToPos, record.Start + record.Length - 1);
+      if (first > last) continue;
+      int16_t* target = out.data() + (first - FromPos);
+      if (IsResidentKind(record.Kind)) {
+        std::copy_n(record.Data.data() + (first - record.Start), last - first + 1, target);
+      } else {
+        ReadBlockRange(block, first - record.Start, last - record.Start, target);
+      }
+    }
+  };
+  if (SelectsLeft(WorkChn)) {
+    collect(left_, WavBuffL);
+  } else {
+    WavBuffL.assign(1, 0);
+  }
+  if (SelectsRight(WorkChn)) {
+    collect(right_, WavBuffR);
+  } else {
+    WavBuffR.assign(1, 0);
+  }
+}
+
+void FileMemoClass::QuickBuffGet(int32_t FromPos, int32_t BuffSz, int32_t WorkChn,
+                                 std::vector<int16_t>& QBuffL, std::vector<int16_t>& QBuffR) {
+  const size_t size = static_cast<size_t>(std::max(BuffSz, 0)) + 1;
+  QBuffL.assign(size, 0);
+  QBuffR.assign(size, 0);
+  const int32_t last = FromPos + BuffSz - 1;
+  const auto read = [&](const ChannelBlockList& channel, std::vector<int16_t>& out) {
+    if (BuffSz < 1) return;
+    size_t from = 0;
+    size_t to = 0;
+    channel.Overlapping(FromPos, last, from, to);
+    for (size_t slot = from; slot < to; ++slot) {
+      const int32_t block = channel.Blocks()[slot];
+      const BlockRecord& record = BlockTable[block];
+      const int32_t first = std::max(FromPos, record.Start);
+      const int32_t end = std::min(last, record.Start + record.Length - 1);
+      if (first > end) continue;
+      ReadBlockRange(block, first - record.Start, end - record.Start,
+                     out.data() + (first - FromPos + 1));
+    }
+  };
+  if (SelectsLeft(WorkChn)) read(left_, QBuffL);
+  if (SelectsRight(WorkChn)) read(right_, QBuffR);
+}
+
+void FileMemoClass::CollectData(int32_t FromPos, int32_t ToPos, int32_t WorkChn,
+                                BlockCarrBuffClass& FileObL, BlockCarrBuffClass& FileObR,
+                                bool forPlay) {
+  QUORVANE_CHECK(FromPos >= 1 && ToPos >= FromPos - 1, "collecting outside the document");
+  ProgressShown progress;
+  size_t leftFrom = 0;
+  size_t leftTo = 0;
+  size_t rightFrom = 0;
+  size_t rightTo = 0;
+  if (SelectsLeft(WorkChn)) left_.Overlapping(FromPos, ToPos, leftFrom, leftTo);
+  if (SelectsRight(WorkChn)) right_.Overlapping(FromPos, ToPos, rightFrom, rightTo);
+  const size_t total = (leftTo - leftFrom) + (rightTo - rightFrom);
+  size_t done = 0;
+  const auto collect = [&](const ChannelBlockList& channel, size_t from, size_t to,
+                           BlockCarrBuffClass& carrier) {
+    std::vector<int32_t> copies;
+    for (size_t slot = from; slot < to; ++slot) {
+      const int32_t copy = CopyBlockRange(channel.Blocks()[slot], FromPos, ToPos);
+      if (copy == 0) continue;
+      if (forPlay) SaveBlockCopy(copy);
+      copies.push_back(copy);
+      progress.Set(static_cast<float>(++done) / static_cast<float>(total));
+    }
+    carrier = BlockCarrBuffClass();
+    carrier.BuffBlocksPutFresh(copies);
+  };
+  collect(left_, leftFrom, leftTo, FileObL);
+  collect(right_, rightFrom, rightTo, FileObR);
+}
+
+void FileMemoClass::WaveCollectData(int32_t FromPos, int32_t ToPos, int32_t WorkChn,
+                                    BlockCarrBuffClass& FileObL, BlockCarrBuffClass& FileObR) {
+  CollectData(FromPos, ToPos, WorkChn, FileObL, FileObR, false);
+}
+
+void FileMemoClass::WaveCollectData_ForPlay(int32_t FromPos, int32_t ToPos, int32_t WorkChn,
+                                            BlockCarrBuffClass& FileObL,
+                                            BlockCarrBuffClass& FileObR) {
+  CollectData(FromPos, ToPos, WorkChn, FileObL, FileObR, true);
+}
+
+int16_t FileMemoClass::WaveL(int32_t WPosition) const {
+  const int32_t block = left_.BlockAt(WPosition);
+  return block == 0 ? int16_t{0} : PeekSample(block, WPosition);
+}
+
+int16_t FileMemoClass::WaveR(int32_t WPosition) const {
+  const int32_t block = right_.BlockAt(WPosition);
+  return block == 0 ? int16_t{0} : PeekSample(block, WPosition);
+}
+
+void FileMemoClass::StorageReset() {
+  UndoInfoReset();
+  left_.FreeAll();
+  right_.FreeAll();
+  WavWaveINos = 0;
+  ReleaseUnusedFiles();
+}
+
+// ---- Slides and markers recorded by the editor --------------------------------------
+
+void FileMemoClass::RecordMarkers(int32_t DoWhat, const std::vector<int32_t>& MarkerNos,
+                                  const std::string& UndoName, bool IsLastOperation) {
+  if (!RecordsUndo() || (DoWhat != 1 && DoWhat != 2)) return;
+  const ProjectData& project = Project();
+  UndoItem& item = NewUndoItem(DoWhat == 1 ? kUndoMarkersAdded : kUndoMarkersDeleted,
+                               IsLastOperation ? UndoName : std::string(), IsLastOperation);
+  for (const int32_t number : MarkerNos) {
+    if (number >= 1 && number <= project.MarkerCount &&
+        number < static_cast<int32_t>(project.Markers.size())) {
+      item.SavedMarkers.push_back(project.Markers[number]);
+    }
+  }
+  item.SlidesSaved = 1;
+  if (IsLastOperation) UndoInfoUpdateMenu();
+}
+
+void FileMemoClass::MarkerOneChanged(int32_t DoWhat, int32_t MarkerNo, const std::string& UndoName,
+                                     bool IsLastOperation) {
+  RecordMarkers(DoWhat, {MarkerNo}, UndoName, IsLastOperation);
+}
+
+void FileMemoClass::MarkerManyChanged(int32_t DoWhat, const std::vector<int32_t>& MarkerNos,
+                                      const std::string& UndoName, bool IsLastOperation) {
+  RecordMarkers(DoWhat, MarkerNos, UndoName, IsLastOperation);
+}
+
+void FileMemoClass::SlidesBeingChanged(const std::string& UndoName, bool IsLastOperation) {
+  if (!RecordsUndo()) return;
+  UndoItem& item =
+      NewUndoItem(kUndoSlidesChanged, IsLastOperation ? UndoName : std::string(), IsLastOperation);
+  SaveSlideBoundaries(item);
+  if (IsLastOperation) UndoInfoUpdateMenu();
+}
+
+// ---- Undo history -------------------------------------------------------------------
+
+void FileMemoClass::Undo() {
+  const int32_t count = UndoItemCount();
+  if (count <= undoFloor_) {
+    UserInterface().Message("Undo Failed", MessageIcon::Exclamation);
+    UndoInfoReset();
+    Editor().SelStart = 0;
+    Editor().SelEnd = 0;
+    return;
+  }
+  ProgressDisplay& progress = UserInterface().Progress();
+  progress.SetIsVisible(true);
+  progress.SetCurrentProgress(0.0F);
+
+  // The group: back over trailing padding items, then back over every earlier item that
+  // does not end an operation.
+  int32_t first = count;
+  while (first > undoFloor_ && ItemNumber(first).Kind == kUndoPadding) --first;
+  if (first <= undoFloor_) {
+    first = undoFloor_ + 1;
+  } else {
+    while (first - 1 > undoFloor_ && !ItemNumber(first - 1).IsLastOperation) --first;
+  }
+  const int32_t groupSize = count - first + 1;
+
+  try {
+    for (int32_t number = count; number >= first; --number) {
+      UndoItemNumber(number);
+      progress.SetCurrentProgress(static_cast<float>(count - number + 1) /
+                                  static_cast<float>(groupSize));
+    }
+    const UndoItem& oldest = ItemNumber(first);
+    EditorState& editor = Editor();
+    editor.SelStart = oldest.SelStart;
+    editor.SelEnd = oldest.SelEnd;
+    editor.ViewStart = oldest.ViewValue1;
+    editor.ViewLength = oldest.ViewValue2;
+    undoItems_.resize(static_cast<size_t>(first) - 1);
+    UndoInfoUpdateMenu();
+    Editor().WaveChanged = true;
+  } catch (const std::exception& error) {
+    progress.SetIsVisible(false);
+    UserInterface().MsgBox(MessageRequest{ErrorDescription(error), "Undo Error", MessageIcon::None,
+                                          MessageButtons::OkOnly, 1});
+    UndoInfoReset();
+    return;
+  }
+  progress.SetIsVisible(false);
+}
+
+void FileMemoClass::UndoItemNumber(int32_t number) {
+  UndoItem& item = ItemNumber(number);
+  const int32_t position = item.Position;
+  const int32_t channel = item.Channel;
+  const int32_t length = item.Length;
+  switch (item.Kind) {
+    case kUndoFormat: {
+      WavFmtBits = position;
+      WavFmtChannel = channel;
+      WavFmtFreq = length;
+      EditorState& editor = Editor();
+      editor.CurrentFmtChannel = WavFmtChannel;
+      editor.CurrentFmtFreq = WavFmtFreq;
+      editor.CurrentFmtBits = WavFmtBits;
+      TheDocumentWindow().SetMenu_To_DefaultFormat();
+      break;
+    }
+    case kUndoDelete: {
+      RequireFits(position >= 1);
+      if (SelectsLeft(channel)) RequireFits(position <= left_.Length() + 1);
+      if (SelectsRight(channel)) RequireFits(position <= right_.Length() + 1);
+      BlockCarrBuffClass leftCarrier;
+      BlockCarrBuffClass rightCarrier;
+      // The carriers own the removed blocks from here on and free them when dropped.
+      if (SelectsLeft(channel)) leftCarrier.BuffBlocksPutFresh(item.LeftBlocks);
+      if (SelectsRight(channel)) rightCarrier.BuffBlocksPutFresh(item.RightBlocks);
+      item.LeftBlocks.clear();
+      item.RightBlocks.clear();
+      {
+        UndoSwitchedOff switchedOff(SwitchUndoOff);
+        WaveDataInsert(position, channel, &leftCarrier, &rightCarrier, "", false);
+      }
+      const UndoItem& restored = ItemNumber(number);
+      if (restored.SlidesSaved == 1) UnshiftDelete(position, length, restored);
+      break;
+    }
+    case kUndoInsert:
+    case kUndoPadding: {
+      RequireFits(position >= 1 && length >= 0);
+      if (SelectsLeft(channel)) RequireFits(position + length - 1 <= left_.Length());
+      if (SelectsRight(channel)) RequireFits(position + length - 1 <= right_.Length());
+      {
+        UndoSwitchedOff switchedOff(SwitchUndoOff);
+        WaveDataDelete(position, channel, length, "", false);
+      }
+      const UndoItem& restored = ItemNumber(number);
+      if (restored.SlidesSaved == 1) UnshiftInsert(position, length, restored);
+      break;
+    }
+    case kUndoMarkersAdded:
+      UndoMarkersAdded(item);
+      break;
+    case kUndoMarkersDeleted:
+      UndoMarkersDeleted(item);
+      break;
+    case kUndoSlidesChanged:
+      RestoreSlideBoundaries(item);
+      break;
+    default:
+      break;
+  }
+}
+
+void FileMemoClass::UndoInfoUpdateMenu() {
+  DocumentWindow& window = TheDocumentWindow();
+  if (!Editor().UndoEnabled) {
+    window.SetUndoMenuItem("Undo [Off]", false);
+  } else if (UndoItemCount() > undoFloor_) {
+    const std::string caption = "Undo [" + undoItems_.back().Name + "]";
+    window.SetUndoMenuItem(caption, true);
+    window.SetUndoButton(true, caption);
+  } else {
+    window.SetUndoMenuItem("Undo [Nothing]", false);
+  }
+}
+
+void FileMemoClass::ReleaseItemBlocks(UndoItem& item) {
+  for (const int32_t block : item.LeftBlocks) FreeBlock(block);
+  for (const int32_t block : item.RightBlocks) FreeBlock(block);
+  item.LeftBlocks.clear();
+  item.RightBlocks.clear();
+}
+
+void FileMemoClass::UndoInfoReleaseUpto(int32_t UpToNo) {
+  const int32_t upTo = std::min(UpToNo, UndoItemCount());
+  if (upTo > undoFloor_) {
+    for (int32_t number = undoFloor_ + 1; number <= upTo; ++number) {
+      ReleaseItemBlocks(ItemNumber(number));
+    }
+    undoFloor_ = upTo;
+  }
+  while (undoFloor_ < UndoItemCount() && ItemNumber(undoFloor_ + 1).Kind == kUndoPadding) {
+    ReleaseItemBlocks(ItemNumber(undoFloor_ + 1));
+    ++undoFloor_;
+  }
+  ReleaseUnusedFiles();
+  UndoInfoUpdateMenu();
+}
+
+void FileMemoClass::UndoInfoReset() {
+  for (int32_t number = undoFloor_ + 1; number <= UndoItemCount(); ++number) {
+    ReleaseItemBlocks(ItemNumber(number));
+  }
+  undoItems_.clear();
+  undoFloor_ = 0;
+  ReleaseUnusedFiles();
+  // A scratch document has no menu entry of its own to refresh.
+  if (!IsTempObject) UndoInfoUpdateMenu();
+}
+
+void FileMemoClass::UndoClearFiles_UserAssisted() {
+  std::vector<std::string> names;
+  std::vector<int32_t> numbers;
+  for (int32_t number = undoFloor_ + 1; number <= UndoItemCount(); ++number) {
+    const UndoItem& item = ItemNumber(number);
+    if (item.IsLastOperation && item.Kind != kUndoPadding) {
+      names.push_back(item.Name);
+      numbers.push_back(number);
+    }
+  }
+  if (names.empty()) {
+    UserInterface().Message("No undo data is left to clear.");
+    return;
+  }
+  const UndoClearChoice choice = TheDocumentWindow().ShowUndoClearFrm(names);
+  switch (choice.Button) {
+    case kUndoClearFirstOne:
+      UndoInfoReleaseUpto(numbers.front());
+      break;
+    case kUndoClearUpToSelected:
+      if (choice.SelectedEntry >= 0 && choice.SelectedEntry < static_cast<int>(numbers.size())) {
+        UndoInfoReleaseUpto(numbers[static_cast<size_t>(choice.SelectedEntry)]);
+      }
+      break;
+    case kUndoClearAll:
+      UndoInfoReset();
+      break;
+    default:
+      break;
+  }
+}
+
+}  // namespace quorvane

@@ -1,0 +1,109 @@
+// The wave document: the whole timeline being edited, one block list per channel, its
+// sample format and its undo history. Every edit goes through insert, delete and replace,
+// which split at most two blocks per channel and never copy samples; every reader goes
+// through the collection operations. Edits of the main document keep the slide
+// boundaries and markers in step and record undo items.
+//
+// WorkChn selects channels everywhere: 0 both, 1 left (or the only channel of a mono
+// document), 2 right. Positions are 1-based; callers keep PosStart within
+// 1..length + 1 and stretches within the document.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "storage/BlockCarrBuffClass.h"
+#include "storage/ChannelBlockList.h"
+#include "storage/UndoItem.h"
+
+namespace quorvane {
+
+class FileMemoClass {
+ public:
+  FileMemoClass();
+  ~FileMemoClass();
+  FileMemoClass(const FileMemoClass&) = delete;
+  FileMemoClass& operator=(const FileMemoClass&) = delete;
+
+  int32_t WavFmtChannel = 0;   // 1 mono, 2 stereo
+  int32_t WavFmtFreq = 0;      // sample rate in Hz
+  int32_t WavFmtBits = 0;      // 8 or 16
+  int32_t WavWaveINos = 0;     // the larger of the two channel lengths
+  bool SwitchUndoOff = false;  // while true, edits record nothing and move no slides
+  bool IsTempObject = false;   // scratch document: no undo, no slides or markers
+  int32_t OrgRoFileInUse = 0;  // OrgFileTable entry of the source last read in
+
+  void Undo();
+  void UndoClearFiles_UserAssisted();
+  void UndoInfoUpdateMenu();
+  // 0-based arrays of ToPos - FromPos + 1 samples; an unselected channel gets one element.
+  // The blocks read are loaded into memory.
+  void WaveCollectBuff(int32_t FromPos, int32_t ToPos, int32_t WorkChn,
+                       std::vector<int16_t>& WavBuffL, std::vector<int16_t>& WavBuffR);
+  // Arrays 0..BuffSz, element k the sample at FromPos + k - 1, element 0 unused; read
+  // where the samples lie, so drawing never changes what is in memory.
+  void QuickBuffGet(int32_t FromPos, int32_t BuffSz, int32_t WorkChn, std::vector<int16_t>& QBuffL,
+                    std::vector<int16_t>& QBuffR);
+  // New carriers holding a copy of the stretch (blocks shared by reference where they lie
+  // in files); an unselected channel's carrier is empty.
+  void WaveCollectData(int32_t FromPos, int32_t ToPos, int32_t WorkChn, BlockCarrBuffClass& FileObL,
+                       BlockCarrBuffClass& FileObR);
+  // The same, with every collected block lying in a file, for the player.
+  void WaveCollectData_ForPlay(int32_t FromPos, int32_t ToPos, int32_t WorkChn,
+                               BlockCarrBuffClass& FileObL, BlockCarrBuffClass& FileObR);
+  void WaveDataChangeFmt(int32_t NewChn, int32_t NewBits, int32_t NewFreq,
+                         const std::string& UndoName);
+  void WaveDataReplace(int32_t PosStart, int32_t WorkChn, const BlockCarrBuffClass* FileObL,
+                       const BlockCarrBuffClass* FileObR, const std::string& UndoName,
+                       bool IsLastOperation);
+  void WaveDataInsert(int32_t PosStart, int32_t WorkChn, const BlockCarrBuffClass* FileObL,
+                      const BlockCarrBuffClass* FileObR, const std::string& UndoName,
+                      bool IsLastOperation);
+  // DoWhat 1: marker MarkerNo was just added; 2: it is about to be deleted.
+  void MarkerOneChanged(int32_t DoWhat, int32_t MarkerNo, const std::string& UndoName,
+                        bool IsLastOperation);
+  void MarkerManyChanged(int32_t DoWhat, const std::vector<int32_t>& MarkerNos,
+                         const std::string& UndoName, bool IsLastOperation);
+  // Before the editor moves a slide boundary.
+  void SlidesBeingChanged(const std::string& UndoName, bool IsLastOperation);
+  void WaveDataDelete(int32_t PosStart, int32_t WorkChn, int32_t DeleteLen,
+                      const std::string& UndoName, bool IsLastOperation);
+  void UndoInfoReset();
+  void UndoInfoReleaseUpto(int32_t UpToNo);
+  void StorageReset();
+  // One sample, read where it lies (no loading); 0 where no block covers the position.
+  int16_t WaveL(int32_t WPosition) const;
+  int16_t WaveR(int32_t WPosition) const;
+
+  // Read-only views of the state, for the other parts and for checks.
+  const ChannelBlockList& LeftChannel() const { return left_; }
+  const ChannelBlockList& RightChannel() const { return right_; }
+  int32_t BlockSize() const { return blockSize_; }
+  const std::vector<UndoItem>& UndoItems() const { return undoItems_; }
+  int32_t UndoItemCount() const { return static_cast<int32_t>(undoItems_.size()); }
+  int32_t UndoFloor() const { return undoFloor_; }
+
+ private:
+  bool RecordsUndo() const;
+  bool MovesSlides(int32_t WorkChn) const;
+  UndoItem& NewUndoItem(int32_t kind, const std::string& name, bool isLastOperation);
+  UndoItem& ItemNumber(int32_t number) { return undoItems_[static_cast<size_t>(number) - 1]; }
+  void FinishEdit(const std::string& UndoName, bool IsLastOperation);
+  void PadChannels(const std::string& UndoName);
+  void CollectData(int32_t FromPos, int32_t ToPos, int32_t WorkChn, BlockCarrBuffClass& FileObL,
+                   BlockCarrBuffClass& FileObR, bool forPlay);
+  void UndoItemNumber(int32_t number);
+  void ReleaseItemBlocks(UndoItem& item);
+  void RecordMarkers(int32_t DoWhat, const std::vector<int32_t>& MarkerNos,
+                     const std::string& UndoName, bool IsLastOperation);
+
+  ChannelBlockList left_;
+  ChannelBlockList right_;
+  int32_t blockSize_ = 0;
+  std::vector<UndoItem> undoItems_;  // item n (1-based) is undoItems_[n - 1]
+  int32_t undoFloor_ = 0;            // items 1..floor have had their data released
+  bool replaceInProgress_ = false;
+};
+
+}  // namespace quorvane

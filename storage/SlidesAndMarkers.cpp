@@ -1,0 +1,123 @@
+#include "storage/SlidesAndMarkers.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+#include "core/ProjectTables.h"
+
+namespace quorvane {
+
+namespace {
+
+// Entries 1..SlideEntryCount: the slides and the end entry.
+int32_t LastSlideEntry() {
+  const ProjectData& project = Project();
+  return std::min(project.SlideEntryCount, static_cast<int32_t>(project.Slides.size()) - 1);
+}
+
+int32_t LastMarker() {
+  const ProjectData& project = Project();
+  return std::min(project.MarkerCount, static_cast<int32_t>(project.Markers.size()) - 1);
+}
+
+// Keeps the markers for which `keep` is true, in their order.
+template <typename Keep>
+void KeepMarkers(Keep keep) {
+  ProjectData& project = Project();
+  std::vector<MarkerInfo> kept(1);
+  for (int32_t i = 1; i <= LastMarker(); ++i) {
+    if (keep(project.Markers[i])) kept.push_back(project.Markers[i]);
+  }
+  project.Markers = std::move(kept);
+  project.MarkerCount = static_cast<int32_t>(project.Markers.size()) - 1;
+}
+
+}  // namespace
+
+void SaveSlideBoundaries(UndoItem& item) {
+  item.SavedSlides.clear();
+  for (int32_t i = 1; i <= LastSlideEntry(); ++i)
+    item.SavedSlides.push_back(Project().Slides[i].Start);
+  item.SlidesSaved = 1;
+}
+
+void RestoreSlideBoundaries(const UndoItem& item) {
+  const int32_t count = std::min(LastSlideEntry(), static_cast<int32_t>(item.SavedSlides.size()));
+  for (int32_t i = 1; i <= count; ++i) Project().Slides[i].Start = item.SavedSlides[i - 1];
+}
+
+void ShiftForInsert(int32_t PosStart, int32_t length, UndoItem* item) {
+  if (item) SaveSlideBoundaries(*item);
+  ProjectData& project = Project();
+  bool passedInsertionPoint = false;
+  for (int32_t i = 1; i <= LastSlideEntry(); ++i) {
+    int32_t& start = project.Slides[i].Start;
+    if (start == PosStart && !passedInsertionPoint) {
+      passedInsertionPoint = true;
+    } else if (start > PosStart || passedInsertionPoint) {
+      start += length;
+    }
+  }
+  for (int32_t i = 1; i <= LastMarker(); ++i) {
+    if (project.Markers[i].Position > PosStart) project.Markers[i].Position += length;
+  }
+}
+
+void ShiftForDelete(int32_t PosStart, int32_t length, UndoItem* item) {
+  if (item) SaveSlideBoundaries(*item);
+  const int32_t end = PosStart + length - 1;
+  ProjectData& project = Project();
+  for (int32_t i = 1; i <= LastSlideEntry(); ++i) {
+    int32_t& start = project.Slides[i].Start;
+    if (start >= PosStart && start <= end) {
+      start = PosStart;
+    } else if (start > end) {
+      start -= length;
+    }
+  }
+  KeepMarkers([&](MarkerInfo& marker) {
+    if (marker.Position >= PosStart && marker.Position <= end) {
+      if (item) item->SavedMarkers.push_back(marker);
+      return false;
+    }
+    if (marker.Position > end) marker.Position -= length;
+    return true;
+  });
+}
+
+void UnshiftInsert(int32_t PosStart, int32_t length, const UndoItem& item) {
+  RestoreSlideBoundaries(item);
+  const int32_t end = PosStart + length - 1;
+  KeepMarkers([&](MarkerInfo& marker) {
+    if (marker.Position >= PosStart && marker.Position <= end) return false;
+    if (marker.Position > end) marker.Position -= length;
+    return true;
+  });
+}
+
+void UnshiftDelete(int32_t PosStart, int32_t length, const UndoItem& item) {
+  RestoreSlideBoundaries(item);
+  ProjectData& project = Project();
+  for (int32_t i = 1; i <= LastMarker(); ++i) {
+    if (project.Markers[i].Position >= PosStart) project.Markers[i].Position += length;
+  }
+  for (const MarkerInfo& marker : item.SavedMarkers) AddMarker(marker);
+}
+
+void UndoMarkersAdded(const UndoItem& item) {
+  for (const MarkerInfo& saved : item.SavedMarkers) {
+    for (int32_t i = 1; i <= LastMarker(); ++i) {
+      if (SameMarker(Project().Markers[i], saved)) {
+        RemoveMarker(i);
+        break;
+      }
+    }
+  }
+}
+
+void UndoMarkersDeleted(const UndoItem& item) {
+  for (const MarkerInfo& marker : item.SavedMarkers) AddMarker(marker);
+}
+
+}  // namespace quorvane
