@@ -25,6 +25,7 @@ extern "C" {
 #include "platform/ProfileFile.h"
 #include "platform/SampleConversion.h"
 #include "platform/WavChunkScan.h"
+#include "platform/WriteBehind.h"
 
 namespace quorvane {
 
@@ -98,9 +99,10 @@ class DecodeRun {
   DecodeRun(std::stop_token stop, std::atomic<int32_t>& percent, size_t windowBytes)
       : stop_(std::move(stop)),
         percent_(percent),
-        buffer_(windowBytes / sizeof(int16_t)),
         packet_(av_packet_alloc()),
-        frame_(av_frame_alloc()) {
+        frame_(av_frame_alloc()),
+        buffers_{std::vector<int16_t>(windowBytes / sizeof(int16_t)),
+                 std::vector<int16_t>(windowBytes / sizeof(int16_t))} {
     if (!packet_ || !frame_) throw std::bad_alloc();
   }
 
@@ -118,6 +120,7 @@ class DecodeRun {
     }
     writer_.emplace(destination);
     created = true;
+    writeBehind_.emplace(*writer_);
 
     while (framesWritten_ < frameLimit_) {
       if (stop_.stop_requested()) return false;
@@ -136,6 +139,7 @@ class DecodeRun {
     if (stop_.stop_requested()) return false;
     if (framesWritten_ < frameLimit_) Feed(nullptr);  // the decoder's last frames
     FlushBuffer();
+    writeBehind_->Wait();
 
     if (!outputReady_) {
       if (decodeErrors_ > 0) {
@@ -258,11 +262,11 @@ class DecodeRun {
                                        frameLimit_ - framesWritten_);
     if (frames == 0) return;
     const size_t samples = frames * static_cast<size_t>(outputChannels_);
-    if (used_ + samples > buffer_.size()) {
+    if (used_ + samples > buffers_[current_].size()) {
       FlushBuffer();
-      if (samples > buffer_.size()) buffer_.resize(samples);
+      if (samples > buffers_[current_].size()) buffers_[current_].resize(samples);
     }
-    int16_t* out = buffer_.data() + used_;
+    int16_t* out = buffers_[current_].data() + used_;
     if (resampler_) {
       auto* outPlanes = reinterpret_cast<uint8_t*>(out);
       const int converted =
@@ -281,9 +285,11 @@ class DecodeRun {
     framesWritten_ += frames;
   }
 
+  // Hands the filled window to the writing thread and goes on in the other one.
   void FlushBuffer() {
     if (used_ == 0) return;
-    writer_->Append(buffer_.data(), used_);
+    writeBehind_->Write(buffers_[current_].data(), used_);
+    current_ ^= 1;
     used_ = 0;
   }
 
@@ -323,11 +329,15 @@ class DecodeRun {
   SampleSource source_;
   std::unique_ptr<SwrContext, ResamplerFreer> resampler_;
 
-  std::vector<int16_t> buffer_;
-  size_t used_ = 0;
   std::unique_ptr<AVPacket, PacketFreer> packet_;
   std::unique_ptr<AVFrame, FrameFreer> frame_;
   std::optional<PcmWavFileWriter> writer_;
+  // Two windows of decoded samples: one being filled, one being written.
+  std::vector<int16_t> buffers_[2];
+  int current_ = 0;
+  size_t used_ = 0;
+  // Declared after everything its thread touches, so it stops first.
+  std::optional<WriteBehind> writeBehind_;
 };
 
 void QuietFfmpegLog() {
@@ -396,9 +406,11 @@ void CompressedWavDecoder::Decode(std::stop_token stop, const std::string& sourc
     percent_.store(100, std::memory_order_release);
     return;
   }
-  // A stopped or failed decoding leaves no half-written file behind.
-  if (created) {
-    std::error_code ignored;
+  // A stopped or failed decoding leaves no half-written file behind. Only a plain file
+  // goes: a destination such as a device stays where it is.
+  std::error_code ignored;
+  if (created &&
+      std::filesystem::is_regular_file(std::filesystem::symlink_status(destination, ignored))) {
     std::filesystem::remove(destination, ignored);
   }
 }

@@ -1,6 +1,11 @@
 #include "platform/SampleConversion.h"
 
 #include <cmath>
+#include <type_traits>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 namespace quorvane {
 
@@ -46,6 +51,23 @@ struct FromDouble {
   }
 };
 
+// Planar 16-bit stereo, what the ADPCM decoders deliver: only interleaving is left to do.
+void InterleaveInt16(const int16_t* left, const int16_t* right, size_t count, int16_t* out) {
+  size_t i = 0;
+#if defined(__SSE2__)
+  for (; i + 8 <= count; i += 8) {
+    const __m128i l = _mm_loadu_si128(reinterpret_cast<const __m128i*>(left + i));
+    const __m128i r = _mm_loadu_si128(reinterpret_cast<const __m128i*>(right + i));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 2 * i), _mm_unpacklo_epi16(l, r));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 2 * i + 8), _mm_unpackhi_epi16(l, r));
+  }
+#endif
+  for (; i < count; ++i) {
+    out[2 * i] = left[i];
+    out[2 * i + 1] = right[i];
+  }
+}
+
 template <typename From>
 void Convert(const SampleSource& source, size_t first, size_t count, int16_t* out) {
   using Type = typename From::Type;
@@ -58,9 +80,13 @@ void Convert(const SampleSource& source, size_t first, size_t count, int16_t* ou
   }
   const Type* left = plane0 + first;
   const Type* right = reinterpret_cast<const Type*>(source.planes[1]) + first;
-  for (size_t i = 0; i < count; ++i) {
-    out[2 * i] = From::Convert(left[i]);
-    out[2 * i + 1] = From::Convert(right[i]);
+  if constexpr (std::is_same_v<Type, int16_t>) {
+    InterleaveInt16(left, right, count, out);
+  } else {
+    for (size_t i = 0; i < count; ++i) {
+      out[2 * i] = From::Convert(left[i]);
+      out[2 * i + 1] = From::Convert(right[i]);
+    }
   }
 }
 

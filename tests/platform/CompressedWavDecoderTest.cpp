@@ -4,9 +4,12 @@
 
 #include <algorithm>
 #include <chrono>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <thread>
+
+#include <sys/resource.h>
 
 #include "platform/AcmDecodingLibrary.h"
 #include "tests/support/CompressedWavFixtures.h"
@@ -297,6 +300,26 @@ TEST_F(CompressedWavDecoderTest, BadSourcesFailWithAPlainReasonAndLeaveNoFile) {
   EXPECT_LT(Decode(mulaw, mulaw).percent, 0);
   EXPECT_EQ(testing::ReadFileBytes(mulaw).size(), ReadWavFile(mulaw)->fileSize);
   EXPECT_TRUE(ReadWavFile(mulaw).has_value());
+}
+
+TEST_F(CompressedWavDecoderTest, AFullDiskFailsTheDecodingAndTheFileGoes) {
+  const std::string encoded =
+      Encode("ima.wav", TestSignal(2, 44100, 44100 * 10), 2, 44100, "adpcm_ima_wav");
+  // The file size limit stands in for a full disk: writes beyond it fail with EFBIG.
+  rlimit saved{};
+  getrlimit(RLIMIT_FSIZE, &saved);
+  const auto savedSignal = std::signal(SIGXFSZ, SIG_IGN);
+  rlimit small = saved;
+  small.rlim_cur = 256 * 1024;
+  setrlimit(RLIMIT_FSIZE, &small);
+  const DecodeOutcome outcome = Decode(encoded, folder.File("out.wav"));
+  setrlimit(RLIMIT_FSIZE, &saved);
+  std::signal(SIGXFSZ, savedSignal);
+
+  EXPECT_LT(outcome.percent, 0);
+  EXPECT_EQ(outcome.error,
+            "Writing the decoded file failed (File too large): " + folder.File("out.wav"));
+  EXPECT_FALSE(std::filesystem::exists(folder.File("out.wav")));
 }
 
 TEST_F(CompressedWavDecoderTest, PercentRisesToExactlyOneHundredWhenTheFileIsComplete) {
