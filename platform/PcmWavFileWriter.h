@@ -1,0 +1,38 @@
+// Writes a 16-bit PCM WAV file with the canonical 44-byte header while the samples are
+// still arriving: the header's place is reserved first and filled in by Finish, when the
+// sizes are known. Only what Append is given passes through; nothing is kept in memory.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include "platform/FileDescriptor.h"
+
+namespace quorvane {
+
+inline constexpr size_t kCanonicalWavHeaderSize = 44;
+
+class PcmWavFileWriter {
+ public:
+  // Creates or empties the file. Throws DecodeFailure when it cannot be created.
+  explicit PcmWavFileWriter(const std::string& path);
+
+  // Writes interleaved samples after those written before. Throws DecodeFailure when the
+  // disk refuses them or the data would outgrow what a WAV header can state.
+  void Append(const int16_t* samples, size_t count);
+
+  // Writes the header and closes the file; throws DecodeFailure when that fails.
+  void Finish(int channels, uint32_t sampleRate);
+
+  uint64_t DataBytes() const { return dataBytes_; }
+
+ private:
+  void WriteAll(const void* bytes, size_t size, uint64_t offset);
+
+  std::string path_;
+  FileDescriptor file_;
+  uint64_t dataBytes_ = 0;
+};
+
+}  // namespace quorvane

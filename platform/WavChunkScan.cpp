@@ -1,0 +1,112 @@
+#include "platform/WavChunkScan.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "platform/DecodeFailure.h"
+#include "platform/FileDescriptor.h"
+
+namespace quorvane {
+
+namespace {
+
+uint16_t Le16(const uint8_t* bytes) {
+  return static_cast<uint16_t>(bytes[0] | (static_cast<unsigned>(bytes[1]) << 8));
+}
+
+uint32_t Le32(const uint8_t* bytes) {
+  return static_cast<uint32_t>(bytes[0]) | (static_cast<uint32_t>(bytes[1]) << 8) |
+         (static_cast<uint32_t>(bytes[2]) << 16) | (static_cast<uint32_t>(bytes[3]) << 24);
+}
+
+// Reads up to `size` bytes at `offset`; the number read (short only at the end of the file).
+size_t ReadAt(int fd, void* buffer, size_t size, uint64_t offset) {
+  size_t done = 0;
+  while (done < size) {
+    const ssize_t got = ::pread(fd, static_cast<uint8_t*>(buffer) + done, size - done,
+                                static_cast<off_t>(offset + done));
+    if (got < 0 && errno == EINTR) continue;
+    if (got < 0)
+      throw DecodeFailure(std::string("Reading the compressed file failed (") +
+                          std::strerror(errno) + ").");
+    if (got == 0) break;
+    done += static_cast<size_t>(got);
+  }
+  return done;
+}
+
+}  // namespace
+
+WavChunkLayout ScanWavChunks(const std::string& path) {
+  FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  if (!file.IsOpen()) {
+    throw DecodeFailure(std::string("The compressed file cannot be opened (") +
+                        std::strerror(errno) + "): " + path);
+  }
+  struct stat status {};
+  if (::fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode)) {
+    throw DecodeFailure("The compressed file is not a regular file: " + path);
+  }
+
+  WavChunkLayout layout;
+  layout.fileSize = static_cast<uint64_t>(status.st_size);
+  const std::string notWav = "The file is not a WAV file: " + path;
+  std::array<uint8_t, 12> riff{};
+  if (ReadAt(file.Get(), riff.data(), riff.size(), 0) < riff.size()) throw DecodeFailure(notWav);
+  if (std::memcmp(riff.data(), "RIFF", 4) != 0 || std::memcmp(riff.data() + 8, "WAVE", 4) != 0) {
+    throw DecodeFailure(notWav);
+  }
+
+  bool haveFormat = false;
+  bool haveData = false;
+  uint64_t position = 12;
+  while (position + 8 <= layout.fileSize) {
+    std::array<uint8_t, 8> header{};
+    if (ReadAt(file.Get(), header.data(), header.size(), position) < header.size()) break;
+    const uint32_t size = Le32(header.data() + 4);
+    const uint64_t body = position + 8;
+    if (std::memcmp(header.data(), "fmt ", 4) == 0 && !haveFormat && size >= 16) {
+      std::array<uint8_t, 40> format{};
+      const size_t got = ReadAt(file.Get(), format.data(), std::min<size_t>(size, 40), body);
+      if (got < 16) break;
+      haveFormat = true;
+      layout.formatTag = Le16(format.data());
+      layout.codecTag = layout.formatTag;
+      layout.channels = Le16(format.data() + 2);
+      layout.sampleRate = Le32(format.data() + 4);
+      // The extensible form names the real format in the first two bytes of its GUID.
+      if (layout.formatTag == kWaveFormatExtensible && got >= 26) {
+        layout.codecTag = Le16(format.data() + 24);
+      }
+    } else if (std::memcmp(header.data(), "fact", 4) == 0 && !layout.factFrames && size >= 4) {
+      std::array<uint8_t, 4> count{};
+      if (ReadAt(file.Get(), count.data(), count.size(), body) == count.size()) {
+        layout.factFrames = Le32(count.data());
+      }
+    } else if (std::memcmp(header.data(), "data", 4) == 0 && !haveData) {
+      haveData = true;
+      layout.dataOffset = std::min(body, layout.fileSize);
+      const uint64_t present = layout.fileSize - layout.dataOffset;
+      // A recorder that never finished its file leaves 0 or a size beyond the end: the
+      // data then runs to the end of the file, and no chunk can follow it.
+      if (size == 0 || size > present) {
+        layout.dataSize = present;
+        break;
+      }
+      layout.dataSize = size;
+    }
+    position = body + size + (size & 1U);
+  }
+
+  if (!haveFormat) throw DecodeFailure("The WAV file has no usable format chunk: " + path);
+  if (!haveData) throw DecodeFailure("The WAV file has no data chunk: " + path);
+  return layout;
+}
+
+}  // namespace quorvane

@@ -1,0 +1,66 @@
+#include "formats/CodecLstFrm.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <string>
+
+#include "tests/support/TempFolder.h"
+
+namespace quorvane {
+namespace {
+
+std::array<std::string, 4> Lookup(const CodecLstFrm& form, int16_t tag) {
+  std::array<std::string, 4> fields;
+  form.GetCodedInfo(tag, fields[0], fields[1], fields[2], fields[3]);
+  return fields;
+}
+
+using Fields = std::array<std::string, 4>;
+
+TEST(CodecLstFrm, FindsTagsBySignedDecimalKey) {
+  const CodecLstFrm form;
+  EXPECT_EQ(Lookup(form, 85), (Fields{"0055", "WAVE_FORMAT_MPEGLAYER3", "Not specified.",
+                                      "ISO/MPEG Layer 3 format tag"}));
+  EXPECT_EQ(Lookup(form, -24314),
+            (Fields{"A106", "WAVE_FORMAT_AAC", "Not specified.", "MPEG-4 AAC"}));
+  EXPECT_EQ(Lookup(form, static_cast<int16_t>(0xB000)),
+            (Fields{"b000", "WAVE_FORMAT_WMSP2", "Microsoft Corporation",
+                    "Windows Media real-time voice"}));
+  EXPECT_EQ(Lookup(form, 0)[1], "WAVE_FORMAT_UNKNOWN");
+  // "Tag1" must not be taken for "Tag10" or the other way round.
+  EXPECT_EQ(Lookup(form, 1)[1], "WAVE_FORMAT_PCM");
+  EXPECT_EQ(Lookup(form, 10)[1], "WAVE_FORMAT_WMSP1");
+}
+
+TEST(CodecLstFrm, ATagTheTableLacksIsUnknown) {
+  const CodecLstFrm form;
+  const Fields unknown{"????", "Unknown", "Unknown", "Unknown"};
+  EXPECT_EQ(Lookup(form, 0x1234), unknown);
+  EXPECT_EQ(Lookup(form, -1), unknown);
+}
+
+TEST(CodecLstFrm, MissingOrEmptyFieldsAreReplaced) {
+  CodecLstFrm form;
+  form.CodecTxt = "[Codec]\r\nTag5=|Five\r\nTag6=0006\r\nTag7\r\nTag8=0008|||Eight";
+  EXPECT_EQ(Lookup(form, 5), (Fields{"????", "Five", "Unknown", "Unknown"}));
+  EXPECT_EQ(Lookup(form, 6), (Fields{"0006", "Unknown", "Unknown", "Unknown"}));
+  EXPECT_EQ(Lookup(form, 7), (Fields{"????", "Unknown", "Unknown", "Unknown"}));
+  EXPECT_EQ(Lookup(form, 8), (Fields{"0008", "Unknown", "Unknown", "Eight"}));
+}
+
+TEST(CodecLstFrm, TheCompiledInTableIsTheTreesFileWithCrLfLines) {
+  std::string expected;
+  for (const char c : testing::ReadFileBytes(QUORVANE_CODEC_TABLE_FILE)) {
+    if (c == '\n') expected += '\r';
+    expected += c;
+  }
+  ASSERT_GT(expected.size(), 1000U);
+  expected.erase(expected.size() - 2);  // no line break after the last row
+  const CodecLstFrm form;
+  EXPECT_EQ(form.CodecTxt, expected);
+  EXPECT_EQ(form.CodecTxt.substr(0, 9), "[Codec]\r\n");
+}
+
+}  // namespace
+}  // namespace quorvane

@@ -1,0 +1,204 @@
+#include "tests/support/CompressedWavFixtures.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <fstream>
+#include <numbers>
+#include <stdexcept>
+
+#include <spawn.h>
+#include <sys/wait.h>
+
+#include "tests/support/TempFolder.h"
+
+extern char** environ;
+
+namespace quorvane::testing {
+
+namespace {
+
+void PutLe(std::string& out, uint32_t value, int bytes) {
+  for (int i = 0; i < bytes; ++i) out += static_cast<char>((value >> (8 * i)) & 0xFF);
+}
+
+uint32_t GetLe(const std::string& bytes, size_t at, int width) {
+  uint32_t value = 0;
+  for (int i = width - 1; i >= 0; --i) {
+    value = (value << 8) | static_cast<unsigned char>(bytes[at + static_cast<size_t>(i)]);
+  }
+  return value;
+}
+
+}  // namespace
+
+std::vector<int16_t> SineChannels(int sampleRate, size_t frames,
+                                  const std::vector<double>& frequencies, double amplitude) {
+  const size_t channels = frequencies.size();
+  std::vector<int16_t> samples(frames * channels);
+  for (size_t i = 0; i < frames; ++i) {
+    const double t = static_cast<double>(i) / sampleRate;
+    for (size_t c = 0; c < channels; ++c) {
+      const double value = amplitude * std::sin(2 * std::numbers::pi * frequencies[c] * t);
+      samples[i * channels + c] = static_cast<int16_t>(std::lrint(value * 32767));
+    }
+  }
+  return samples;
+}
+
+std::vector<int16_t> TestSignal(int channels, int sampleRate, size_t frames) {
+  std::vector<int16_t> samples(frames * static_cast<size_t>(channels));
+  for (size_t i = 0; i < frames; ++i) {
+    const double t = static_cast<double>(i) / sampleRate;
+    for (int c = 0; c < channels; ++c) {
+      const double low = 0.35 * std::sin(2 * std::numbers::pi * (310.0 + 170.0 * c) * t);
+      const double high = 0.15 * std::sin(2 * std::numbers::pi * (1250.0 + 330.0 * c) * t + c);
+      samples[i * static_cast<size_t>(channels) + static_cast<size_t>(c)] =
+          static_cast<int16_t>(std::lrint((low + high) * 32767));
+    }
+  }
+  return samples;
+}
+
+void WritePcm16Wav(const std::string& path, const std::vector<int16_t>& samples, int channels,
+                   int sampleRate) {
+  const auto dataSize = static_cast<uint32_t>(samples.size() * 2);
+  std::string bytes = "RIFF";
+  PutLe(bytes, dataSize + 36, 4);
+  bytes += "WAVEfmt ";
+  PutLe(bytes, 16, 4);
+  PutLe(bytes, 1, 2);
+  PutLe(bytes, static_cast<uint32_t>(channels), 2);
+  PutLe(bytes, static_cast<uint32_t>(sampleRate), 4);
+  PutLe(bytes, static_cast<uint32_t>(sampleRate * channels * 2), 4);
+  PutLe(bytes, static_cast<uint32_t>(channels * 2), 2);
+  PutLe(bytes, 16, 2);
+  bytes += "data";
+  PutLe(bytes, dataSize, 4);
+  for (const int16_t sample : samples) PutLe(bytes, static_cast<uint16_t>(sample), 2);
+  std::ofstream out(path, std::ios::binary | std::ios::trunc);
+  out << bytes;
+  if (!out.flush()) throw std::runtime_error("cannot write " + path);
+}
+
+void RunFfmpeg(const std::vector<std::string>& arguments) {
+  std::vector<std::string> words = {"ffmpeg", "-hide_banner", "-loglevel",
+                                    "error",  "-nostdin",     "-y"};
+  words.insert(words.end(), arguments.begin(), arguments.end());
+  std::vector<char*> argv;
+  for (auto& word : words) argv.push_back(word.data());
+  argv.push_back(nullptr);
+  pid_t child = 0;
+  if (posix_spawnp(&child, "ffmpeg", nullptr, nullptr, argv.data(), environ) != 0) {
+    throw std::runtime_error("ffmpeg cannot be started");
+  }
+  int status = 0;
+  while (waitpid(child, &status, 0) < 0) {
+    if (errno != EINTR) throw std::runtime_error("waiting for ffmpeg failed");
+  }
+  if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
+    std::string command;
+    for (const auto& word : words) command += word + " ";
+    throw std::runtime_error("ffmpeg failed: " + command);
+  }
+}
+
+void EncodeWithFfmpeg(const std::string& source, const std::string& destination,
+                      const std::string& codec, const std::vector<std::string>& options) {
+  std::vector<std::string> arguments = {"-i", source};
+  arguments.insert(arguments.end(), options.begin(), options.end());
+  arguments.insert(arguments.end(), {"-c:a", codec, destination});
+  RunFfmpeg(arguments);
+}
+
+std::vector<int16_t> WavFile::Samples() const {
+  std::vector<int16_t> samples(data.size() / 2);
+  std::memcpy(samples.data(), data.data(), samples.size() * 2);
+  return samples;
+}
+
+std::optional<WavFile> ReadWavFile(const std::string& path) {
+  const std::string bytes = ReadFileBytes(path);
+  if (bytes.size() < 12 || bytes.compare(0, 4, "RIFF") != 0 || bytes.compare(8, 4, "WAVE") != 0) {
+    return std::nullopt;
+  }
+  WavFile wav;
+  wav.fileSize = bytes.size();
+  wav.riffSize = GetLe(bytes, 4, 4);
+  size_t at = 12;
+  while (at + 8 <= bytes.size()) {
+    const std::string id = bytes.substr(at, 4);
+    const uint32_t size = GetLe(bytes, at + 4, 4);
+    const size_t body = at + 8;
+    const size_t present = std::min<size_t>(size, bytes.size() - body);
+    if (id == "fmt " && present >= 16) {
+      wav.formatTag = static_cast<uint16_t>(GetLe(bytes, body, 2));
+      wav.channels = static_cast<uint16_t>(GetLe(bytes, body + 2, 2));
+      wav.sampleRate = GetLe(bytes, body + 4, 4);
+      wav.byteRate = GetLe(bytes, body + 8, 4);
+      wav.blockAlign = static_cast<uint16_t>(GetLe(bytes, body + 12, 2));
+      wav.bitsPerSample = static_cast<uint16_t>(GetLe(bytes, body + 14, 2));
+    } else if (id == "fact" && present >= 4) {
+      wav.factFrames = GetLe(bytes, body, 4);
+    } else if (id == "data") {
+      wav.dataOffset = body;
+      wav.data = bytes.substr(body, present);
+    }
+    at = body + size + (size & 1U);
+  }
+  return wav;
+}
+
+void PatchFactChunk(const std::string& path, std::optional<uint32_t> frames) {
+  const auto wav = ReadWavFile(path);
+  std::string bytes = ReadFileBytes(path);
+  size_t at = 12;
+  while (at + 12 <= bytes.size() && bytes.compare(at, 4, "fact") != 0) {
+    const uint32_t size = GetLe(bytes, at + 4, 4);
+    at += 8 + size + (size & 1U);
+  }
+  if (!wav || at + 12 > bytes.size()) throw std::runtime_error("no fact chunk in " + path);
+  if (frames) {
+    std::string count;
+    PutLe(count, *frames, 4);
+    bytes.replace(at + 8, 4, count);
+  } else {
+    bytes.replace(at, 4, "JUNK");
+  }
+  std::ofstream out(path, std::ios::binary | std::ios::trunc);
+  out << bytes;
+  if (!out.flush()) throw std::runtime_error("cannot write " + path);
+}
+
+std::vector<int16_t> Channel(const std::vector<int16_t>& interleaved, int channels, int channel) {
+  std::vector<int16_t> one;
+  for (size_t i = static_cast<size_t>(channel); i < interleaved.size();
+       i += static_cast<size_t>(channels)) {
+    one.push_back(interleaved[i]);
+  }
+  return one;
+}
+
+double SignalToNoiseDb(const std::vector<int16_t>& reference, const std::vector<int16_t>& test,
+                       size_t lag) {
+  if (test.size() <= lag) return -INFINITY;
+  const size_t count = std::min(reference.size(), test.size() - lag);
+  double signal = 0;
+  double noise = 0;
+  for (size_t i = 0; i < count; ++i) {
+    const double difference = static_cast<double>(test[i + lag]) - reference[i];
+    signal += static_cast<double>(reference[i]) * reference[i];
+    noise += difference * difference;
+  }
+  if (noise == 0) return INFINITY;
+  return 10 * std::log10(signal / noise);
+}
+
+double MeanProduct(const std::vector<int16_t>& x, const std::vector<int16_t>& y) {
+  const size_t count = std::min(x.size(), y.size());
+  double sum = 0;
+  for (size_t i = 0; i < count; ++i) sum += static_cast<double>(x[i]) * y[i];
+  return count ? sum / static_cast<double>(count) : 0;
+}
+
+}  // namespace quorvane::testing
