@@ -462,6 +462,8 @@ void FreeBlock(int32_t block) {
       const int32_t entry = record.FileRef;
       DropOriginalUse(entry);
       RemovePairsOf(block);
+      // The block leaves the file first: releasing the file loads the blocks still on it.
+      record.Kind = BlockFree;
       if (ValidOriginal(entry) && OrgFileTable[entry].UseCount == 0) ReleaseOriginalFile(entry);
       break;
     }

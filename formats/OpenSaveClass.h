@@ -1,0 +1,46 @@
+// Reading and writing the audio files of the timeline: PCM WAV read in place (described as
+// blocks of the source file, no sample copied), compressed WAV decoded first, WAV written
+// in runs, MP3 through the external encoder program.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+
+namespace quorvane {
+
+class FileMemoClass;
+
+class OpenSaveClass {
+ public:
+  OpenSaveClass();
+
+  // Makes the file the whole content of the document; false (after a message) on failure.
+  bool FileLoadWave(FileMemoClass& FilMemOb, const std::string& FileName1);
+
+  // Writes the whole document, or frames SavFromPos..SavToPos of the chosen channels.
+  void FileWriteWave(FileMemoClass& FilMemOb, const std::string& FileName1);
+  void FileWriteWavePart(FileMemoClass& FilMemOb, int32_t SavFromPos, int32_t SavToPos,
+                         int32_t WorkChn, const std::string& FileName1);
+
+  // MP3 through the encoder program named by the project's "LamePath".
+  bool FileLoadMp3(FileMemoClass& FilMemOb, const std::string& FileName1);
+  void FileWriteMp3(FileMemoClass& FilMemOb, const std::string& FileName1, bool blnUsePrevPrm);
+  void FileWriteMp3Part(FileMemoClass& FilMemOb, int32_t SavFromPos, int32_t SavToPos,
+                        int32_t WorkChn, const std::string& FileName1);
+
+  // Frames per run into which files are cut when read and written.
+  int32_t FileBlockLen = 0;
+
+ private:
+  bool LoadWaveFile(FileMemoClass& document, const std::string& fileName);
+  void WriteWaveRuns(FileMemoClass& document, const std::string& fileName, int32_t fromPos,
+                     int32_t frames, int32_t collectChannel, int32_t channelsWritten);
+  bool CheckEncoder();
+  void EncodeMp3(const std::string& mp3File,
+                 const std::function<void(const std::string&)>& writeWave);
+  std::string Mp3TempWaveName() const;
+  void RunAndWait(const std::string& CommandLine);
+};
+
+}  // namespace quorvane

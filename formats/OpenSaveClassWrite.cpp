@@ -1,0 +1,164 @@
+// Writing a document, or a stretch of it, as a PCM WAV file, one run at a time.
+#include <algorithm>
+#include <vector>
+
+#include "core/ErrorReport.h"
+#include "core/FileHelpers.h"
+#include "core/Interaction.h"
+#include "core/Numbers.h"
+#include "core/Trace.h"
+#include "formats/BinaryFile.h"
+#include "formats/OpenSaveClass.h"
+#include "formats/WaveChunks.h"
+#include "storage/BlockList.h"
+#include "storage/FileMemoClass.h"
+
+namespace quorvane {
+
+namespace {
+
+constexpr uint32_t kWritingBarColor = 255;  // red
+
+class WritingProgress {
+ public:
+  WritingProgress() {
+    ProgressDisplay& progress = UserInterface().Progress();
+    progress.SetBarColor1(kWritingBarColor);
+    progress.SetIsVisible(true);
+    progress.SetCurrentProgress(0.0F);
+  }
+  ~WritingProgress() { UserInterface().Progress().SetIsVisible(false); }
+  WritingProgress(const WritingProgress&) = delete;
+  WritingProgress& operator=(const WritingProgress&) = delete;
+};
+
+// One run of samples in the file's format: 16-bit as held, 8-bit as value + 128, stereo
+// interleaved left then right.
+void EncodeRun(const std::vector<int16_t>& left, const std::vector<int16_t>* right, int32_t bits,
+               std::vector<unsigned char>& out) {
+  const size_t frames = left.size();
+  const size_t channels = right ? 2 : 1;
+  out.resize(frames * channels * static_cast<size_t>(bits / 8));
+  unsigned char* at = out.data();
+  const auto put = [&at, bits](int16_t value) {
+    if (bits == 8) {
+      if (value < -128 || value > 127) ThrowError(6, "Overflow");
+      *at++ = static_cast<unsigned char>(value + 128);
+    } else {
+      const auto word = static_cast<uint16_t>(value);
+      *at++ = static_cast<unsigned char>(word & 0xFF);
+      *at++ = static_cast<unsigned char>(word >> 8);
+    }
+  };
+  for (size_t i = 0; i < frames; ++i) {
+    put(left[i]);
+    if (right) put((*right)[i]);
+  }
+}
+
+}  // namespace
+
+void OpenSaveClass::WriteWaveRuns(FileMemoClass& document, const std::string& fileName,
+                                  int32_t fromPos, int32_t frames, int32_t collectChannel,
+                                  int32_t channelsWritten) {
+  const int32_t bits = document.WavFmtBits;
+  const int32_t frameBytes = bits / 8 * channelsWritten;
+  BinaryFile file(fileName, BinaryFile::Mode::Create);
+  const auto header = CanonicalWaveHeader(channelsWritten, document.WavFmtFreq, bits, frames);
+  file.WriteAt(0, header.data(), header.size());
+
+  const int32_t run = FileBlockLen * 2 / frameBytes;
+  std::vector<int16_t> left;
+  std::vector<int16_t> right;
+  std::vector<unsigned char> bytes;
+  for (int32_t i = 0; i < frames; i += run) {
+    UserInterface().Progress().SetCurrentProgress(static_cast<float>(i) /
+                                                  static_cast<float>(frames));
+    const int32_t length = std::min(run, frames - i);
+    document.WaveCollectBuff(fromPos + i, fromPos + i + length - 1, collectChannel, left, right);
+    const std::vector<int16_t>& chosen = collectChannel == 2 ? right : left;
+    EncodeRun(chosen, channelsWritten == 2 ? &right : nullptr, bits, bytes);
+    file.WriteAt(kCanonicalHeaderBytes + static_cast<int64_t>(i) * frameBytes, bytes.data(),
+                 bytes.size());
+  }
+}
+
+void OpenSaveClass::FileWriteWave(FileMemoClass& FilMemOb, const std::string& FileName1) {
+  const WritingProgress progress;
+  try {
+    const int32_t frames = FilMemOb.WavWaveINos;
+    if (FileName1.empty()) {
+      UserInterface().Message("No file name given to write");
+      return;
+    }
+    if (frames == 0) {
+      UserInterface().Message("Zero size wave found", MessageIcon::None, "Writing wave error");
+      return;
+    }
+    const int32_t channels = FilMemOb.WavFmtChannel;
+    const int32_t bits = FilMemOb.WavFmtBits;
+    if ((channels != 1 && channels != 2) || (bits != 8 && bits != 16)) {
+      UserInterface().Message("Format not Known to write wave file");
+      return;
+    }
+    ReleaseOriginalFileByName(FileName1);
+    if (!DeleteFileIfExists(FileName1)) {
+      UserInterface().Message("This file " + FileName1 + " is locked," + kCrLf +
+                                  "may be used by another program." + kCrLf +
+                                  "Release that file and try again",
+                              MessageIcon::None, "Failed to write wave file");
+      return;
+    }
+    WriteWaveRuns(FilMemOb, FileName1, 1, frames, channels == 1 ? 1 : 0, channels);
+  } catch (const std::exception& error) {
+    UserInterface().Message(ErrorDescription(error), MessageIcon::None, "Wave file write error");
+  }
+}
+
+void OpenSaveClass::FileWriteWavePart(FileMemoClass& FilMemOb, int32_t SavFromPos, int32_t SavToPos,
+                                      int32_t WorkChn, const std::string& FileName1) {
+  Trace("FileWriteWavePart: Enter");
+  const WritingProgress progress;
+  try {
+    const int32_t total = FilMemOb.WavWaveINos;
+    if (total == 0) {
+      UserInterface().Message("Zero size wave found", MessageIcon::None, "Writing wave error");
+      return;
+    }
+    if (SavFromPos < 1 || SavToPos > total || SavFromPos > SavToPos) {
+      UserInterface().Message("Invalid selection to save selected");
+      return;
+    }
+    if (FileName1.empty()) {
+      UserInterface().Message("No file name given to write");
+      return;
+    }
+    const bool stereo = FilMemOb.WavFmtChannel == 2;
+    const int32_t collect = WorkChn == 0 ? (stereo ? 0 : 1) : (WorkChn == 2 && stereo ? 2 : 1);
+    const int32_t channelsWritten = collect == 0 ? 2 : 1;
+    const int32_t bits = FilMemOb.WavFmtBits;
+    if (bits != 8 && bits != 16) {
+      UserInterface().Message("Format not Known to write wave file");
+      return;
+    }
+    ReleaseOriginalFileByName(FileName1);
+    if (FileExists(FileName1)) {
+      Trace("FileWriteWavePart: attempting to delete " + FileName1);
+      if (!DeleteFileIfExists(FileName1)) {
+        ThrowError(kErrorPermissionDenied, "Permission denied: " + FileName1);
+      }
+    }
+    WriteWaveRuns(FilMemOb, FileName1, SavFromPos, SavToPos - SavFromPos + 1, collect,
+                  channelsWritten);
+  } catch (const std::exception& error) {
+    const int32_t number = ErrorNumber(error);
+    Trace("FileWriteWavePart Error - " + ErrorDescription(error) + " " + DecimalText(number));
+    const uint32_t line = ErrorLine(error);
+    UserInterface().Message(
+        NumberedErrorText(number, line ? std::optional<uint32_t>(line) : std::nullopt,
+                          "OpenSaveClass", ErrorDescription(error)),
+        MessageIcon::Critical);
+  }
+}
+
+}  // namespace quorvane

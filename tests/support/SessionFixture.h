@@ -1,0 +1,53 @@
+// A fresh session for tests of the layers above the storage engine: a session folder, the
+// block list, the editor state, the project tables, a recording interaction and a
+// recording undo menu, all reset for every case.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "storage/DocumentWindow.h"
+#include "storage/FileMemoClass.h"
+#include "tests/support/RecordingInteraction.h"
+#include "tests/support/TempFolder.h"
+
+namespace quorvane::testing {
+
+class RecordingUndoMenu : public DocumentWindow {
+ public:
+  void SetUndoMenuItem(const std::string& caption, bool enabled) override {
+    menuCaption = caption;
+    menuEnabled = enabled;
+  }
+  void SetUndoButton(bool, const std::string&) override {}
+  void SetMenu_To_DefaultFormat() override {}
+  UndoClearChoice ShowUndoClearFrm(const std::vector<std::string>&) override { return {}; }
+
+  std::string menuCaption;
+  bool menuEnabled = false;
+};
+
+class SessionTest : public ::testing::Test {
+ protected:
+  SessionTest();
+  ~SessionTest() override;
+
+  // The samples of a channel (1 left, 2 right) of a document, read without loading.
+  static std::vector<int16_t> ChannelSamples(const FileMemoClass& document, int channel);
+
+  TempFolder session;  // the session folder
+  TempFolder files;    // where a test keeps its own files
+  RecordingInteraction ui;
+  RecordingUndoMenu menu;
+};
+
+// Interleaves one or two channels.
+std::vector<int16_t> Interleave(const std::vector<int16_t>& left,
+                                const std::vector<int16_t>& right);
+
+// A ramp of `count` values starting at `first`, stepping by `step`, wrapping in 16 bits.
+std::vector<int16_t> Ramp(size_t count, int first = 0, int step = 1);
+
+}  // namespace quorvane::testing
