@@ -1,0 +1,121 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "core/ProjectTables.h"
+#include "formats/OpenSaveClass.h"
+#include "platform/ProgramFile.h"
+#include "storage/FileMemoClass.h"
+#include "tests/support/CompressedWavFixtures.h"
+#include "tests/support/SessionFixture.h"
+#include "tests/support/WaveBuilder.h"
+
+namespace quorvane {
+namespace {
+
+using testing::PcmWave;
+using testing::Ramp;
+
+class Mp3Test : public testing::SessionTest {
+ protected:
+  // An encoder stand-in in a folder with blanks: it writes its arguments to args.txt, one
+  // per line, and for --decode copies decoded.wav (when there is one) to its last argument.
+  std::string FakeEncoder() {
+    std::filesystem::create_directories(files.File("my tools"));
+    const std::string script = files.File("my tools/fake lame");
+    std::ofstream(script) << "#!/bin/sh\n"
+                          << "printf '%s\\n' \"$@\" > '" << files.File("args.txt") << "'\n"
+                          << "if [ \"$1\" = --decode ] && [ -f '" << files.File("decoded.wav")
+                          << "' ]; then cp '" << files.File("decoded.wav") << "' \"$3\"; fi\n";
+    std::filesystem::permissions(script, std::filesystem::perms::owner_all);
+    return script;
+  }
+  std::vector<std::string> Arguments() const {
+    std::istringstream in(testing::ReadFileBytes(files.File("args.txt")));
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(in, line);) lines.push_back(line);
+    return lines;
+  }
+
+  OpenSaveClass codec;
+  FileMemoClass document;
+};
+
+TEST_F(Mp3Test, AMissingEncoderIsNamed) {
+  Project().LamePath = "";
+  EXPECT_FALSE(codec.FileLoadMp3(document, files.File("a.mp3")));
+  Project().LamePath = files.File("no lame here");
+  codec.FileWriteMp3(document, files.File("a.mp3"), false);
+  ASSERT_EQ(ui.messages.size(), 2u);
+  EXPECT_EQ(ui.messages[0].text, "Mp3 encoder Exe file not found");
+  EXPECT_EQ(ui.messages[0].icon, MessageIcon::Exclamation);
+  EXPECT_EQ(ui.messages[1].text, "Mp3 encoder Exe file not found\r\n" + files.File("no lame here"));
+}
+
+TEST_F(Mp3Test, TheEncoderGetsQuotedFileNamesAndTheSettingsAsTheyStand) {
+  Project().LamePath = FakeEncoder();
+  Project().LameSettings = "  -b 64 --quiet ";
+  files.Write("decoded.wav", PcmWave(1, 8000, 16, Ramp(500)));
+  const std::string mp3 = files.File("slide one.mp3");
+  ASSERT_TRUE(codec.FileLoadMp3(document, mp3));
+  std::vector<std::string> arguments = Arguments();
+  ASSERT_EQ(arguments.size(), 3u);
+  EXPECT_EQ(arguments[0], "--decode");
+  EXPECT_EQ(arguments[1], mp3);
+  EXPECT_EQ(std::filesystem::path(arguments[2]).parent_path(), session.Path());
+  EXPECT_EQ(ChannelSamples(document, 1), Ramp(500));
+
+  codec.FileWriteMp3Part(document, 11, 20, 0, mp3);
+  arguments = Arguments();
+  ASSERT_EQ(arguments.size(), 5u);
+  EXPECT_EQ(arguments[0], "-b");
+  EXPECT_EQ(arguments[1], "64");
+  EXPECT_EQ(arguments[2], "--quiet");
+  EXPECT_EQ(arguments[4], mp3);
+  // The intermediate file held the part and is gone after encoding.
+  EXPECT_FALSE(std::filesystem::exists(arguments[3]));
+  EXPECT_TRUE(ui.messages.empty());
+}
+
+TEST_F(Mp3Test, ADecodeThatMakesNothingLeavesTheDocumentAlone) {
+  Project().LamePath = FakeEncoder();
+  const std::string wave = files.Write("kept.wav", PcmWave(1, 8000, 16, Ramp(100)));
+  ASSERT_TRUE(codec.FileLoadWave(document, wave));
+  EXPECT_FALSE(codec.FileLoadMp3(document, files.File("broken.mp3")));
+  ASSERT_EQ(ui.messages.size(), 1u);
+  EXPECT_EQ(ui.messages[0].text, "Failed in decoding to intermediate wave file");
+  EXPECT_EQ(ui.messages[0].icon, MessageIcon::Exclamation);
+  EXPECT_EQ(ChannelSamples(document, 1), Ramp(100));
+}
+
+TEST_F(Mp3Test, RealMp3FilesRoundTripThroughLame) {
+  Project().LamePath = FindOnPath("lame");
+  ASSERT_FALSE(Project().LamePath.empty()) << "lame is installed by scripts/install-deps";
+  Project().LameSettings = "--quiet -b 128";
+  const auto tone = testing::SineChannels(44100, 44100, {440.0}, 0.5);
+  ASSERT_TRUE(codec.FileLoadWave(document, files.Write("tone.wav", PcmWave(1, 44100, 16, tone))));
+  const std::string mp3 = files.File("tone.mp3");
+  codec.FileWriteMp3(document, mp3, false);
+  ASSERT_TRUE(std::filesystem::exists(mp3));
+
+  FileMemoClass decoded;
+  ASSERT_TRUE(codec.FileLoadMp3(decoded, mp3));
+  EXPECT_EQ(decoded.WavFmtFreq, 44100);
+  EXPECT_NEAR(decoded.WavWaveINos, 44100, 1152);  // at most one frame of padding
+  // Away from the ends the decoded tone follows the original closely.
+  const auto samples = ChannelSamples(decoded, 1);
+  double error = 0.0;
+  double power = 0.0;
+  for (size_t i = 4410; i < 39690; ++i) {
+    error += std::pow(samples[i] - tone[i], 2.0);
+    power += std::pow(tone[i], 2.0);
+  }
+  EXPECT_LT(error / power, 0.01);
+  EXPECT_TRUE(ui.messages.empty());
+}
+
+}  // namespace
+}  // namespace quorvane
