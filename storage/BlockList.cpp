@@ -445,38 +445,36 @@ void FreeBlock(int32_t block) {
   QUORVANE_CHECK(ValidBlock(block), "freeing a block that does not exist");
   if (!ValidBlock(block)) return;
   BlockRecord& record = BlockTable[block];
+  int32_t releasedOriginal = 0;
   switch (record.Kind) {
     case BlockMemFile:
-      DropData(record);
       MemoryInUse -= 2 * static_cast<int64_t>(record.Length);
       DropTempUse(record.FileRef);
       break;
     case BlockMemory:
-      DropData(record);
       MemoryInUse -= 2 * static_cast<int64_t>(record.Length);
       break;
     case BlockFile:
       DropTempUse(record.FileRef);
       break;
-    case BlockOrgFile: {
-      const int32_t entry = record.FileRef;
-      DropOriginalUse(entry);
+    case BlockOrgFile:
+      DropOriginalUse(record.FileRef);
       RemovePairsOf(block);
-      // The block leaves the file first: releasing the file loads the blocks still on it.
-      record.Kind = BlockFree;
-      if (ValidOriginal(entry) && OrgFileTable[entry].UseCount == 0) ReleaseOriginalFile(entry);
+      if (ValidOriginal(record.FileRef) && OrgFileTable[record.FileRef].UseCount == 0) {
+        releasedOriginal = record.FileRef;
+      }
       break;
-    }
     default:
       break;
   }
-  BlockRecord& cleared = BlockTable[block];
-  DropData(cleared);
-  cleared.FileRef = 0;
-  cleared.Length = 0;
-  cleared.FilePosition = 0;
-  cleared.UseStamp = 0;
+  DropData(record);
+  record.FileRef = 0;
+  record.Length = 0;
+  record.FilePosition = 0;
+  record.UseStamp = 0;
   SetKind(block, BlockFree);
+  // Only once the record is free: releasing the file loads every block still on it.
+  if (releasedOriginal != 0) ReleaseOriginalFile(releasedOriginal);
 }
 
 int32_t CopyBlock(int32_t block) {

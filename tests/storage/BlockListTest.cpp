@@ -252,6 +252,9 @@ TEST_F(BlockListFiles, FreeingTheLastBlockOfAFileInTheTemporaryFolderDeletesIt) 
   }
   EXPECT_FALSE(std::filesystem::exists(inside.path));
   EXPECT_TRUE(std::filesystem::exists(elsewhere.path));
+  // Nothing was read on the way out.
+  EXPECT_EQ(MemoryInUse, 0);
+  EXPECT_EQ(BlocksInUse(), 0);
   EXPECT_TRUE(OrgFileTable[1].FileName.empty());
   EXPECT_TRUE(OrgFileTable[2].FileName.empty());
 }
