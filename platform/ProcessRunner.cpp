@@ -1,5 +1,6 @@
 #include "platform/ProcessRunner.h"
 
+#include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
 #include <sys/syscall.h>
@@ -68,8 +69,18 @@ bool RunAndWaitProcess(const std::string& commandLine, const RunOptions& options
   for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
   argv.push_back(nullptr);
 
+  // The program runs without a console: what it prints goes nowhere, so a front end's own
+  // standard streams carry only what the front end writes.
+  posix_spawn_file_actions_t actions;
+  ::posix_spawn_file_actions_init(&actions);
+  for (const int stream : {0, 1, 2}) {
+    ::posix_spawn_file_actions_addopen(&actions, stream, "/dev/null",
+                                       stream == 0 ? O_RDONLY : O_WRONLY, 0);
+  }
   pid_t pid = 0;
-  if (::posix_spawn(&pid, argv[0], nullptr, nullptr, argv.data(), environ) != 0) return false;
+  const int started = ::posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ);
+  ::posix_spawn_file_actions_destroy(&actions);
+  if (started != 0) return false;
 
   const int descriptor = OpenProcessDescriptor(pid);
   const int intervalMs = static_cast<int>(options.pollInterval.count());

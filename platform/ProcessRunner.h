@@ -18,7 +18,8 @@ struct RunOptions {
 };
 
 // Starts the first argument as the program with the rest as its arguments, inheriting
-// this process's environment and folder, and waits until it has ended. Returns false at
+// this process's environment and folder, with its standard streams on /dev/null, and waits
+// until it has ended. Returns false at
 // once when the program could not be started.
 bool RunAndWaitProcess(const std::string& commandLine, const RunOptions& options = {});
 

@@ -1,0 +1,240 @@
+#include "app/Session.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "app/AudioFileName.h"
+#include "app/SampleConversions.h"
+#include "core/Environment.h"
+#include "core/ErrorReport.h"
+#include "core/FileHelpers.h"
+#include "core/Interaction.h"
+#include "core/Numbers.h"
+#include "core/ProjectTables.h"
+#include "formats/OpenSaveClass.h"
+#include "storage/BlockCarrBuffClass.h"
+#include "storage/FileMemoClass.h"
+
+namespace quorvane {
+
+namespace {
+
+constexpr uint32_t kConvertingBarColor = Rgb(0, 128, 128);
+constexpr int32_t kFallbackRate = 44100;
+
+// A carrier seen as a channel for the sample conversions.
+struct CarrierChannel {
+  BlockCarrBuffClass& carrier;
+  int32_t Length() const { return carrier.WaveINos; }
+  int16_t At(int32_t position) const { return carrier.WaveLR(position); }
+  void Resize(int32_t length) { carrier.ReDimSize(length); }
+  void Set(int32_t position, int16_t value) { carrier.WaveLR(position, value); }
+};
+
+std::unique_ptr<FileMemoClass> NewScratchDocument() {
+  auto document = std::make_unique<FileMemoClass>();
+  document->IsTempObject = true;
+  return document;
+}
+
+int32_t ChannelChoice(const FileMemoClass& document) { return document.WavFmtChannel == 2 ? 0 : 1; }
+
+// Brings every channel of the track to `bits`, one channel at a time.
+void ConvertTrackBits(FileMemoClass& track, int32_t bits) {
+  const int32_t channels = track.WavFmtChannel;
+  const float share = channels == 2 ? 0.5F : 1.0F;
+  for (int32_t channel = 1; channel <= channels; ++channel) {
+    BlockCarrBuffClass left;
+    BlockCarrBuffClass right;
+    track.WaveCollectData(1, track.WavWaveINos, channel, left, right);
+    BlockCarrBuffClass& collected = channel == 1 ? left : right;
+    CarrierChannel view{collected};
+    ConvertSampleBits(view, track.WavFmtBits, bits, share);
+    track.WaveDataReplace(1, channel, &left, &right, "", true);
+  }
+  track.WaveDataChangeFmt(0, bits, 0, "");
+}
+
+// Brings every channel of the track to `freq`, the second channel first.
+void ResampleTrack(FileMemoClass& track, int32_t freq, int32_t growStep) {
+  const double percent = static_cast<double>(freq) * 100.0 / track.WavFmtFreq;
+  for (int32_t channel = track.WavFmtChannel; channel >= 1; --channel) {
+    UserInterface().Progress().SetCurrentProgress(0.0F);
+    const int32_t length =
+        channel == 1 ? track.LeftChannel().Length() : track.RightChannel().Length();
+    BlockCarrBuffClass left;
+    BlockCarrBuffClass right;
+    track.WaveCollectData(1, length, channel, left, right);
+    track.WaveDataDelete(1, channel, length, "", true);
+    BlockCarrBuffClass& source = channel == 1 ? left : right;
+    BlockCarrBuffClass converted;
+    CarrierChannel from{source};
+    CarrierChannel to{converted};
+    if (percent < 100.0) {
+      ResampleNearest(from, percent, to, 1.0F);
+    } else {
+      ResampleCurve(from, track.WavFmtBits, percent, percent, to, 1.0F, growStep);
+    }
+    if (channel == 1) {
+      track.WaveDataInsert(1, 1, &converted, &right, "", true);
+    } else {
+      track.WaveDataInsert(1, 2, &left, &converted, "", true);
+    }
+  }
+  track.WavFmtFreq = freq;
+}
+
+// True when every sample of [first, last] is 0 in every channel, read without loading.
+bool StretchIsSilent(FileMemoClass& document, int32_t first, int32_t last) {
+  constexpr int32_t kChunk = 65536;
+  std::vector<int16_t> left;
+  std::vector<int16_t> right;
+  const int32_t channels = ChannelChoice(document);
+  for (int32_t from = first; from <= last; from += kChunk) {
+    const int32_t count = std::min(kChunk, last - from + 1);
+    document.QuickBuffGet(from, count, channels, left, right);
+    const auto loud = [](int16_t sample) { return sample != 0; };
+    if (std::any_of(left.begin() + 1, left.begin() + 1 + count, loud)) return false;
+    if (channels == 0 && std::any_of(right.begin() + 1, right.begin() + 1 + count, loud)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
+void LoadTrackFile(const std::string& path, std::unique_ptr<FileMemoClass>& track, int32_t freq,
+                   int32_t bits) {
+  const BusyPointer busy;
+  try {
+    track = NewScratchDocument();
+    OpenSaveClass files;
+    const std::string ending = LowerEnding(path, 3);
+    bool loaded = false;
+    if (ending == "wav") loaded = files.FileLoadWave(*track, path);
+    if (ending == "mp3") loaded = files.FileLoadMp3(*track, path);
+    if (!loaded) {
+      track = NewScratchDocument();
+      track->WavFmtBits = bits == 0 ? 16 : bits;
+      track->WavFmtFreq = freq == 0 ? kFallbackRate : freq;
+      track->WavFmtChannel = 1;
+      track->StorageReset();
+      return;
+    }
+    ProgressDisplay& progress = UserInterface().Progress();
+    if (bits != 0 && bits != track->WavFmtBits) {
+      progress.SetBarColor1(kConvertingBarColor);
+      progress.SetCurrentProgress(0.0F);
+      progress.SetIsVisible(true);
+      ConvertTrackBits(*track, bits);
+      progress.SetIsVisible(false);
+    }
+    if (freq != 0 && freq != track->WavFmtFreq) {
+      progress.SetBarColor1(kConvertingBarColor);
+      progress.SetIsVisible(true);
+      ResampleTrack(*track, freq, files.FileBlockLen);
+      progress.SetIsVisible(false);
+    }
+  } catch (const std::exception& error) {
+    UserInterface().Progress().SetIsVisible(false);
+    UserInterface().Message(ErrorDescription(error), MessageIcon::None, "Open Wave Error");
+  }
+}
+
+void PadTrackToDuration(FileMemoClass& track, float seconds) {
+  const int32_t wanted = RoundHalfEven(static_cast<double>(seconds) * track.WavFmtFreq);
+  const int32_t length = track.WavWaveINos;
+  if (wanted > length) {
+    BlockCarrBuffClass left;
+    BlockCarrBuffClass right;
+    left.ReDimSize(wanted - length);
+    if (track.WavFmtChannel == 2) right.ReDimSize(wanted - length);
+    track.WaveDataInsert(length + 1, ChannelChoice(track), &left, &right, "", true);
+  } else if (wanted < length) {
+    track.WaveDataDelete(wanted + 1, ChannelChoice(track), length - wanted, "", true);
+  }
+}
+
+void AppendTrack(FileMemoClass& document, FileMemoClass& track, int32_t position) {
+  const BusyPointer busy;
+  try {
+    if (track.WavWaveINos == 0) return;
+    if (position < 1) position = 1;
+    if (position >= document.WavWaveINos) position = document.WavWaveINos + 1;
+    BlockCarrBuffClass left;
+    BlockCarrBuffClass right;
+    track.WaveCollectData(1, track.WavWaveINos, ChannelChoice(track), left, right);
+    if (document.WavWaveINos == 0) {
+      document.StorageReset();
+      document.WavFmtFreq = track.WavFmtFreq;
+      document.WavFmtBits = track.WavFmtBits;
+      document.WavFmtChannel = track.WavFmtChannel;
+      document.WaveDataInsert(1, ChannelChoice(document), &left, &right, "", true);
+    } else if (document.WavFmtChannel == track.WavFmtChannel) {
+      document.WaveDataInsert(position, ChannelChoice(document), &left, &right, "", true);
+    } else if (document.WavFmtChannel == 1) {
+      // A stereo track turns the document stereo, its mono audio heard on both sides.
+      BlockCarrBuffClass mono;
+      BlockCarrBuffClass unused;
+      document.WaveCollectData(1, document.WavWaveINos, 1, mono, unused);
+      document.WaveDataChangeFmt(2, 0, 0, "Stereo");
+      document.WaveDataInsert(1, 2, &unused, &mono, "", true);
+      document.WaveDataInsert(position, 0, &left, &right, "", true);
+    } else {
+      document.WaveDataInsert(position, 0, &left, &left, "", true);
+    }
+  } catch (const std::exception& error) {
+    UserInterface().Message(ErrorDescription(error), MessageIcon::None, "File Insert Error");
+  }
+}
+
+void LoadSlideAudio(FileMemoClass& document, int32_t n, float duration, int64_t& runningTotal) {
+  ProjectData& project = Project();
+  SlideInfo& slide = project.Slides[static_cast<size_t>(n)];
+  std::unique_ptr<FileMemoClass> track;
+  bool loaded = false;
+  const std::string path = project.TargetFolder + slide.Track;
+  if (!slide.Track.empty() && FileExists(path)) {
+    LoadTrackFile(path, track, project.BaseFrequency, project.BaseBits);
+    loaded = track && track->WavWaveINos > 0;
+  }
+  float seconds = duration > 0.0F ? duration : 0.0F;
+  slide.Start = static_cast<int32_t>(runningTotal + 1);
+  if (!loaded) {
+    track = NewScratchDocument();
+    track->WavFmtChannel = 1;
+    track->WavFmtBits = project.BaseBits == 0 ? 16 : project.BaseBits;
+    track->WavFmtFreq = project.BaseFrequency;
+  }
+  if (track->WavFmtFreq == 0) {
+    ThrowError(11,
+               "Division by zero: the project gives no \"BaseFrequency\" for the missing "
+               "track of slide " +
+                   DecimalText(n));
+  }
+  const float actual =
+      static_cast<float>(track->WavWaveINos) / static_cast<float>(track->WavFmtFreq);
+  if (seconds == 0.0F) seconds = actual;
+  if (seconds > actual) PadTrackToDuration(*track, seconds);
+  AppendTrack(document, *track, slide.Start);
+  runningTotal += track->WavWaveINos;
+}
+
+void SaveSlideAudio(FileMemoClass& document, int32_t n) {
+  const ProjectData& project = Project();
+  const SlideInfo& slide = project.Slides[static_cast<size_t>(n)];
+  const std::string file = project.TargetFolder + slide.Track;
+  const int32_t first = slide.Start;
+  const int32_t last = SlideEndPosition(n, document.WavWaveINos) - 1;
+  if (last - first + 1 < 3 || StretchIsSilent(document, first, last)) {
+    DeleteFileIfExists(file);
+    return;
+  }
+  OpenSaveClass files;
+  const std::string ending = LowerEnding(slide.Track, 4);
+  if (ending == ".mp3") files.FileWriteMp3Part(document, first, last, 0, file);
+  if (ending == ".wav") files.FileWriteWavePart(document, first, last, 0, file);
+}
+
+}  // namespace quorvane

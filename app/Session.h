@@ -1,0 +1,32 @@
+// Joining the slide tracks into one timeline, and splitting it back into one file per
+// slide when the project is saved.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace quorvane {
+
+class FileMemoClass;
+
+// Reads a wav or mp3 file into a new scratch document and brings it to `freq` and `bits`
+// (0: keep). A file that cannot be read gives an empty document.
+void LoadTrackFile(const std::string& path, std::unique_ptr<FileMemoClass>& track, int32_t freq,
+                   int32_t bits);
+
+// Makes the track round(seconds * rate) samples long: silence appended, or the end cut.
+void PadTrackToDuration(FileMemoClass& track, float seconds);
+
+// Inserts the whole track into the document at `position` (clamped to 1..length + 1).
+void AppendTrack(FileMemoClass& document, FileMemoClass& track, int32_t position);
+
+// Loads slide n's track (or its silence) and appends it after `runningTotal` samples;
+// sets the slide's Start and adds the track's length to the total.
+void LoadSlideAudio(FileMemoClass& document, int32_t n, float duration, int64_t& runningTotal);
+
+// Writes slide n's stretch of the document to its track file, or deletes the file when
+// the stretch is shorter than 3 samples or silent.
+void SaveSlideAudio(FileMemoClass& document, int32_t n);
+
+}  // namespace quorvane

@@ -1,0 +1,63 @@
+#include "app/SessionLifetime.h"
+
+#include "app/ProjectFile.h"
+#include "core/AppFolders.h"
+#include "core/ErrorReport.h"
+#include "core/MemoryBudget.h"
+#include "core/Numbers.h"
+#include "core/Settings.h"
+#include "core/Trace.h"
+#include "storage/BlockList.h"
+#include "storage/EditorState.h"
+#include "storage/FileMemoClass.h"
+
+namespace quorvane {
+
+namespace {
+bool g_loopOn = false;
+}
+
+bool LoopOn() { return g_loopOn; }
+
+std::unique_ptr<FileMemoClass> PrepareSession(const std::string& commandLine) {
+  Trace("Main: Command line is " + commandLine);
+  try {
+    std::string path = Trim(commandLine);
+    InitAppPaths();
+    const int32_t loop = RoundHalfEven(LeadingNumber(SettingGet("Setting", "LoopOn", "0")));
+    g_loopOn = loop == 1;
+    if (!InitTempFolder()) ThrowError(kErrorPathFileAccess, "No session folder could be made");
+    InitMemoryBudget();
+    auto document = std::make_unique<FileMemoClass>();
+    document->StorageReset();
+    // While the tracks are joined the document keeps no undo and moves no slides.
+    document->IsTempObject = true;
+    const bool loaded = ProjectFileLoad(path, *document);
+    document->IsTempObject = false;
+    if (!loaded) {
+      EndSession(document);
+      return nullptr;
+    }
+    EditorState& editor = Editor();
+    editor.CurrentFmtBits = document->WavFmtBits;
+    editor.CurrentFmtChannel = document->WavFmtChannel;
+    editor.CurrentFmtFreq = document->WavFmtFreq;
+    document->UndoInfoReset();
+    editor.WaveChanged = false;
+    return document;
+  } catch (const std::exception& error) {
+    TraceError(error, "QuorvaneModOld", "Main");
+    std::unique_ptr<FileMemoClass> none;
+    EndSession(none);
+    return nullptr;
+  }
+}
+
+void EndSession(std::unique_ptr<FileMemoClass>& document, const std::string& lastWaveFolder) {
+  document.reset();
+  if (!lastWaveFolder.empty()) SettingPut("Path", "Last Wave Dir", lastWaveFolder);
+  ReleaseAllFiles();
+  RemoveSessionFolder();
+}
+
+}  // namespace quorvane

@@ -1,0 +1,26 @@
+// The start and the end of an editing session, shared by the editor and the batch tool:
+// everything that runs before the editor's window appears, and the release of every file
+// and folder afterwards.
+#pragma once
+
+#include <memory>
+#include <string>
+
+namespace quorvane {
+
+class FileMemoClass;
+
+// Program and temporary folders, the settings written for other programs, the session
+// folder, the memory budget, the document and the session from the project file named
+// by the command line. Nothing (after the project file's message) when the session could
+// not be loaded.
+std::unique_ptr<FileMemoClass> PrepareSession(const std::string& commandLine);
+
+// Releases the document and every file the storage engine holds, writes the last folder
+// used for audio files (when there is one) and removes the session folder.
+void EndSession(std::unique_ptr<FileMemoClass>& document, const std::string& lastWaveFolder = "");
+
+// The "LoopOn" setting read at start-up.
+bool LoopOn();
+
+}  // namespace quorvane

@@ -1,0 +1,94 @@
+#include "batch/BatchRunner.h"
+
+#include <memory>
+
+#include "app/ProjectFile.h"
+#include "app/SessionLifetime.h"
+#include "batch/BatchOutput.h"
+#include "editing/EditCommands.h"
+#include "storage/DocumentWindow.h"
+#include "storage/EditorState.h"
+#include "storage/FileMemoClass.h"
+
+namespace quorvane {
+
+namespace {
+
+// Keeps the undo menu caption the document would show in the window.
+class UndoCaption : public DocumentWindow {
+ public:
+  void SetUndoMenuItem(const std::string& caption, bool) override { caption_ = caption; }
+  void SetUndoButton(bool, const std::string&) override {}
+  void SetMenu_To_DefaultFormat() override {}
+  UndoClearChoice ShowUndoClearFrm(const std::vector<std::string>&) override { return {}; }
+  const std::string& Caption() const { return caption_; }
+
+ private:
+  std::string caption_ = "Undo [Nothing]";
+};
+
+bool InsideDocument(const BatchCommand& command, const FileMemoClass& document) {
+  switch (command.kind) {
+    case BatchCommand::Kind::Delete:
+      return command.to <= document.WavWaveINos;
+    case BatchCommand::Kind::InsertSilence:
+      return command.from <= document.WavWaveINos + 1;
+    default:
+      return true;
+  }
+}
+
+void Select(int32_t from, int32_t to) {
+  Editor().SelStart = from;
+  Editor().SelEnd = to;
+}
+
+}  // namespace
+
+int RunBatchScript(const BatchScript& script, std::ostream& out, std::ostream& errors) {
+  UndoCaption undoMenu;
+  SetDocumentWindow(&undoMenu);
+  std::unique_ptr<FileMemoClass> document = PrepareSession(script.project);
+  if (!document) {
+    SetDocumentWindow(nullptr);
+    return 1;
+  }
+  int status = 0;
+  for (const BatchCommand& command : script.commands) {
+    if (!InsideDocument(command, *document)) {
+      errors << "quorvane-audio-batch: positions outside the document (length "
+             << document->WavWaveINos << ")\n"
+             << BatchUsage();
+      status = 2;
+      break;
+    }
+    switch (command.kind) {
+      case BatchCommand::Kind::Info:
+        out << InfoJson(*document, undoMenu.Caption()) << '\n';
+        break;
+      case BatchCommand::Kind::Samples:
+        out << SamplesJson(*document, command.from, command.to) << '\n';
+        break;
+      case BatchCommand::Kind::Delete:
+        Select(command.from, command.to);
+        EditDelete(*document);
+        break;
+      case BatchCommand::Kind::InsertSilence:
+        Select(command.from, command.from);
+        InsertSilenceSeconds(*document, command.seconds);
+        break;
+      case BatchCommand::Kind::Undo:
+        EditUndo(*document);
+        break;
+      case BatchCommand::Kind::Save:
+        ProjectFileSave(*document);
+        break;
+    }
+    out.flush();
+  }
+  EndSession(document);
+  SetDocumentWindow(nullptr);
+  return status;
+}
+
+}  // namespace quorvane

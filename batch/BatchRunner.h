@@ -1,0 +1,16 @@
+// Carries out a batch script: the session is prepared as the editor prepares it, the
+// commands run in order through the editor's own edit functions, and the session ends as
+// the editor ends it.
+#pragma once
+
+#include <ostream>
+
+#include "batch/BatchCommandLine.h"
+
+namespace quorvane {
+
+// Exit status: 0 when every command ran, 1 when the project could not be loaded, 2 when a
+// command names positions outside the document (after the usage text on `errors`).
+int RunBatchScript(const BatchScript& script, std::ostream& out, std::ostream& errors);
+
+}  // namespace quorvane

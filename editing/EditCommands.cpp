@@ -1,0 +1,65 @@
+#include "editing/EditCommands.h"
+
+#include "core/Interaction.h"
+#include "core/Numbers.h"
+#include "core/ProjectTables.h"
+#include "core/Settings.h"
+#include "editing/EditRange.h"
+#include "storage/BlockCarrBuffClass.h"
+#include "storage/EditorState.h"
+#include "storage/FileMemoClass.h"
+
+namespace quorvane {
+
+void EditDelete(FileMemoClass& document) {
+  int32_t first = 0;
+  int32_t last = 0;
+  int32_t channels = 0;
+  if (!GetEditRange(document, first, last, channels, kWantRange, "Delete")) return;
+  document.WaveDataDelete(first, channels, last - first + 1, "Delete", true);
+}
+
+void InsertSilence(FileMemoClass& document) {
+  int32_t first = 0;
+  int32_t last = 0;
+  int32_t channels = 0;
+  if (!GetEditRange(document, first, last, channels, kWantPositionOrRange, "Insert Silence")) {
+    UserInterface().Message("No position selection found to insert silence.");
+    return;
+  }
+  const std::string proposal = SettingGet("", "SilceDur", "1");
+  for (;;) {
+    const std::optional<std::string> answer = UserInterface().InputBox(
+        std::string("Enter duration of Silence to insert:") + kCrLf + "(Number of seconds)",
+        " Insert Silence (Duration)", proposal);
+    if (!answer || answer->empty()) return;
+    if (InsertSilenceSeconds(document, *answer)) return;
+  }
+}
+
+bool InsertSilenceSeconds(FileMemoClass& document, const std::string& answer) {
+  int32_t first = 0;
+  int32_t last = 0;
+  int32_t channels = 0;
+  if (!GetEditRange(document, first, last, channels, kWantPositionOrRange, "Insert Silence")) {
+    return false;
+  }
+  const int32_t seconds = RoundHalfEven(LeadingNumber(answer));
+  if (seconds < 1) return false;
+  SettingPut("", "SilceDur", answer);
+  const int64_t count = static_cast<int64_t>(document.WavFmtFreq) * seconds;
+  BlockCarrBuffClass left;
+  BlockCarrBuffClass right;
+  if (channels == 0 || channels == 1) left.ReDimSize(static_cast<int32_t>(count));
+  if (channels == 0 || channels == 2) right.ReDimSize(static_cast<int32_t>(count));
+  document.WaveDataInsert(first, channels, &left, &right, "Insert Silence", true);
+  return true;
+}
+
+void EditUndo(FileMemoClass& document) {
+  document.Undo();
+  Editor().CursorPos = 0;
+  SortMarkers();
+}
+
+}  // namespace quorvane

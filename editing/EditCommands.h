@@ -1,0 +1,27 @@
+// The edit commands of the editor, as plain functions over the document and the editor
+// state: the window's menu handlers and the batch tool call them as they are. Redrawing
+// the view afterwards is the caller's.
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace quorvane {
+
+class FileMemoClass;
+
+// Deletes the selected range ("Delete"); does nothing without a range.
+void EditDelete(FileMemoClass& document);
+
+// Asks for a duration (repeating while it is below one second) and inserts that much
+// silence at the selection's start ("Insert Silence").
+void InsertSilence(FileMemoClass& document);
+
+// Inserts the answer's seconds, rounded to whole seconds, of silence at the selection's
+// start. False (and nothing inserted) when the rounded answer is below 1.
+bool InsertSilenceSeconds(FileMemoClass& document, const std::string& answer);
+
+// Undoes the last user operation and puts the markers back in position order.
+void EditUndo(FileMemoClass& document);
+
+}  // namespace quorvane
