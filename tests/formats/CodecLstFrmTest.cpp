@@ -18,7 +18,7 @@ std::array<std::string, 4> Lookup(const CodecLstFrm& form, int16_t tag) {
 
 using Fields = std::array<std::string, 4>;
 
-TEST(CodecLstFrm, FindsTagsBySignedDecimalKey) {
+TEST(CodecLstFrm, FindsTagsBySignedDecimalKeyAndKnowsWhenTheTableLacksOne) {
   const CodecLstFrm form;
   EXPECT_EQ(Lookup(form, 85), (Fields{"0055", "WAVE_FORMAT_MPEGLAYER3", "Not specified.",
                                       "ISO/MPEG Layer 3 format tag"}));
@@ -31,10 +31,7 @@ TEST(CodecLstFrm, FindsTagsBySignedDecimalKey) {
   // "Tag1" must not be taken for "Tag10" or the other way round.
   EXPECT_EQ(Lookup(form, 1)[1], "WAVE_FORMAT_PCM");
   EXPECT_EQ(Lookup(form, 10)[1], "WAVE_FORMAT_WMSP1");
-}
-
-TEST(CodecLstFrm, ATagTheTableLacksIsUnknown) {
-  const CodecLstFrm form;
+  // A tag the table lacks.
   const Fields unknown{"????", "Unknown", "Unknown", "Unknown"};
   EXPECT_EQ(Lookup(form, 0x1234), unknown);
   EXPECT_EQ(Lookup(form, -1), unknown);

@@ -32,20 +32,6 @@ uint32_t GetLe(const std::string& bytes, size_t at, int width) {
 
 }  // namespace
 
-std::vector<int16_t> SineChannels(int sampleRate, size_t frames,
-                                  const std::vector<double>& frequencies, double amplitude) {
-  const size_t channels = frequencies.size();
-  std::vector<int16_t> samples(frames * channels);
-  for (size_t i = 0; i < frames; ++i) {
-    const double t = static_cast<double>(i) / sampleRate;
-    for (size_t c = 0; c < channels; ++c) {
-      const double value = amplitude * std::sin(2 * std::numbers::pi * frequencies[c] * t);
-      samples[i * channels + c] = static_cast<int16_t>(std::lrint(value * 32767));
-    }
-  }
-  return samples;
-}
-
 std::vector<int16_t> TestSignal(int channels, int sampleRate, size_t frames) {
   std::vector<int16_t> samples(frames * static_cast<size_t>(channels));
   for (size_t i = 0; i < frames; ++i) {

@@ -11,13 +11,10 @@
 
 namespace quorvane::testing {
 
-// Interleaved 16-bit frames; channel c holds sines of its own frequencies (below
-// 3.5 kHz, so 8 kHz files keep them), amplitude about half of full scale.
+// Interleaved 16-bit frames; channel c holds two sines of its own, at 310 + 170c and
+// 1250 + 330c Hz, about half of full scale in all. The frequencies are whole numbers, so
+// over whole seconds the channels are orthogonal.
 std::vector<int16_t> TestSignal(int channels, int sampleRate, size_t frames);
-
-// One sine per channel at the given frequency and peak amplitude (full scale 1.0).
-std::vector<int16_t> SineChannels(int sampleRate, size_t frames,
-                                  const std::vector<double>& frequencies, double amplitude);
 
 // A canonical 16-bit PCM WAV file.
 void WritePcm16Wav(const std::string& path, const std::vector<int16_t>& samples, int channels,
