@@ -95,7 +95,7 @@ TEST_F(Mp3Test, RealMp3FilesRoundTripThroughLame) {
   Project().LamePath = FindOnPath("lame");
   ASSERT_FALSE(Project().LamePath.empty()) << "lame is installed by scripts/install-deps";
   Project().LameSettings = "--quiet -b 128";
-  const auto tone = testing::SineChannels(44100, 44100, {440.0}, 0.5);
+  const auto tone = testing::TestSignal(1, 44100, 44100);
   ASSERT_TRUE(codec.FileLoadWave(document, files.Write("tone.wav", PcmWave(1, 44100, 16, tone))));
   const std::string mp3 = files.File("tone.mp3");
   codec.FileWriteMp3(document, mp3, false);
