@@ -1,0 +1,166 @@
+// Figures of sessions: opening a two-hour, 60-slide presentation whose tracks already have
+// the session's format, opening it at half the rate (every track resampled), and saving a
+// one-hour presentation, each beside the peer tool doing the same work in the same run.
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+
+#include "app/ProjectFile.h"
+#include "app/SessionLifetime.h"
+#include "bench/BenchSupport.h"
+#include "core/BatchInteraction.h"
+#include "core/Environment.h"
+#include "storage/FileMemoClass.h"
+
+using namespace quorvane;
+using namespace quorvane::bench;
+
+namespace {
+
+constexpr int kRate = 44100;
+constexpr int kSlides = 60;
+
+struct SessionRun {
+  double milliseconds = -1.0;
+  double peakMegabytes = 0.0;
+  int32_t length = 0;
+};
+
+// Writes `kSlides` stereo tracks of `seconds` each and a project that lists them.
+std::string MakePresentation(const std::string& folder, int seconds, int baseFrequency) {
+  std::filesystem::create_directories(folder + "/tracks");
+  std::ofstream project(folder + "/project.ini");
+  project << "[Project]\nTargetFolder=" << folder << "/tracks\nSlideCount=" << kSlides
+          << "\nBaseFrequency=" << baseFrequency << "\nBaseBits=16\n";
+  for (int n = 1; n <= kSlides; ++n) {
+    const std::string track = "slide" + std::to_string(n) + ".wav";
+    if (!std::filesystem::exists(folder + "/tracks/" + track)) {
+      WriteToneWav(folder + "/tracks/" + track, 2, kRate, 16, static_cast<int64_t>(seconds) * kRate,
+                   static_cast<int64_t>(n) * 977);
+    }
+    project << "[" << n << "]\nSlideTitle=Slide " << n << "\nSlideTrack=" << track
+            << "\nDuration=" << seconds << ".0\nClickMarkerTimes=1.5,30.25\nAutoMarkerTimes=12.0\n";
+  }
+  return folder + "/project.ini";
+}
+
+std::vector<std::string> Tracks(const std::string& folder) {
+  std::vector<std::string> tracks;
+  for (int n = 1; n <= kSlides; ++n) {
+    tracks.push_back(folder + "/tracks/slide" + std::to_string(n) + ".wav");
+  }
+  return tracks;
+}
+
+// Opens the session in a child process of its own, so that its time and peak memory are
+// the session's alone.
+SessionRun OpenInChild(const std::string& project) {
+  int channel[2];
+  if (pipe(channel) != 0) return {};
+  const pid_t child = fork();
+  if (child == 0) {
+    close(channel[0]);
+    ResetPeakResident();
+    const auto started = Clock::now();
+    std::unique_ptr<FileMemoClass> document = PrepareSession(project);
+    SessionRun run;
+    run.milliseconds = Milliseconds(Clock::now() - started);
+    run.peakMegabytes = static_cast<double>(PeakResidentBytes()) / 1e6;
+    run.length = document ? document->WavWaveINos : 0;
+    EndSession(document);
+    if (write(channel[1], &run, sizeof run) != sizeof run) _exit(1);
+    _exit(0);
+  }
+  close(channel[1]);
+  SessionRun run;
+  if (read(channel[0], &run, sizeof run) != sizeof run) run = {};
+  close(channel[0]);
+  waitpid(child, nullptr, 0);
+  return run;
+}
+
+void OpeningFigures(const std::string& folder) {
+  const std::string project = MakePresentation(folder, 120, kRate);
+  const auto tracks = Tracks(folder);
+  for (const auto& track : tracks) ReadWholeFile(track);
+  std::vector<std::string> soxi{"soxi", "-D"};
+  soxi.insert(soxi.end(), tracks.begin(), tracks.end());
+  const ProgramRun peer = RunProgram(soxi);
+
+  std::vector<double> times;
+  SessionRun run;
+  for (int i = 0; i < 5; ++i) {
+    run = OpenInChild(project);
+    times.push_back(run.milliseconds);
+  }
+  Limit(run.length == 120 * kRate * kSlides, "the session did not open whole");
+  Figure("Opening a 60-slide two-hour stereo session in its own format", Median(times), "ms",
+         "soxi reading the 60 headers", peer.seconds * 1000.0, "ms");
+  std::cout << "  peak resident memory of the opening process: " << run.peakMegabytes << " MB"
+            << std::endl;
+  Limit(Median(times) < 100.0, "opening under 100 ms");
+  Limit(run.peakMegabytes < 100.0, "opening under 100 MB of peak resident memory");
+}
+
+void ResamplingFigures(const std::string& folder) {
+  const std::string project = MakePresentation(folder, 120, 22050);
+  const auto tracks = Tracks(folder);
+  const std::string out = folder + "/resampled";
+  std::filesystem::create_directories(out);
+  const auto started = Clock::now();
+  for (size_t i = 0; i < tracks.size(); ++i) {
+    RunProgram({"sox", tracks[i], "-r", "22050", out + "/" + std::to_string(i) + ".wav"});
+  }
+  const double peer = Seconds(Clock::now() - started);
+  std::filesystem::remove_all(out);
+
+  const SessionRun run = OpenInChild(project);
+  Limit(run.length == 120 * 22050 * kSlides, "the resampled session has the wrong length");
+  Figure("Opening the same session at 22,050 Hz (every track resampled)", run.milliseconds / 1000.0,
+         "s", "sox resampling the 60 files", peer, "s");
+  std::cout << "  peak resident memory of the opening process: " << run.peakMegabytes << " MB"
+            << std::endl;
+  Limit(run.milliseconds / 1000.0 <= peer, "resampling at least as fast as sox");
+}
+
+void SavingFigures(const std::string& folder) {
+  const std::string project = MakePresentation(folder, 60, kRate);
+  const auto tracks = Tracks(folder);
+  const std::string copies = folder + "/copies";
+  std::filesystem::create_directories(copies);
+  for (const auto& track : tracks) ReadWholeFile(track);
+  const auto started = Clock::now();
+  for (size_t i = 0; i < tracks.size(); ++i) {
+    RunProgram({"sox", tracks[i], copies + "/" + std::to_string(i) + ".wav"});
+  }
+  const double peer = Seconds(Clock::now() - started);
+  std::filesystem::remove_all(copies);
+
+  std::unique_ptr<FileMemoClass> document = PrepareSession(project);
+  for (const auto& track : tracks) ReadWholeFile(track);
+  const auto saving = Clock::now();
+  ProjectFileSave(*document);
+  const double ours = Seconds(Clock::now() - saving);
+  EndSession(document);
+  Limit(std::filesystem::file_size(tracks.back()) == 44 + 60ULL * kRate * 4,
+        "the saved slide has the wrong size");
+  Figure("Saving a one-hour 60-slide session as WAV", ours, "s", "sox copying the same 60 files",
+         peer, "s");
+  Limit(ours <= 2.0 * peer, "saving within 2x of sox copying");
+}
+
+}  // namespace
+
+int main() {
+  BatchInteraction interaction(std::cerr);
+  SetUserInterface(&interaction);
+  const std::string twoHours = BenchFolder("session-two-hours");
+  OpeningFigures(twoHours);
+  ResamplingFigures(twoHours);
+  SavingFigures(BenchFolder("session-saving"));
+  return AllWithinLimits() ? 0 : 1;
+}
