@@ -422,15 +422,15 @@ int main() {
                                        "=" + std::to_string(cutStart + kClipFrames) + "s"});
     if (seconds < 0) {
       std::cout << "sox failed" << std::endl;
+      std::filesystem::remove_all(work);
       return 2;
     }
     sox.push_back(seconds * 1000.0);
   }
   const uintmax_t cutSize = std::filesystem::file_size(work + "/cut.wav");
   std::filesystem::remove(work + "/cut.wav");
-  if (cutSize != 44 + static_cast<uintmax_t>(kHourFrames - kClipFrames) * 4) {
-    std::cout << "sox cut gave " << cutSize << " bytes" << std::endl;
-  }
+  Limit(cutSize == 44 + static_cast<uintmax_t>(kHourFrames - kClipFrames) * 4,
+        "sox cut out exactly 10 s (its file has " + std::to_string(cutSize) + " bytes)");
 
   {
     FileMemoClass document;
@@ -439,7 +439,8 @@ int main() {
     Edits(document, Percentile(sox, 0.5));
     EditsInARow(document, Percentile(sox, 0.5));
   }
-  // Last, so that the peak resident memory above is that of the edits.
+  // Last: its two plain copies of ten minutes would otherwise set the peak resident memory
+  // measured for the edits.
   SequentialReads();
   ReleaseAllFiles();
   std::filesystem::remove_all(work);
