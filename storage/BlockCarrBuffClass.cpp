@@ -61,7 +61,10 @@ void BlockCarrBuffClass::BuffBlocksGet(std::vector<int32_t>& BlkSet) const { Blk
 void BlockCarrBuffClass::BuffBlocksGetCopy(std::vector<int32_t>& BlkSet) const {
   BlkSet.clear();
   BlkSet.reserve(blocks_.size());
-  for (const int32_t block : blocks_) BlkSet.push_back(CopyBlock(block));
+  for (const int32_t block : blocks_) {
+    const int32_t copy = CopyBlock(block);
+    if (copy != 0) BlkSet.push_back(copy);  // a free block was reported and has no copy
+  }
 }
 
 void BlockCarrBuffClass::QuickBuffGet(int32_t FromPos, std::vector<int16_t>& QBuff) const {

@@ -154,7 +154,8 @@ int16_t DecodeSample(const uint8_t* bytes, int32_t sampleBytes) {
 // cannot be read is silence. False when something could not be read.
 bool ReadTempSamples(int32_t slot, int64_t offset, int32_t count, int16_t* out) {
   if (count <= 0) return true;
-  const std::string name = ValidSlot(slot) ? TempFileTable[slot].FileName : std::string();
+  static const std::string kUnknown;
+  const std::string& name = ValidSlot(slot) ? TempFileTable[slot].FileName : kUnknown;
   std::string reason = "the file is not known";
   size_t got = 0;
   const size_t wanted = 2 * static_cast<size_t>(count);
@@ -174,7 +175,8 @@ bool ReadOriginalSamples(int32_t entry, int64_t offset, int32_t count, int16_t* 
   if (count <= 0) return true;
   std::fill(out, out + count, int16_t{0});
   if (neighbour) std::fill(neighbour, neighbour + count, int16_t{0});
-  const std::string name = ValidOriginal(entry) ? OrgFileTable[entry].FileName : std::string();
+  static const std::string kUnknown;
+  const std::string& name = ValidOriginal(entry) ? OrgFileTable[entry].FileName : kUnknown;
   if (name.empty()) {
     ReportUnreadableFile(name, "the file is not known");
     return false;

@@ -3,28 +3,27 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
 namespace quorvane {
 
-size_t OpenFileCache::Read(int32_t entry, const std::string& name, int64_t offset, void* buffer,
-                           size_t bytes, std::string& reason) {
-  if (!file_.IsOpen() || entry_ != entry || name_ != name) {
-    Close();
-    const int descriptor = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
-    if (descriptor < 0) {
-      reason = std::strerror(errno);
-      return 0;
-    }
-    file_ = FileHandle(descriptor);
-    entry_ = entry;
-    name_ = name;
+bool OpenFileCache::Open(int32_t entry, const std::string& name, std::string& reason) {
+  if (file_.IsOpen() && entry_ == entry && name_ == name) return true;
+  Close();
+  const int descriptor = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
+  if (descriptor < 0) {
+    reason = std::strerror(errno);
+    return false;
   }
-  if (offset < 0) {
-    reason = "the position lies before the start of the file";
-    return 0;
-  }
+  file_ = FileHandle(descriptor);
+  entry_ = entry;
+  name_ = name;
+  return true;
+}
+
+size_t OpenFileCache::ReadFile(int64_t offset, void* buffer, size_t bytes, std::string& reason) {
   auto* target = static_cast<char*>(buffer);
   size_t done = 0;
   while (done < bytes) {
@@ -44,12 +43,36 @@ size_t OpenFileCache::Read(int32_t entry, const std::string& name, int64_t offse
   return done;
 }
 
+size_t OpenFileCache::Read(int32_t entry, const std::string& name, int64_t offset, void* buffer,
+                           size_t bytes, std::string& reason) {
+  if (!Open(entry, name, reason)) return 0;
+  if (offset < 0) {
+    reason = "the position lies before the start of the file";
+    return 0;
+  }
+  if (bytes > kPageBytes / 8) return ReadFile(offset, buffer, bytes, reason);
+  const bool kept =
+      pageOffset_ >= 0 && offset >= pageOffset_ &&
+      offset + static_cast<int64_t>(bytes) <= pageOffset_ + static_cast<int64_t>(pageBytes_);
+  if (!kept) {
+    pageBytes_ = ReadFile(offset, page_, kPageBytes, reason);
+    pageOffset_ = offset;
+  }
+  const size_t available =
+      std::min(bytes, static_cast<size_t>(pageOffset_ + static_cast<int64_t>(pageBytes_) - offset));
+  std::memcpy(buffer, page_ + (offset - pageOffset_), available);
+  if (available < bytes && reason.empty()) reason = "the file ends before the audio it should hold";
+  return available;
+}
+
 void OpenFileCache::CloseEntry(int32_t entry) {
   if (entry_ == entry) Close();
 }
 
 void OpenFileCache::Close() {
   file_.Close();
+  pageOffset_ = -1;
+  pageBytes_ = 0;
   entry_ = 0;
   name_.clear();
 }

@@ -1,7 +1,9 @@
 // One block file kept open for reading. The block list keeps two of these, one for the
 // original (source) files and one for the temporary block files, so that reading block
 // after block of the same file costs no open and close, while the number of open files
-// stays bounded whatever the number of files in use.
+// stays bounded whatever the number of files in use. Small reads (single samples for
+// drawing) are served from the last page read, so the other channel of the same frame and
+// neighbouring samples cost no further read.
 #pragma once
 
 #include <cstddef>
@@ -20,6 +22,11 @@ class OpenFileCache {
   size_t Read(int32_t entry, const std::string& name, int64_t offset, void* buffer, size_t bytes,
               std::string& reason);
 
+ private:
+  bool Open(int32_t entry, const std::string& name, std::string& reason);
+  size_t ReadFile(int64_t offset, void* buffer, size_t bytes, std::string& reason);
+
+ public:
   // Closes the file when it is the one kept open for `entry`.
   void CloseEntry(int32_t entry);
   void Close();
@@ -27,9 +34,14 @@ class OpenFileCache {
   bool Holds(int32_t entry) const { return file_.IsOpen() && entry_ == entry; }
 
  private:
+  static constexpr size_t kPageBytes = 1024;
+
   FileHandle file_;
   int32_t entry_ = 0;
   std::string name_;
+  char page_[kPageBytes];
+  int64_t pageOffset_ = -1;  // file offset of page_[0], -1 when nothing is kept
+  size_t pageBytes_ = 0;
 };
 
 }  // namespace quorvane

@@ -25,18 +25,12 @@ using SlidesOnDelete = SlidesAndMarkersTest;
 using SlidesUntouched = SlidesAndMarkersTest;
 using SlidesRecorded = SlidesAndMarkersTest;
 
-TEST_F(SlidesOnInsert, ABoundaryAtTheInsertionPointStaysAndLaterOnesMove) {
-  document.WaveDataInsert(1000, 0, &clip, &clip, "Paste", true);
-  EXPECT_EQ(SlideStarts(), (std::vector<int32_t>{1, 1000, 2500, 3501}));
-}
-
-TEST_F(SlidesOnInsert, AMarkerAtTheInsertionPointStaysAndOneAtTheNextSampleMoves) {
+TEST_F(SlidesOnInsert, WhatIsAtTheInsertionPointStaysAndWhatFollowsMoves) {
   SetMarkers({999, 1000, 1001});
   document.WaveDataInsert(1000, 0, &clip, &clip, "Paste", true);
+  EXPECT_EQ(SlideStarts(), (std::vector<int32_t>{1, 1000, 2500, 3501}));
   EXPECT_EQ(MarkerPositions(), (std::vector<int32_t>{999, 1000, 1501}));
-}
-
-TEST_F(SlidesOnInsert, EqualBoundariesAfterTheFirstMoveWithTheAudio) {
+  // A second boundary at the same point moves with the audio.
   SetSlideStarts({1, 1000, 1000, 3001});
   ShiftForInsert(1000, 10, nullptr);
   EXPECT_EQ(SlideStarts(), (std::vector<int32_t>{1, 1000, 1010, 3011}));
@@ -48,42 +42,25 @@ TEST_F(SlidesOnDelete, BoundariesInsideMoveToTheStartAndMarkersInsideAreDeleted)
   document.WaveDataDelete(100, 0, 100, "Delete", true);
   EXPECT_EQ(SlideStarts(), (std::vector<int32_t>{1, 100, 150, 2901}));
   EXPECT_EQ(MarkerPositions(), (std::vector<int32_t>{99, 100}));
-  const UndoItem& item = document.UndoItems().back();
-  EXPECT_EQ(item.SlidesSaved, 1);
-  EXPECT_EQ(item.SavedSlides, (std::vector<int32_t>{1, 150, 250, 3001}));
-  ASSERT_EQ(item.SavedMarkers.size(), 1u);
-  EXPECT_EQ(item.SavedMarkers[0].Position, 199);
-}
-
-TEST_F(SlidesOnDelete, UndoRestoresTheBoundariesAndAppendsTheDeletedMarker) {
-  SetSlideStarts({1, 150, 250, 3001});
-  SetMarkers({199, 200, 300});
-  document.WaveDataDelete(100, 0, 100, "Delete", true);
   document.Undo();
   EXPECT_EQ(SlideStarts(), (std::vector<int32_t>{1, 150, 250, 3001}));
-  EXPECT_EQ(MarkerPositions(), (std::vector<int32_t>{200, 300, 199}));
+  EXPECT_EQ(MarkerPositions(), (std::vector<int32_t>{99, 200, 199}));  // appended at the end
 }
 
-TEST_F(SlidesOnDelete, UndoOfAnInsertRemovesMarkersFromTheInsertionPointOn) {
+TEST_F(SlidesOnDelete, UndoingAnInsertRemovesMarkersFromTheInsertionPointOn) {
   SetMarkers({999, 1000, 1001});
   document.WaveDataInsert(1000, 0, &clip, &clip, "Paste", true);
   AddMarker(MarkerInfo{kAutoMarker, 0.0F, 1200, 2});
   document.Undo();
-  // The marker at the insertion point lies at the first inserted sample, so it goes too.
+  // The marker at the insertion point lies on the first inserted sample, so it goes too.
   EXPECT_EQ(MarkerPositions(), (std::vector<int32_t>{999, 1001}));
   EXPECT_EQ(SlideStarts(), (std::vector<int32_t>{1, 1000, 2000, 3001}));
 }
 
-TEST_F(SlidesUntouched, ByAnEditOfOneChannelOfAStereoDocument) {
+TEST_F(SlidesUntouched, ByOneChannelReplacesScratchDocumentsAndLoading) {
   SetMarkers({1500});
   document.WaveDataInsert(10, 1, &clip, nullptr, "Paste", true);
   document.WaveDataDelete(10, 2, 100, "Delete", true);
-  EXPECT_EQ(SlideStarts(), (std::vector<int32_t>{1, 1000, 2000, 3001}));
-  EXPECT_EQ(MarkerPositions(), (std::vector<int32_t>{1500}));
-}
-
-TEST_F(SlidesUntouched, ByReplacesScratchDocumentsAndLoading) {
-  SetMarkers({1500});
   document.WaveDataReplace(1200, 0, &clip, &clip, "Volume", true);
   document.SwitchUndoOff = true;
   document.WaveDataInsert(10, 0, &clip, &clip, "", true);
@@ -107,14 +84,7 @@ TEST_F(SlidesUntouched, ExceptThatWithUndoOffEditsStillMoveThem) {
   EXPECT_EQ(document.UndoItemCount(), 0);
 }
 
-TEST_F(SlidesUntouched, ByAMonoDocumentEditThatCoversItsOnlyChannelTheyMove) {
-  FileMemoClass mono;
-  LoadDocument(mono, SignalRun(0, 0, 3000), {}, 1000);
-  mono.WaveDataInsert(1, 1, &clip, nullptr, "Paste", true);
-  EXPECT_EQ(SlideStarts(), (std::vector<int32_t>{1, 1500, 2500, 3501}));
-}
-
-TEST_F(SlidesRecorded, AddedAndDeletedMarkersComeBackOnUndo) {
+TEST_F(SlidesRecorded, MarkerAndBoundaryChangesComeBackOnUndo) {
   SetMarkers({100, 200, 300});
   AddMarker(MarkerInfo{kAutoMarker, 0.0F, 400, 1});
   document.MarkerOneChanged(1, 4, "Add Auto", true);
@@ -124,23 +94,13 @@ TEST_F(SlidesRecorded, AddedAndDeletedMarkersComeBackOnUndo) {
   RemoveMarker(1);
   document.SlidesBeingChanged("Slide Drag", true);
   Project().Slides[2].Start = 1200;
-
+  EXPECT_EQ(document.UndoItems()[1].Name, "");  // only the last call names the operation
   document.Undo();
   EXPECT_EQ(SlideStarts(), (std::vector<int32_t>{1, 1000, 2000, 3001}));
   EXPECT_EQ(MarkerPositions(), (std::vector<int32_t>{200, 400, 100, 300}));
   document.Undo();
   EXPECT_EQ(MarkerPositions(), (std::vector<int32_t>{200, 100, 300}));
   EXPECT_EQ(window.menuCaption, "Undo [Nothing]");
-}
-
-TEST_F(SlidesRecorded, OnlyTheLastCallOfAnOperationNamesIt) {
-  SetMarkers({100});
-  document.MarkerOneChanged(2, 1, "Marker Drag", false);
-  document.MarkerOneChanged(1, 1, "Marker Drag", true);
-  EXPECT_EQ(document.UndoItems()[0].Name, "");
-  EXPECT_EQ(document.UndoItems()[0].Kind, kUndoMarkersDeleted);
-  EXPECT_EQ(document.UndoItems()[1].Name, "Marker Drag");
-  EXPECT_EQ(document.UndoItems()[1].Kind, kUndoMarkersAdded);
 }
 
 }  // namespace

@@ -29,88 +29,68 @@ StorageTest::~StorageTest() {
 int StorageTest::TempFilesOnDisk() const {
   int count = 0;
   for (const auto& entry : std::filesystem::directory_iterator(folder.Path())) {
-    if (entry.path().extension() == ".tmp") ++count;
+    count += entry.path().extension() == ".tmp" ? 1 : 0;
   }
   return count;
 }
 
-namespace {
-
-void PutLittleEndian(std::string& out, uint32_t value, int bytes) {
-  for (int i = 0; i < bytes; ++i) out.push_back(static_cast<char>((value >> (8 * i)) & 0xFF));
-}
-
-}  // namespace
-
-WavFile WriteWav(const std::string& path, int32_t channels, int32_t bits,
-                 const std::vector<int16_t>& samples) {
-  const uint32_t sampleBytes = bits == 8 ? 1 : 2;
-  const uint32_t dataBytes = static_cast<uint32_t>(samples.size()) * sampleBytes;
-  std::string bytes = "RIFF";
-  PutLittleEndian(bytes, 36 + dataBytes, 4);
-  bytes += "WAVEfmt ";
-  PutLittleEndian(bytes, 16, 4);
-  PutLittleEndian(bytes, 1, 2);
-  PutLittleEndian(bytes, static_cast<uint32_t>(channels), 2);
-  PutLittleEndian(bytes, 44100, 4);
-  PutLittleEndian(bytes, 44100 * sampleBytes * static_cast<uint32_t>(channels), 4);
-  PutLittleEndian(bytes, sampleBytes * static_cast<uint32_t>(channels), 2);
-  PutLittleEndian(bytes, static_cast<uint32_t>(bits), 2);
-  bytes += "data";
-  PutLittleEndian(bytes, dataBytes, 4);
-  for (const int16_t value : samples) {
-    if (bits == 8) {
-      PutLittleEndian(bytes, static_cast<uint32_t>(value + 128), 1);
-    } else {
-      PutLittleEndian(bytes, static_cast<uint16_t>(value), 2);
-    }
-  }
-  std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
-  return WavFile{path, channels, bits, 44, static_cast<int32_t>(samples.size()) / channels};
-}
-
-void DescribeWav(const WavFile& file, int32_t blockFrames, BlockCarrBuffClass& left,
+void DescribeWav(const std::string& path, int32_t channels, int32_t bits,
+                 const std::vector<int16_t>& samples, int32_t blockFrames, BlockCarrBuffClass& left,
                  BlockCarrBuffClass& right) {
-  const int32_t entry = RegisterOriginalFile(file.path, file.channels, file.bits);
-  const int32_t sampleBytes = file.bits / 8;
-  const int32_t frameBytes = sampleBytes * file.channels;
-  std::vector<int32_t> leftBlocks;
-  std::vector<int32_t> rightBlocks;
-  for (int32_t i = 0; i < file.frames; i += blockFrames) {
-    const int32_t frames = std::min(blockFrames, file.frames - i);
-    const auto describe = [&](int32_t channel) {
-      const int32_t block = NewBlock(frames, BlockSilence);
+  const int32_t sampleBytes = bits / 8;
+  const int32_t frames = static_cast<int32_t>(samples.size()) / channels;
+  std::string bytes;
+  const auto put = [&](uint32_t value, int count) {
+    for (int i = 0; i < count; ++i) bytes.push_back(static_cast<char>((value >> (8 * i)) & 0xFF));
+  };
+  const auto dataBytes = static_cast<uint32_t>(samples.size()) * sampleBytes;
+  bytes = "RIFF";
+  put(36 + dataBytes, 4);
+  bytes += "WAVEfmt ";
+  put(16, 4);
+  put(1, 2);
+  put(channels, 2);
+  put(44100, 4);
+  put(44100 * sampleBytes * channels, 4);
+  put(sampleBytes * channels, 2);
+  put(bits, 2);
+  bytes += "data";
+  put(dataBytes, 4);
+  for (const int16_t value : samples)
+    put(static_cast<uint32_t>(value + (bits == 8 ? 128 : 0)), sampleBytes);
+  std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
+
+  const int32_t entry = RegisterOriginalFile(path, channels, bits);
+  std::vector<int32_t> blocks[2];
+  for (int32_t i = 0; i < frames; i += blockFrames) {
+    for (int32_t channel = 0; channel < channels; ++channel) {
+      const int32_t block = NewBlock(std::min(blockFrames, frames - i), BlockSilence);
       BlockTable[block].FileRef = entry;
-      BlockTable[block].FilePosition = file.dataOffset + i * frameBytes + channel * sampleBytes + 1;
+      BlockTable[block].FilePosition = 44 + (i * channels + channel) * sampleBytes + 1;
       BlockTable[block].Start = i + 1;
       BlockTable[block].Kind = BlockOrgFile;
-      return block;
-    };
-    leftBlocks.push_back(describe(0));
-    OrgFileTable[entry].UseCount += 1;
-    if (file.channels == 2) {
-      rightBlocks.push_back(describe(1));
       OrgFileTable[entry].UseCount += 1;
-      RegisterChannelPair(leftBlocks.back(), rightBlocks.back());
+      blocks[channel].push_back(block);
     }
+    if (channels == 2) RegisterChannelPair(blocks[0].back(), blocks[1].back());
   }
-  left.BuffBlocksPutFresh(leftBlocks);
-  right.BuffBlocksPutFresh(rightBlocks);
+  left.BuffBlocksPutFresh(blocks[0]);
+  right.BuffBlocksPutFresh(blocks[1]);
 }
 
-void FillCarrier(BlockCarrBuffClass& carrier, const std::vector<int16_t>& values,
-                 int32_t blockLength) {
+BlockCarrBuffClass CarrierOf(const std::vector<int16_t>& values, int32_t blockLength) {
   std::vector<int32_t> blocks;
   for (size_t i = 0; i < values.size(); i += static_cast<size_t>(blockLength)) {
-    const int32_t length =
-        static_cast<int32_t>(std::min(values.size() - i, static_cast<size_t>(blockLength)));
+    const auto length = static_cast<int32_t>(std::min(values.size() - i, size_t(blockLength)));
     const int32_t block = NewBlock(length, BlockMemory);
     BlockTable[block].Start = static_cast<int32_t>(i) + 1;
     std::copy_n(values.begin() + static_cast<std::ptrdiff_t>(i), length,
                 BlockTable[block].Data.begin());
     blocks.push_back(block);
   }
+  BlockCarrBuffClass carrier;
   carrier.BuffBlocksPutFresh(blocks);
+  return carrier;
 }
 
 std::vector<int16_t> CarrierSamples(BlockCarrBuffClass& carrier) {
@@ -134,27 +114,16 @@ void LoadDocument(FileMemoClass& document, BlockCarrBuffClass& left, BlockCarrBu
 
 void LoadDocument(FileMemoClass& document, const std::vector<int16_t>& left,
                   const std::vector<int16_t>& right, int32_t blockLength) {
-  BlockCarrBuffClass leftCarrier;
-  BlockCarrBuffClass rightCarrier;
-  FillCarrier(leftCarrier, left, blockLength);
-  if (!right.empty()) FillCarrier(rightCarrier, right, blockLength);
+  BlockCarrBuffClass leftCarrier = CarrierOf(left, blockLength);
+  BlockCarrBuffClass rightCarrier = CarrierOf(right, blockLength);
   LoadDocument(document, leftCarrier, rightCarrier);
 }
 
 std::vector<int16_t> ChannelSamples(FileMemoClass& document, int32_t channel) {
   const ChannelBlockList& list = channel == 1 ? document.LeftChannel() : document.RightChannel();
-  std::vector<int16_t> left;
-  std::vector<int16_t> right;
-  document.QuickBuffGet(1, list.Length(), channel, left, right);
-  std::vector<int16_t>& values = channel == 1 ? left : right;
-  values.erase(values.begin());
-  return values;
-}
-
-BlockCarrBuffClass CarrierOf(const std::vector<int16_t>& values, int32_t blockLength) {
-  BlockCarrBuffClass carrier;
-  FillCarrier(carrier, values, blockLength);
-  return carrier;
+  std::vector<int16_t> buffers[2];
+  document.QuickBuffGet(1, list.Length(), channel, buffers[0], buffers[1]);
+  return std::vector<int16_t>(buffers[channel - 1].begin() + 1, buffers[channel - 1].end());
 }
 
 void SetSlideStarts(const std::vector<int32_t>& starts) {

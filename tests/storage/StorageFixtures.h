@@ -1,6 +1,6 @@
 // What the storage tests share: a fresh session folder, block list, editor state and
-// project for every case, a recording window, and source WAV files described as
-// BlockOrgFile blocks the way the WAV reader describes them.
+// project for every case, a recording window, source WAV files described as BlockOrgFile
+// blocks the way the WAV reader describes them, and a recognisable test signal.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -30,7 +30,6 @@ class RecordingWindow : public DocumentWindow {
   void SetMenu_To_DefaultFormat() override { ++formatMenuRefreshes; }
   UndoClearChoice ShowUndoClearFrm(const std::vector<std::string>& AvailList) override {
     shownEntries = AvailList;
-    ++clearDialogShown;
     return clearChoice;
   }
 
@@ -40,7 +39,6 @@ class RecordingWindow : public DocumentWindow {
   std::string buttonToolTip;
   int formatMenuRefreshes = 0;
   std::vector<std::string> shownEntries;
-  int clearDialogShown = 0;
   UndoClearChoice clearChoice;
 };
 
@@ -48,63 +46,38 @@ class StorageTest : public ::testing::Test {
  protected:
   StorageTest();
   ~StorageTest() override;
+  int TempFilesOnDisk() const;  // temporary block files in the session folder
 
-  // Temporary block files now in the session folder.
-  int TempFilesOnDisk() const;
-
-  TempFolder folder;
-  TempFolder outside;  // a folder that is not the session folder
+  TempFolder folder;   // the session folder
+  TempFolder outside;  // a folder that is not
   RecordingInteraction ui;
   RecordingWindow window;
 };
 
-// A WAV file's data chunk, and where it starts.
-struct WavFile {
-  std::string path;
-  int32_t channels = 0;
-  int32_t bits = 0;
-  int32_t dataOffset = 0;  // 0-based byte offset of the first sample
-  int32_t frames = 0;
-};
-
-// Writes a PCM WAV file. `samples` holds the channels interleaved; for 8 bits each value
-// is written as value + 128.
-WavFile WriteWav(const std::string& path, int32_t channels, int32_t bits,
-                 const std::vector<int16_t>& samples);
-
-// Describes the file as the WAV reader does: one BlockOrgFile block per run of
-// `blockFrames` frames and channel, left/right pairs registered. The carriers adopt them.
-void DescribeWav(const WavFile& file, int32_t blockFrames, BlockCarrBuffClass& left,
+// Writes a PCM WAV file of interleaved samples (8-bit values are written as value + 128)
+// and describes it as the WAV reader does: a BlockOrgFile block per run of `blockFrames`
+// frames and channel, left/right pairs registered; the carriers adopt the blocks.
+void DescribeWav(const std::string& path, int32_t channels, int32_t bits,
+                 const std::vector<int16_t>& samples, int32_t blockFrames, BlockCarrBuffClass& left,
                  BlockCarrBuffClass& right);
 
-// A carrier of memory blocks holding the values, in blocks of at most `blockLength`.
-void FillCarrier(BlockCarrBuffClass& carrier, const std::vector<int16_t>& values,
-                 int32_t blockLength);
+// A carrier of memory blocks of at most `blockLength` samples holding the values.
+BlockCarrBuffClass CarrierOf(const std::vector<int16_t>& values, int32_t blockLength = 1000);
+std::vector<int16_t> CarrierSamples(BlockCarrBuffClass& carrier);  // through WaveLR
 
-// Every sample of a carrier through WaveLR.
-std::vector<int16_t> CarrierSamples(BlockCarrBuffClass& carrier);
-
-// Fills an emptied document the way loading does (no undo item, not marked changed):
-// stereo when `right` is not empty, 16 bits, 44,100 Hz.
+// Fills an emptied document as loading does (no undo item, not marked changed): stereo
+// when `right` is not empty, 16 bits, 44,100 Hz.
 void LoadDocument(FileMemoClass& document, BlockCarrBuffClass& left, BlockCarrBuffClass& right);
 void LoadDocument(FileMemoClass& document, const std::vector<int16_t>& left,
                   const std::vector<int16_t>& right, int32_t blockLength);
-
-// Every sample of one channel (1 left, 2 right), read without loading.
+// Every sample of channel 1 (left) or 2 (right), read without loading.
 std::vector<int16_t> ChannelSamples(FileMemoClass& document, int32_t channel);
 
-// A carrier of memory blocks holding the values.
-BlockCarrBuffClass CarrierOf(const std::vector<int16_t>& values, int32_t blockLength = 1000);
-
-// Slides starting at the given positions (the last one is the end entry).
-void SetSlideStarts(const std::vector<int32_t>& starts);
+void SetSlideStarts(const std::vector<int32_t>& starts);  // the last is the end entry
 std::vector<int32_t> SlideStarts();
-
-// Markers at the given positions (click markers of slide 1).
-void SetMarkers(const std::vector<int32_t>& positions);
+void SetMarkers(const std::vector<int32_t>& positions);  // click markers of slide 1
 std::vector<int32_t> MarkerPositions();
 
-// A recognisable test signal.
 int16_t Signal(int32_t channel, int32_t frame);
 std::vector<int16_t> SignalRun(int32_t channel, int32_t first, int32_t count);
 

@@ -1,0 +1,452 @@
+// Storage engine figures on a one-hour stereo 16-bit 44.1 kHz document whose blocks lie in
+// a real WAV file, with the memory budget of this machine. Every figure is printed beside
+// the figure of its peer, measured in the same run, and their ratio (figure / peer). The
+// program fails when a figure misses its limit.
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "core/BatchInteraction.h"
+#include "core/Environment.h"
+#include "core/MemoryBudget.h"
+#include "core/ProjectTables.h"
+#include "platform/MemoryStatus.h"
+#include "storage/BlockCarrBuffClass.h"
+#include "storage/BlockList.h"
+#include "storage/EditorState.h"
+#include "storage/FileHandle.h"
+#include "storage/FileMemoClass.h"
+
+namespace quorvane {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr int32_t kRate = 44'100;
+constexpr int32_t kHourFrames = 3600 * kRate;
+constexpr int32_t kClipFrames = 10 * kRate;
+
+// Messages would mean a fault: count them, and show them as the batch tool does.
+class CountingInteraction : public BatchInteraction {
+ public:
+  CountingInteraction() : BatchInteraction(std::cerr) {}
+  MessageAnswer MsgBox(const MessageRequest& request) override {
+    ++messages;
+    return BatchInteraction::MsgBox(request);
+  }
+  int messages = 0;
+};
+
+double Milliseconds(Clock::duration duration) {
+  return std::chrono::duration<double, std::milli>(duration).count();
+}
+
+double Percentile(std::vector<double> values, double share) {
+  std::sort(values.begin(), values.end());
+  const size_t index = static_cast<size_t>(share * static_cast<double>(values.size() - 1) + 0.5);
+  return values[std::min(index, values.size() - 1)];
+}
+
+bool g_allWithinLimits = true;
+
+void Figure(const std::string& name, double value, const std::string& unit, const std::string& peer,
+            double peerValue, const std::string& peerUnit) {
+  const double ratio = peerValue != 0.0 ? value / peerValue : 0.0;
+  char text[400];
+  if (ratio != 0.0 && ratio < 0.01) {
+    std::snprintf(text, sizeof text, "%s: %.4g %s  (%s: %.4g %s, ratio %.2e)", name.c_str(), value,
+                  unit.c_str(), peer.c_str(), peerValue, peerUnit.c_str(), ratio);
+  } else {
+    std::snprintf(text, sizeof text, "%s: %.4g %s  (%s: %.4g %s, ratio %.2f)", name.c_str(), value,
+                  unit.c_str(), peer.c_str(), peerValue, peerUnit.c_str(), ratio);
+  }
+  std::cout << text << std::endl;
+}
+
+void Limit(bool within, const std::string& what) {
+  if (within) return;
+  g_allWithinLimits = false;
+  std::cout << "LIMIT MISSED: " << what << std::endl;
+}
+
+int64_t PeakResidentBytes() {
+  std::ifstream status("/proc/self/status");
+  std::string line;
+  while (std::getline(status, line)) {
+    if (line.rfind("VmHWM:", 0) == 0) return std::atoll(line.c_str() + 6) * 1024;
+  }
+  return 0;
+}
+
+int16_t Tone(int32_t channel, int32_t frame) {
+  return static_cast<int16_t>(((frame * (channel ? 13 : 7)) % 20000) - 10000);
+}
+
+// A canonical 44-byte-header WAV file of one hour of stereo audio.
+void WriteHourWav(const std::string& path) {
+  std::ofstream out(path, std::ios::binary | std::ios::trunc);
+  const uint32_t dataBytes = static_cast<uint32_t>(kHourFrames) * 4;
+  const auto put = [&](uint32_t value, int bytes) {
+    for (int i = 0; i < bytes; ++i) out.put(static_cast<char>((value >> (8 * i)) & 0xFF));
+  };
+  out << "RIFF";
+  put(36 + dataBytes, 4);
+  out << "WAVEfmt ";
+  put(16, 4);
+  put(1, 2);
+  put(2, 2);
+  put(kRate, 4);
+  put(kRate * 4, 4);
+  put(4, 2);
+  put(16, 2);
+  out << "data";
+  put(dataBytes, 4);
+  std::vector<int16_t> chunk(2 * 1 << 20);
+  for (int32_t frame = 0; frame < kHourFrames;) {
+    const int32_t frames = std::min<int32_t>(1 << 20, kHourFrames - frame);
+    for (int32_t i = 0; i < frames; ++i) {
+      chunk[2 * static_cast<size_t>(i)] = Tone(0, frame + i);
+      chunk[2 * static_cast<size_t>(i) + 1] = Tone(1, frame + i);
+    }
+    out.write(reinterpret_cast<const char*>(chunk.data()),
+              static_cast<std::streamsize>(frames) * 4);
+    frame += frames;
+  }
+}
+
+// Describes the data chunk the way the WAV reader does: runs of FileBlockLen / 2 frames,
+// a BlockOrgFile block per channel and run, left/right pairs registered.
+void LoadHourDocument(FileMemoClass& document, const std::string& path) {
+  const int32_t fileBlockLen = BlockCarrBuffClass::BlockSizeForBudget(Env().MemoryBudget);
+  const int32_t runFrames = fileBlockLen / 2;
+  const int32_t entry = RegisterOriginalFile(path, 2, 16);
+  std::vector<int32_t> left;
+  std::vector<int32_t> right;
+  for (int32_t i = 0; i < kHourFrames; i += runFrames) {
+    const int32_t frames = std::min(runFrames, kHourFrames - i);
+    for (int32_t channel = 0; channel < 2; ++channel) {
+      const int32_t block = NewBlock(frames, BlockSilence);
+      BlockTable[block].FileRef = entry;
+      BlockTable[block].FilePosition = 44 + i * 4 + channel * 2 + 1;
+      BlockTable[block].Start = i + 1;
+      BlockTable[block].Kind = BlockOrgFile;
+      (channel == 0 ? left : right).push_back(block);
+    }
+    OrgFileTable[entry].UseCount += 2;
+    RegisterChannelPair(left.back(), right.back());
+  }
+  BlockCarrBuffClass leftCarrier;
+  BlockCarrBuffClass rightCarrier;
+  leftCarrier.BuffBlocksPutFresh(left);
+  rightCarrier.BuffBlocksPutFresh(right);
+  document.StorageReset();
+  document.WavFmtChannel = 2;
+  document.WavFmtBits = 16;
+  document.WavFmtFreq = kRate;
+  document.OrgRoFileInUse = entry;
+  document.SwitchUndoOff = true;
+  document.WaveDataInsert(1, 0, &leftCarrier, &rightCarrier, "", true);
+  document.SwitchUndoOff = false;
+}
+
+// Ten seconds of recorded audio: memory blocks written sample by sample.
+void RecordedClip(BlockCarrBuffClass& carrier, int32_t channel) {
+  carrier.ReDimSize(kClipFrames);
+  for (int32_t position = 1; position <= kClipFrames; ++position) {
+    carrier.WaveLR(position, Tone(channel + 2, position));
+  }
+}
+
+double RunSeconds(const std::vector<std::string>& arguments) {
+  std::vector<char*> argv;
+  for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
+  argv.push_back(nullptr);
+  const auto started = Clock::now();
+  pid_t child = 0;
+  if (posix_spawnp(&child, argv[0], nullptr, nullptr, argv.data(), environ) != 0) return -1.0;
+  int status = 0;
+  waitpid(child, &status, 0);
+  if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) return -1.0;
+  return std::chrono::duration<double>(Clock::now() - started).count();
+}
+
+void ReadWholeFile(const std::string& path) {
+  FileHandle file(::open(path.c_str(), O_RDONLY));
+  std::vector<char> buffer(1 << 22);
+  while (::read(file.Descriptor(), buffer.data(), buffer.size()) > 0) {
+  }
+}
+
+// ---- Sequential sample reads -------------------------------------------------------
+
+void SequentialReads() {
+  const int32_t samples = 600 * kRate;
+  BlockCarrBuffClass carrier;
+  std::vector<int32_t> blocks;
+  for (int32_t start = 1; start <= samples; start += carrier.BlockSize()) {
+    const int32_t block = NewBlock(std::min(carrier.BlockSize(), samples - start + 1), BlockMemory);
+    BlockTable[block].Start = start;
+    for (int32_t i = 0; i < BlockTable[block].Length; ++i) {
+      BlockTable[block].Data[static_cast<size_t>(i)] = Tone(0, start + i);
+    }
+    blocks.push_back(block);
+  }
+  carrier.BuffBlocksPutFresh(blocks);
+
+  std::vector<double> ours;
+  int64_t checksum = 0;
+  for (int pass = 0; pass < 5; ++pass) {
+    const auto started = Clock::now();
+    int64_t sum = 0;
+    for (int32_t position = 1; position <= samples; ++position) sum += carrier.WaveLR(position);
+    ours.push_back(Milliseconds(Clock::now() - started));
+    checksum += sum;
+  }
+  std::vector<int16_t> source(static_cast<size_t>(samples));
+  std::vector<int16_t> target(static_cast<size_t>(samples));
+  for (int32_t i = 0; i < samples; ++i) source[static_cast<size_t>(i)] = Tone(0, i + 1);
+  std::vector<double> peer;
+  for (int pass = 0; pass < 5; ++pass) {
+    const auto started = Clock::now();
+    std::memcpy(target.data(), source.data(), source.size() * sizeof(int16_t));
+    peer.push_back(Milliseconds(Clock::now() - started));
+    checksum += target[static_cast<size_t>(pass)];
+  }
+  const double oursRate = samples / (Percentile(ours, 0.5) / 1000.0);
+  const double peerRate = samples / (Percentile(peer, 0.5) / 1000.0);
+  Figure("sequential WaveLR reads, 10 min of memory blocks", oursRate / 1e6, "Msamples/s",
+         "memcpy of the same bytes", peerRate / 1e6, "Msamples/s");
+  if (checksum == 42) std::cout << "";  // keeps the sums alive
+}
+
+// ---- Display reads -------------------------------------------------------------------
+
+void DisplayReads(FileMemoClass& document, const std::string& wavPath) {
+  ReadWholeFile(wavPath);  // the file in the page cache
+  constexpr int32_t kColumns = 2300;
+  const int32_t step = document.WavWaveINos / kColumns;
+  std::vector<int16_t> left;
+  std::vector<int16_t> right;
+  std::vector<double> ours;
+  for (int pass = 0; pass < 21; ++pass) {
+    const auto started = Clock::now();
+    for (int32_t column = 0; column < kColumns; ++column) {
+      document.QuickBuffGet(1 + column * step, 1, 0, left, right);
+    }
+    ours.push_back(Milliseconds(Clock::now() - started));
+  }
+  FileHandle file(::open(wavPath.c_str(), O_RDONLY));
+  std::vector<double> peer;
+  int32_t checksum = 0;
+  for (int pass = 0; pass < 21; ++pass) {
+    const auto started = Clock::now();
+    for (int32_t column = 0; column < kColumns; ++column) {
+      int16_t frame[2];
+      if (::pread(file.Descriptor(), frame, 4, 44 + static_cast<off_t>(column) * step * 4) == 4) {
+        checksum += frame[0];
+      }
+    }
+    peer.push_back(Milliseconds(Clock::now() - started));
+  }
+  const double median = Percentile(ours, 0.5);
+  Figure("QuickBuffGet, 2,300 positions over the hour, both channels", median, "ms",
+         "pread of the same frames", Percentile(peer, 0.5), "ms");
+  Limit(median < 5.0, "QuickBuffGet of 2,300 positions under 5 ms");
+  int32_t resident = 0;
+  for (const int32_t block : document.LeftChannel().Blocks()) {
+    resident += IsResidentKind(BlockTable[block].Kind) ? 1 : 0;
+  }
+  Limit(resident == 0, "display reads load no block");
+  if (checksum == 42) std::cout << "";
+}
+
+// ---- Edits and their undo --------------------------------------------------------------
+
+struct EditTimes {
+  std::vector<double> insert, erase, replace, undoInsert, undoErase, undoReplace;
+};
+
+void Edits(FileMemoClass& document, double soxMilliseconds) {
+  std::mt19937 random(2024);
+  const auto position = [&](int32_t high) {
+    return std::uniform_int_distribution<int32_t>(1, high)(random);
+  };
+  // A pasted clip (copied from the document: blocks on the source file) and a recorded one
+  // (memory blocks).
+  BlockCarrBuffClass pastedLeft;
+  BlockCarrBuffClass pastedRight;
+  const int32_t from = position(kHourFrames - kClipFrames);
+  document.WaveCollectData(from, from + kClipFrames - 1, 0, pastedLeft, pastedRight);
+  BlockCarrBuffClass recordedLeft;
+  BlockCarrBuffClass recordedRight;
+  RecordedClip(recordedLeft, 0);
+  RecordedClip(recordedRight, 1);
+
+  EditTimes times;
+  const auto timed = [](std::vector<double>& into, auto&& edit) {
+    const auto started = Clock::now();
+    edit();
+    into.push_back(Milliseconds(Clock::now() - started));
+  };
+  for (int round = 0; round < 300; ++round) {
+    const bool recorded = round % 2 == 1;
+    const BlockCarrBuffClass& left = recorded ? recordedLeft : pastedLeft;
+    const BlockCarrBuffClass& right = recorded ? recordedRight : pastedRight;
+    const int32_t length = document.WavWaveINos;
+    const int32_t at = position(length + 1);
+    timed(times.insert, [&] { document.WaveDataInsert(at, 0, &left, &right, "Paste", true); });
+    timed(times.undoInsert, [&] { document.Undo(); });
+    const int32_t cut = position(length - kClipFrames + 1);
+    timed(times.erase, [&] { document.WaveDataDelete(cut, 0, kClipFrames, "Delete", true); });
+    timed(times.undoErase, [&] { document.Undo(); });
+    const int32_t over = position(length);
+    timed(times.replace,
+          [&] { document.WaveDataReplace(over, 0, &left, &right, "Replace", true); });
+    timed(times.undoReplace, [&] { document.Undo(); });
+  }
+  const struct {
+    const char* name;
+    const std::vector<double>* values;
+  } rows[] = {{"insert 10 s", &times.insert},   {"undo insert 10 s", &times.undoInsert},
+              {"delete 10 s", &times.erase},    {"undo delete 10 s", &times.undoErase},
+              {"replace 10 s", &times.replace}, {"undo replace 10 s", &times.undoReplace}};
+  for (const auto& row : rows) {
+    const double median = Percentile(*row.values, 0.5);
+    const double p99 = Percentile(*row.values, 0.99);
+    Figure(std::string(row.name) + " median", median, "ms", "sox cutting 10 s", soxMilliseconds,
+           "ms");
+    Figure(std::string(row.name) + " 99th percentile", p99, "ms", "sox cutting 10 s",
+           soxMilliseconds, "ms");
+    Limit(median < 1.0 && p99 < 1.0, std::string(row.name) + " under 1 ms");
+  }
+}
+
+void EditsInARow(FileMemoClass& document, double soxMilliseconds) {
+  std::mt19937 random(99);
+  const auto chance = [&](int percent) {
+    return std::uniform_int_distribution<int>(1, 100)(random) <= percent;
+  };
+  const auto position = [&](int32_t high) {
+    return std::uniform_int_distribution<int32_t>(1, std::max(high, 1))(random);
+  };
+  BlockCarrBuffClass recordedLeft;
+  BlockCarrBuffClass recordedRight;
+  RecordedClip(recordedLeft, 0);
+  RecordedClip(recordedRight, 1);
+  const int64_t budget = Env().MemoryBudget;
+  int64_t highest = 0;
+  int overBudget = 0;
+  const auto started = Clock::now();
+  for (int edit = 0; edit < 1000; ++edit) {
+    const int32_t length = document.WavWaveINos;
+    const int kind = std::uniform_int_distribution<int>(0, 5)(random);
+    if (kind == 0 || kind == 1) {
+      // Paste a stretch of the document, or insert recorded audio.
+      BlockCarrBuffClass left;
+      BlockCarrBuffClass right;
+      if (chance(50)) {
+        const int32_t from = position(length - kClipFrames);
+        document.WaveCollectData(from, from + kClipFrames - 1, 0, left, right);
+        document.WaveDataInsert(position(length + 1), 0, &left, &right, "Paste", true);
+      } else {
+        document.WaveDataInsert(position(length + 1), 0, &recordedLeft, &recordedRight, "Record",
+                                true);
+      }
+    } else if (kind == 2) {
+      document.WaveDataDelete(position(length - kClipFrames), 0, kClipFrames, "Delete", true);
+    } else if (kind == 3) {
+      document.WaveDataReplace(position(length), 0, &recordedLeft, &recordedRight, "Volume", true);
+    } else if (kind == 4) {
+      document.WaveDataInsert(position(length + 1), 1, &recordedLeft, nullptr, "Record", true);
+    } else {
+      document.Undo();
+    }
+    highest = std::max(highest, MemoryInUse);
+    if (MemoryInUse > budget) ++overBudget;
+  }
+  const double perEdit = Milliseconds(Clock::now() - started) / 1000.0;
+  Figure("1,000 random edits: highest MemoryInUse after an operation",
+         static_cast<double>(highest) / 1e6, "MB", "memory budget",
+         static_cast<double>(budget) / 1e6, "MB");
+  Limit(overBudget == 0, "MemoryInUse never above the budget after an operation");
+  const int64_t peak = PeakResidentBytes();  // of the whole run so far
+  Figure("1,000 random edits: peak resident memory of the process", static_cast<double>(peak) / 1e6,
+         "MB", "budget + 60 MB", static_cast<double>(budget + 60'000'000) / 1e6, "MB");
+  Limit(peak < budget + 60'000'000, "peak resident memory under the budget + 60 MB");
+  Figure("1,000 random edits: time per edit", perEdit, "ms", "sox cutting 10 s", soxMilliseconds,
+         "ms");
+}
+
+}  // namespace
+}  // namespace quorvane
+
+int main() {
+  using namespace quorvane;
+  CountingInteraction interaction;
+  SetUserInterface(&interaction);
+
+  const char* tmp = std::getenv("TMPDIR");
+  std::string work = std::string(tmp && *tmp ? tmp : "/tmp") + "/qvbench-XXXXXX";
+  if (!::mkdtemp(work.data())) {
+    std::perror("mkdtemp");
+    return 2;
+  }
+  const std::string session = work + "/session";
+  std::filesystem::create_directory(session);
+  Env().SessionFolder = session;
+  Env().MemoryBudget = MemoryBudgetFor(QueryMemoryStatus().totalBytes);
+  SetProjectDefaults(work);
+  const std::string wav = work + "/hour.wav";
+  WriteHourWav(wav);
+  ReadWholeFile(wav);
+
+  // sox rewrites the whole file to cut ten seconds out of it.
+  std::vector<double> sox;
+  const int32_t cutStart = 1800 * kRate;
+  for (int run = 0; run < 3; ++run) {
+    const double seconds = RunSeconds({"sox", wav, work + "/cut.wav", "trim", "0",
+                                       "=" + std::to_string(cutStart) + "s",
+                                       "=" + std::to_string(cutStart + kClipFrames) + "s"});
+    if (seconds < 0) {
+      std::cout << "sox failed" << std::endl;
+      std::filesystem::remove_all(work);
+      return 2;
+    }
+    sox.push_back(seconds * 1000.0);
+  }
+  const uintmax_t cutSize = std::filesystem::file_size(work + "/cut.wav");
+  std::filesystem::remove(work + "/cut.wav");
+  Limit(cutSize == 44 + static_cast<uintmax_t>(kHourFrames - kClipFrames) * 4,
+        "sox cut out exactly 10 s (its file has " + std::to_string(cutSize) + " bytes)");
+
+  {
+    FileMemoClass document;
+    LoadHourDocument(document, wav);
+    DisplayReads(document, wav);
+    Edits(document, Percentile(sox, 0.5));
+    EditsInARow(document, Percentile(sox, 0.5));
+  }
+  // Last: its two plain copies of ten minutes would otherwise set the peak resident memory
+  // measured for the edits.
+  SequentialReads();
+  ReleaseAllFiles();
+  std::filesystem::remove_all(work);
+  if (interaction.messages > 0) {
+    std::cout << "LIMIT MISSED: " << interaction.messages << " messages were shown" << std::endl;
+    g_allWithinLimits = false;
+  }
+  return g_allWithinLimits ? 0 : 1;
+}
