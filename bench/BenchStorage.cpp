@@ -19,6 +19,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/BenchSupport.h"
 #include "core/BatchInteraction.h"
 #include "core/Environment.h"
 #include "core/MemoryBudget.h"
@@ -33,7 +34,14 @@
 namespace quorvane {
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using bench::Clock;
+using bench::Figure;
+using bench::Limit;
+using bench::Milliseconds;
+using bench::PeakResidentBytes;
+using bench::Percentile;
+using bench::ReadWholeFile;
+using bench::ResetPeakResident;
 
 constexpr int32_t kRate = 44'100;
 constexpr int32_t kHourFrames = 3600 * kRate;
@@ -50,81 +58,8 @@ class CountingInteraction : public BatchInteraction {
   int messages = 0;
 };
 
-double Milliseconds(Clock::duration duration) {
-  return std::chrono::duration<double, std::milli>(duration).count();
-}
-
-double Percentile(std::vector<double> values, double share) {
-  std::sort(values.begin(), values.end());
-  const size_t index = static_cast<size_t>(share * static_cast<double>(values.size() - 1) + 0.5);
-  return values[std::min(index, values.size() - 1)];
-}
-
-bool g_allWithinLimits = true;
-
-void Figure(const std::string& name, double value, const std::string& unit, const std::string& peer,
-            double peerValue, const std::string& peerUnit) {
-  const double ratio = peerValue != 0.0 ? value / peerValue : 0.0;
-  char text[400];
-  if (ratio != 0.0 && ratio < 0.01) {
-    std::snprintf(text, sizeof text, "%s: %.4g %s  (%s: %.4g %s, ratio %.2e)", name.c_str(), value,
-                  unit.c_str(), peer.c_str(), peerValue, peerUnit.c_str(), ratio);
-  } else {
-    std::snprintf(text, sizeof text, "%s: %.4g %s  (%s: %.4g %s, ratio %.2f)", name.c_str(), value,
-                  unit.c_str(), peer.c_str(), peerValue, peerUnit.c_str(), ratio);
-  }
-  std::cout << text << std::endl;
-}
-
-void Limit(bool within, const std::string& what) {
-  if (within) return;
-  g_allWithinLimits = false;
-  std::cout << "LIMIT MISSED: " << what << std::endl;
-}
-
-int64_t PeakResidentBytes() {
-  std::ifstream status("/proc/self/status");
-  std::string line;
-  while (std::getline(status, line)) {
-    if (line.rfind("VmHWM:", 0) == 0) return std::atoll(line.c_str() + 6) * 1024;
-  }
-  return 0;
-}
-
 int16_t Tone(int32_t channel, int32_t frame) {
   return static_cast<int16_t>(((frame * (channel ? 13 : 7)) % 20000) - 10000);
-}
-
-// A canonical 44-byte-header WAV file of one hour of stereo audio.
-void WriteHourWav(const std::string& path) {
-  std::ofstream out(path, std::ios::binary | std::ios::trunc);
-  const uint32_t dataBytes = static_cast<uint32_t>(kHourFrames) * 4;
-  const auto put = [&](uint32_t value, int bytes) {
-    for (int i = 0; i < bytes; ++i) out.put(static_cast<char>((value >> (8 * i)) & 0xFF));
-  };
-  out << "RIFF";
-  put(36 + dataBytes, 4);
-  out << "WAVEfmt ";
-  put(16, 4);
-  put(1, 2);
-  put(2, 2);
-  put(kRate, 4);
-  put(kRate * 4, 4);
-  put(4, 2);
-  put(16, 2);
-  out << "data";
-  put(dataBytes, 4);
-  std::vector<int16_t> chunk(2 * 1 << 20);
-  for (int32_t frame = 0; frame < kHourFrames;) {
-    const int32_t frames = std::min<int32_t>(1 << 20, kHourFrames - frame);
-    for (int32_t i = 0; i < frames; ++i) {
-      chunk[2 * static_cast<size_t>(i)] = Tone(0, frame + i);
-      chunk[2 * static_cast<size_t>(i) + 1] = Tone(1, frame + i);
-    }
-    out.write(reinterpret_cast<const char*>(chunk.data()),
-              static_cast<std::streamsize>(frames) * 4);
-    frame += frames;
-  }
 }
 
 // Describes the data chunk the way the WAV reader does: runs of FileBlockLen / 2 frames,
@@ -167,26 +102,6 @@ void RecordedClip(BlockCarrBuffClass& carrier, int32_t channel) {
   carrier.ReDimSize(kClipFrames);
   for (int32_t position = 1; position <= kClipFrames; ++position) {
     carrier.WaveLR(position, Tone(channel + 2, position));
-  }
-}
-
-double RunSeconds(const std::vector<std::string>& arguments) {
-  std::vector<char*> argv;
-  for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
-  argv.push_back(nullptr);
-  const auto started = Clock::now();
-  pid_t child = 0;
-  if (posix_spawnp(&child, argv[0], nullptr, nullptr, argv.data(), environ) != 0) return -1.0;
-  int status = 0;
-  waitpid(child, &status, 0);
-  if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) return -1.0;
-  return std::chrono::duration<double>(Clock::now() - started).count();
-}
-
-void ReadWholeFile(const std::string& path) {
-  FileHandle file(::open(path.c_str(), O_RDONLY));
-  std::vector<char> buffer(1 << 22);
-  while (::read(file.Descriptor(), buffer.data(), buffer.size()) > 0) {
   }
 }
 
@@ -398,31 +313,26 @@ int main() {
   CountingInteraction interaction;
   SetUserInterface(&interaction);
 
-  const char* tmp = std::getenv("TMPDIR");
-  std::string work = std::string(tmp && *tmp ? tmp : "/tmp") + "/qvbench-XXXXXX";
-  if (!::mkdtemp(work.data())) {
-    std::perror("mkdtemp");
-    return 2;
-  }
+  const std::string work = bench::BenchFolder("storage");
   const std::string session = work + "/session";
   std::filesystem::create_directory(session);
   Env().SessionFolder = session;
   Env().MemoryBudget = MemoryBudgetFor(QueryMemoryStatus().totalBytes);
   SetProjectDefaults(work);
   const std::string wav = work + "/hour.wav";
-  WriteHourWav(wav);
+  bench::WriteToneWav(wav, 2, kRate, 16, kHourFrames);
   ReadWholeFile(wav);
 
   // sox rewrites the whole file to cut ten seconds out of it.
   std::vector<double> sox;
   const int32_t cutStart = 1800 * kRate;
   for (int run = 0; run < 3; ++run) {
-    const double seconds = RunSeconds({"sox", wav, work + "/cut.wav", "trim", "0",
-                                       "=" + std::to_string(cutStart) + "s",
-                                       "=" + std::to_string(cutStart + kClipFrames) + "s"});
+    const double seconds = bench::RunProgram({"sox", wav, work + "/cut.wav", "trim", "0",
+                                              "=" + std::to_string(cutStart) + "s",
+                                              "=" + std::to_string(cutStart + kClipFrames) + "s"})
+                               .seconds;
     if (seconds < 0) {
       std::cout << "sox failed" << std::endl;
-      std::filesystem::remove_all(work);
       return 2;
     }
     sox.push_back(seconds * 1000.0);
@@ -443,10 +353,6 @@ int main() {
   // measured for the edits.
   SequentialReads();
   ReleaseAllFiles();
-  std::filesystem::remove_all(work);
-  if (interaction.messages > 0) {
-    std::cout << "LIMIT MISSED: " << interaction.messages << " messages were shown" << std::endl;
-    g_allWithinLimits = false;
-  }
-  return g_allWithinLimits ? 0 : 1;
+  Limit(interaction.messages == 0, std::to_string(interaction.messages) + " messages were shown");
+  return bench::AllWithinLimits() ? 0 : 1;
 }
