@@ -28,7 +28,7 @@
 #include "storage/BlockCarrBuffClass.h"
 #include "storage/BlockList.h"
 #include "storage/EditorState.h"
-#include "storage/FileHandle.h"
+#include "platform/FileHandle.h"
 #include "storage/FileMemoClass.h"
 
 namespace quorvane {

@@ -104,4 +104,19 @@ class BusyPointer {
   BusyPointer& operator=(const BusyPointer&) = delete;
 };
 
+// Shows the progress display with a bar colour, at 0, for the life of the object, and hides
+// it on every way out.
+class ShownProgress {
+ public:
+  explicit ShownProgress(uint32_t barColor) {
+    ProgressDisplay& progress = UserInterface().Progress();
+    progress.SetBarColor1(barColor);
+    progress.SetIsVisible(true);
+    progress.SetCurrentProgress(0.0F);
+  }
+  ~ShownProgress() { UserInterface().Progress().SetIsVisible(false); }
+  ShownProgress(const ShownProgress&) = delete;
+  ShownProgress& operator=(const ShownProgress&) = delete;
+};
+
 }  // namespace quorvane

@@ -28,20 +28,6 @@ constexpr uint32_t kLoadingBarColor = 0x006400;           // dark green
 
 std::string LoadingCaption(const std::string& fileName) { return "Error Loading " + fileName; }
 
-// Shows the progress display for the life of the object and hides it on every way out.
-class LoadingProgress {
- public:
-  LoadingProgress() {
-    ProgressDisplay& progress = UserInterface().Progress();
-    progress.SetBarColor1(kLoadingBarColor);
-    progress.SetIsVisible(true);
-    progress.SetCurrentProgress(0.0F);
-  }
-  ~LoadingProgress() { UserInterface().Progress().SetIsVisible(false); }
-  LoadingProgress(const LoadingProgress&) = delete;
-  LoadingProgress& operator=(const LoadingProgress&) = delete;
-};
-
 // Why the reader stopped: a failure after which "Wave file loading failed" is shown, or
 // one that has said all there is to say already.
 enum class Outcome { Loaded, Failed, FailedQuietly };
@@ -85,7 +71,7 @@ OpenSaveClass::OpenSaveClass()
     : FileBlockLen(BlockCarrBuffClass::BlockSizeForBudget(Env().MemoryBudget)) {}
 
 bool OpenSaveClass::FileLoadWave(FileMemoClass& FilMemOb, const std::string& FileName1) {
-  const LoadingProgress progress;
+  const ShownProgress progress(kLoadingBarColor);
   try {
     return LoadWaveFile(FilMemOb, FileName1);
   } catch (const std::exception& error) {

@@ -19,19 +19,6 @@ namespace {
 
 constexpr uint32_t kWritingBarColor = 255;  // red
 
-class WritingProgress {
- public:
-  WritingProgress() {
-    ProgressDisplay& progress = UserInterface().Progress();
-    progress.SetBarColor1(kWritingBarColor);
-    progress.SetIsVisible(true);
-    progress.SetCurrentProgress(0.0F);
-  }
-  ~WritingProgress() { UserInterface().Progress().SetIsVisible(false); }
-  WritingProgress(const WritingProgress&) = delete;
-  WritingProgress& operator=(const WritingProgress&) = delete;
-};
-
 // One run of samples in the file's format: 16-bit as held, 8-bit as value + 128, stereo
 // interleaved left then right.
 void EncodeRun(const std::vector<int16_t>& left, const std::vector<int16_t>* right, int32_t bits,
@@ -84,7 +71,7 @@ void OpenSaveClass::WriteWaveRuns(FileMemoClass& document, const std::string& fi
 }
 
 void OpenSaveClass::FileWriteWave(FileMemoClass& FilMemOb, const std::string& FileName1) {
-  const WritingProgress progress;
+  const ShownProgress progress(kWritingBarColor);
   try {
     const int32_t frames = FilMemOb.WavWaveINos;
     if (FileName1.empty()) {
@@ -118,7 +105,7 @@ void OpenSaveClass::FileWriteWave(FileMemoClass& FilMemOb, const std::string& Fi
 void OpenSaveClass::FileWriteWavePart(FileMemoClass& FilMemOb, int32_t SavFromPos, int32_t SavToPos,
                                       int32_t WorkChn, const std::string& FileName1) {
   Trace("FileWriteWavePart: Enter");
-  const WritingProgress progress;
+  const ShownProgress progress(kWritingBarColor);
   try {
     const int32_t total = FilMemOb.WavWaveINos;
     if (total == 0) {

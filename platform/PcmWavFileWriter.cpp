@@ -43,7 +43,7 @@ PcmWavFileWriter::PcmWavFileWriter(const std::string& path)
 void PcmWavFileWriter::WriteAll(const void* bytes, size_t size, uint64_t offset) {
   const auto* next = static_cast<const uint8_t*>(bytes);
   while (size > 0) {
-    const ssize_t written = ::pwrite(file_.Get(), next, size, static_cast<off_t>(offset));
+    const ssize_t written = ::pwrite(file_.Descriptor(), next, size, static_cast<off_t>(offset));
     if (written < 0 && errno == EINTR) continue;
     if (written <= 0) {
       throw DecodeFailure(std::string("Writing the decoded file failed (") +
@@ -83,7 +83,7 @@ void PcmWavFileWriter::Finish(int channels, uint32_t sampleRate) {
   std::memcpy(header.data() + 36, "data", 4);
   PutLe32(header.data() + 40, dataSize);
   WriteAll(header.data(), header.size(), 0);
-  if (file_.Close() != 0) {
+  if (!file_.Close()) {
     throw DecodeFailure(std::string("Writing the decoded file failed (") + std::strerror(errno) +
                         "): " + path_);
   }

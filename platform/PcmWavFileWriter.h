@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <string>
 
-#include "platform/FileDescriptor.h"
+#include "platform/FileHandle.h"
 
 namespace quorvane {
 
@@ -31,7 +31,7 @@ class PcmWavFileWriter {
   void WriteAll(const void* bytes, size_t size, uint64_t offset);
 
   std::string path_;
-  FileDescriptor file_;
+  FileHandle file_;
   uint64_t dataBytes_ = 0;
 };
 

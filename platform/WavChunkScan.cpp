@@ -10,7 +10,7 @@
 #include <unistd.h>
 
 #include "platform/DecodeFailure.h"
-#include "platform/FileDescriptor.h"
+#include "platform/FileHandle.h"
 
 namespace quorvane {
 
@@ -44,13 +44,13 @@ size_t ReadAt(int fd, void* buffer, size_t size, uint64_t offset) {
 }  // namespace
 
 WavChunkLayout ScanWavChunks(const std::string& path) {
-  FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  FileHandle file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
   if (!file.IsOpen()) {
     throw DecodeFailure(std::string("The compressed file cannot be opened (") +
                         std::strerror(errno) + "): " + path);
   }
   struct stat status {};
-  if (::fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode)) {
+  if (::fstat(file.Descriptor(), &status) != 0 || !S_ISREG(status.st_mode)) {
     throw DecodeFailure("The compressed file is not a regular file: " + path);
   }
 
@@ -58,7 +58,7 @@ WavChunkLayout ScanWavChunks(const std::string& path) {
   layout.fileSize = static_cast<uint64_t>(status.st_size);
   const std::string notWav = "The file is not a WAV file: " + path;
   std::array<uint8_t, 12> riff{};
-  if (ReadAt(file.Get(), riff.data(), riff.size(), 0) < riff.size()) throw DecodeFailure(notWav);
+  if (ReadAt(file.Descriptor(), riff.data(), riff.size(), 0) < riff.size()) throw DecodeFailure(notWav);
   if (std::memcmp(riff.data(), "RIFF", 4) != 0 || std::memcmp(riff.data() + 8, "WAVE", 4) != 0) {
     throw DecodeFailure(notWav);
   }
@@ -68,12 +68,12 @@ WavChunkLayout ScanWavChunks(const std::string& path) {
   uint64_t position = 12;
   while (position + 8 <= layout.fileSize) {
     std::array<uint8_t, 8> header{};
-    if (ReadAt(file.Get(), header.data(), header.size(), position) < header.size()) break;
+    if (ReadAt(file.Descriptor(), header.data(), header.size(), position) < header.size()) break;
     const uint32_t size = Le32(header.data() + 4);
     const uint64_t body = position + 8;
     if (std::memcmp(header.data(), "fmt ", 4) == 0 && !haveFormat && size >= 16) {
       std::array<uint8_t, 40> format{};
-      const size_t got = ReadAt(file.Get(), format.data(), std::min<size_t>(size, 40), body);
+      const size_t got = ReadAt(file.Descriptor(), format.data(), std::min<size_t>(size, 40), body);
       if (got < 16) break;
       haveFormat = true;
       layout.formatTag = Le16(format.data());
@@ -86,7 +86,7 @@ WavChunkLayout ScanWavChunks(const std::string& path) {
       }
     } else if (std::memcmp(header.data(), "fact", 4) == 0 && !layout.factFrames && size >= 4) {
       std::array<uint8_t, 4> count{};
-      if (ReadAt(file.Get(), count.data(), count.size(), body) == count.size()) {
+      if (ReadAt(file.Descriptor(), count.data(), count.size(), body) == count.size()) {
         layout.factFrames = Le32(count.data());
       }
     } else if (std::memcmp(header.data(), "data", 4) == 0 && !haveData) {

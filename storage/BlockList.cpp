@@ -15,7 +15,7 @@
 #include "core/FileHelpers.h"
 #include "core/Interaction.h"
 #include "core/Numbers.h"
-#include "storage/FileHandle.h"
+#include "platform/FileHandle.h"
 #include "storage/OpenFileCache.h"
 #include "storage/StorageChecks.h"
 

@@ -10,7 +10,7 @@
 #include <cstdint>
 #include <string>
 
-#include "storage/FileHandle.h"
+#include "platform/FileHandle.h"
 
 namespace quorvane {
 

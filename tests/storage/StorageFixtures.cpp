@@ -1,5 +1,7 @@
 #include "tests/storage/StorageFixtures.h"
 
+#include "tests/support/SessionFixture.h"
+
 #include <filesystem>
 #include <fstream>
 
@@ -10,21 +12,9 @@
 
 namespace quorvane::testing {
 
-StorageTest::StorageTest() {
-  ResetEnvironment();
-  Env().SessionFolder = folder.Path();
-  Env().MemoryBudget = 10'000'000;
-  ResetBlockList();
-  ResetEditorState();
-  SetProjectDefaults(folder.Path());
-  SetDocumentWindow(&window);
-}
+StorageTest::StorageTest() { StartTestSession(folder.Path(), folder.Path(), &window); }
 
-StorageTest::~StorageTest() {
-  SetDocumentWindow(nullptr);
-  ReleaseAllFiles();
-  ResetBlockList();
-}
+StorageTest::~StorageTest() { EndTestSession(); }
 
 int StorageTest::TempFilesOnDisk() const {
   int count = 0;

@@ -7,26 +7,31 @@
 
 namespace quorvane::testing {
 
-SessionTest::SessionTest() {
+void StartTestSession(const std::string& sessionFolder, const std::string& appFolder,
+                      DocumentWindow* window) {
   ResetEnvironment();
-  Env().AppPath = files.Path();
-  Env().SystemTempPath = session.Path();
-  Env().TempRoot = session.Path();
-  Env().SessionFolder = session.Path();
-  Env().SettingsFile = files.File("quorvane-audio.ini");
+  Env().AppPath = appFolder;
+  Env().SystemTempPath = sessionFolder;
+  Env().TempRoot = sessionFolder;
+  Env().SessionFolder = sessionFolder;
+  Env().SettingsFile = appFolder + "/quorvane-audio.ini";
   Env().MemoryBudget = 10'000'000;
   ResetBlockList();
   ResetEditorState();
-  SetProjectDefaults(files.Path());
-  SetDocumentWindow(&menu);
+  SetProjectDefaults(appFolder);
+  SetDocumentWindow(window);
 }
 
-SessionTest::~SessionTest() {
+void EndTestSession() {
   SetDocumentWindow(nullptr);
   ReleaseAllFiles();
   ResetBlockList();
   ResetEnvironment();
 }
+
+SessionTest::SessionTest() { StartTestSession(session.Path(), files.Path(), &menu); }
+
+SessionTest::~SessionTest() { EndTestSession(); }
 
 std::vector<int16_t> SessionTest::ChannelSamples(const FileMemoClass& document, int channel) {
   std::vector<int16_t> samples;

@@ -29,6 +29,13 @@ class RecordingUndoMenu : public DocumentWindow {
   bool menuEnabled = false;
 };
 
+// Everything a session starts from: the environment with this session folder, an empty block
+// list, fresh editor state and project tables, and the given undo menu. Ended by
+// EndTestSession, which releases every file the block list holds.
+void StartTestSession(const std::string& sessionFolder, const std::string& appFolder,
+                      DocumentWindow* window);
+void EndTestSession();
+
 class SessionTest : public ::testing::Test {
  protected:
   SessionTest();
