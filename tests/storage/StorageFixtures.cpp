@@ -1,6 +1,7 @@
 #include "tests/storage/StorageFixtures.h"
 
 #include "tests/support/SessionFixture.h"
+#include "tests/support/WaveBuilder.h"
 
 #include <filesystem>
 #include <fstream>
@@ -29,26 +30,8 @@ void DescribeWav(const std::string& path, int32_t channels, int32_t bits,
                  BlockCarrBuffClass& right) {
   const int32_t sampleBytes = bits / 8;
   const int32_t frames = static_cast<int32_t>(samples.size()) / channels;
-  std::string bytes;
-  const auto put = [&](uint32_t value, int count) {
-    for (int i = 0; i < count; ++i) bytes.push_back(static_cast<char>((value >> (8 * i)) & 0xFF));
-  };
-  const auto dataBytes = static_cast<uint32_t>(samples.size()) * sampleBytes;
-  bytes = "RIFF";
-  put(36 + dataBytes, 4);
-  bytes += "WAVEfmt ";
-  put(16, 4);
-  put(1, 2);
-  put(channels, 2);
-  put(44100, 4);
-  put(44100 * sampleBytes * channels, 4);
-  put(sampleBytes * channels, 2);
-  put(bits, 2);
-  bytes += "data";
-  put(dataBytes, 4);
-  for (const int16_t value : samples)
-    put(static_cast<uint32_t>(value + (bits == 8 ? 128 : 0)), sampleBytes);
-  std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
+  std::ofstream(path, std::ios::binary | std::ios::trunc)
+      << PcmWave(channels, 44100, bits, samples);
 
   const int32_t entry = RegisterOriginalFile(path, channels, bits);
   std::vector<int32_t> blocks[2];

@@ -1,5 +1,7 @@
 #include "tests/support/CompressedWavFixtures.h"
 
+#include "tests/support/WaveBuilder.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -48,22 +50,8 @@ std::vector<int16_t> TestSignal(int channels, int sampleRate, size_t frames) {
 
 void WritePcm16Wav(const std::string& path, const std::vector<int16_t>& samples, int channels,
                    int sampleRate) {
-  const auto dataSize = static_cast<uint32_t>(samples.size() * 2);
-  std::string bytes = "RIFF";
-  PutLe(bytes, dataSize + 36, 4);
-  bytes += "WAVEfmt ";
-  PutLe(bytes, 16, 4);
-  PutLe(bytes, 1, 2);
-  PutLe(bytes, static_cast<uint32_t>(channels), 2);
-  PutLe(bytes, static_cast<uint32_t>(sampleRate), 4);
-  PutLe(bytes, static_cast<uint32_t>(sampleRate * channels * 2), 4);
-  PutLe(bytes, static_cast<uint32_t>(channels * 2), 2);
-  PutLe(bytes, 16, 2);
-  bytes += "data";
-  PutLe(bytes, dataSize, 4);
-  for (const int16_t sample : samples) PutLe(bytes, static_cast<uint16_t>(sample), 2);
   std::ofstream out(path, std::ios::binary | std::ios::trunc);
-  out << bytes;
+  out << PcmWave(channels, sampleRate, 16, samples);
   if (!out.flush()) throw std::runtime_error("cannot write " + path);
 }
 
