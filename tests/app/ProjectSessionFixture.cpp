@@ -1,0 +1,110 @@
+#include "tests/app/ProjectSessionFixture.h"
+
+#include <cstdlib>
+#include <filesystem>
+
+#include "app/ProjectFile.h"
+#include "storage/EditorState.h"
+#include "tests/support/ChildProcess.h"
+#include "tests/support/TempFolder.h"
+
+namespace quorvane::testing {
+
+ProjectSessionTest::ProjectSessionTest() {
+  if (const char* home = std::getenv("XDG_CONFIG_HOME")) previousConfigHome_ = home;
+  ::setenv("XDG_CONFIG_HOME", config.Path().c_str(), 1);
+}
+
+ProjectSessionTest::~ProjectSessionTest() {
+  document.StorageReset();
+  if (previousConfigHome_) {
+    ::setenv("XDG_CONFIG_HOME", previousConfigHome_->c_str(), 1);
+  } else {
+    ::unsetenv("XDG_CONFIG_HOME");
+  }
+}
+
+std::string ProjectSessionTest::WriteProjectFile(ProjectSpec spec) {
+  if (!spec.targetFolder) {
+    std::filesystem::create_directories(Tracks());
+    spec.targetFolder = Tracks();
+  }
+  return WriteProject(files.File("project.ini"), spec);
+}
+
+bool ProjectSessionTest::Load(std::string& commandLine) {
+  document.StorageReset();
+  document.IsTempObject = true;
+  const bool loaded = ProjectFileLoad(commandLine, document);
+  document.IsTempObject = false;
+  document.UndoInfoReset();
+  Editor().WaveChanged = false;
+  return loaded;
+}
+
+void ProjectSessionTest::LoadProject(ProjectSpec spec) {
+  const std::string path = WriteProjectFile(std::move(spec));
+  ASSERT_TRUE(Load(path)) << ::testing::PrintToString(Shown());
+}
+
+std::string ProjectSessionTest::ProjectText() const { return files.Read("project.ini"); }
+
+std::optional<std::string> ProjectSessionTest::HostFlag() const {
+  const std::string text =
+      ReadFileBytes(config.File("VB and VBA Program Settings/Quorvane Stagora.conf"));
+  return IniValue(text, "Dynamic", "TAEState");
+}
+
+std::vector<std::string> ProjectSessionTest::Shown() const {
+  std::vector<std::string> shown;
+  for (const MessageRequest& message : ui.messages) {
+    shown.push_back(message.caption + "|" + message.text);
+  }
+  return shown;
+}
+
+std::vector<int16_t> FileChannel(const WavFile& wav, int channel) {
+  std::vector<int16_t> samples;
+  const size_t channels = wav.channels;
+  const size_t bytes = wav.bitsPerSample / 8U;
+  if (channels == 0 || bytes == 0) return samples;
+  const size_t frames = wav.data.size() / (channels * bytes);
+  for (size_t frame = 0; frame < frames; ++frame) {
+    const size_t at = (frame * channels + static_cast<size_t>(channel - 1)) * bytes;
+    const auto byte = [&](size_t k) { return static_cast<unsigned char>(wav.data[at + k]); };
+    if (bytes == 1) {
+      samples.push_back(static_cast<int16_t>(byte(0) - 128));
+    } else {
+      samples.push_back(static_cast<int16_t>(byte(0) | (byte(1) << 8)));
+    }
+  }
+  return samples;
+}
+
+std::vector<int16_t> EightBitPattern(size_t count, int seed) {
+  std::vector<int16_t> values(count);
+  for (size_t i = 0; i < count; ++i) {
+    values[i] = static_cast<int16_t>((static_cast<int>(i) * 37 + seed * 11) % 256 - 128);
+  }
+  return values;
+}
+
+std::vector<int16_t> Stretch(const std::vector<int16_t>& samples, int32_t from, int32_t to) {
+  return std::vector<int16_t>(samples.begin() + (from - 1), samples.begin() + to);
+}
+
+std::vector<int16_t> Joined(const std::vector<std::vector<int16_t>>& parts) {
+  std::vector<int16_t> joined;
+  for (const auto& part : parts) joined.insert(joined.end(), part.begin(), part.end());
+  return joined;
+}
+
+std::string Soxi(const std::string& option, const std::string& file) {
+  const ProgramRun run = RunProgram("soxi", {option, file});
+  if (run.exitStatus != 0) return "soxi failed: " + run.err;
+  std::string out = run.out;
+  while (!out.empty() && (out.back() == '\n' || out.back() == '\r')) out.pop_back();
+  return out;
+}
+
+}  // namespace quorvane::testing
