@@ -387,5 +387,27 @@ TEST_F(SessionSaving, ASilentSlideLosesItsFileAndGetsNone) {
   EXPECT_TRUE(ui.messages.empty()) << ::testing::PrintToString(Shown());
 }
 
+TEST_F(SessionSaving, AudioWhoseFileWasDeletedComesBackWithUndo) {
+  const auto voice = Ramp(3000, 1, 5);
+  ProjectSpec spec;
+  spec.slides = {TrackSlide("voice.wav", PcmWave(1, 11025, 16, voice)),
+                 TrackSlide("next.wav", PcmWave(1, 11025, 16, Ramp(300, 7)))};
+  LoadProject(spec);
+  // One second of silence before the voice, then the voice deleted: a silent slide.
+  Editor().SelStart = Editor().SelEnd = 1;
+  ASSERT_TRUE(InsertSilenceSeconds(document, "1"));
+  Editor().SelStart = 11026;
+  Editor().SelEnd = 14025;
+  EditDelete(document);
+  ProjectFileSave(document);
+  ASSERT_FALSE(std::filesystem::exists(Track("voice.wav")));
+
+  EditUndo(document);
+  EXPECT_EQ(Stretch(Left(), 1, 14025), Joined({Zeros(11025), voice}));
+  ProjectFileSave(document);
+  EXPECT_EQ(Written("voice.wav"), Joined({Zeros(11025), voice}));
+  EXPECT_TRUE(ui.messages.empty()) << ::testing::PrintToString(Shown());
+}
+
 }  // namespace
 }  // namespace quorvane
