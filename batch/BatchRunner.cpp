@@ -27,8 +27,11 @@ class UndoCaption : public DocumentWindow {
   std::string caption_ = "Undo [Nothing]";
 };
 
+// Positions past the end name no audio: samples there would print as silence that is not
+// in the document.
 bool InsideDocument(const BatchCommand& command, const FileMemoClass& document) {
   switch (command.kind) {
+    case BatchCommand::Kind::Samples:
     case BatchCommand::Kind::Delete:
       return command.to <= document.WavWaveINos;
     case BatchCommand::Kind::InsertSilence:

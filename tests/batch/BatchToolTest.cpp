@@ -403,6 +403,8 @@ TEST_F(BatchTool, PositionsOutsideTheDocumentEndTheRunWithStatusTwo) {
   WriteProject();
   for (const auto& commands :
        std::vector<std::vector<std::string>>{{"info", "delete", "4000", "4006", "save"},
+                                             {"info", "samples", "4000", "4006", "save"},
+                                             {"info", "samples", "4006", "4006", "save"},
                                              {"info", "insert-silence", "4007", "1", "save"}}) {
     SCOPED_TRACE(::testing::PrintToString(commands));
     const ProgramRun run = Run(commands);
