@@ -78,7 +78,12 @@ int RunBatchScript(const BatchScript& script, std::ostream& out, std::ostream& e
         break;
       case BatchCommand::Kind::InsertSilence:
         Select(command.from, command.from);
-        InsertSilenceSeconds(*document, command.seconds);
+        if (!InsertSilenceSeconds(*document, command.seconds)) {
+          errors << "quorvane-audio-batch: " << command.seconds
+                 << " seconds of silence do not fit in the document\n"
+                 << BatchUsage();
+          status = 2;
+        }
         break;
       case BatchCommand::Kind::Undo:
         EditUndo(*document);
@@ -88,6 +93,7 @@ int RunBatchScript(const BatchScript& script, std::ostream& out, std::ostream& e
         break;
     }
     out.flush();
+    if (status != 0) break;
   }
   EndSession(document);
   SetDocumentWindow(nullptr);

@@ -417,6 +417,21 @@ TEST_F(BatchTool, PositionsOutsideTheDocumentEndTheRunWithStatusTwo) {
     EXPECT_EQ(HostFlagText(), "");
     ExpectSessionFolderGone();
   }
+  // Sample positions are 32-bit, the one after the last sample included: 194,783 s at
+  // 11025 Hz is more than the document can hold.
+  const ProgramRun tooLong = Run({"info", "insert-silence", "1", "194783", "info", "save"});
+  EXPECT_EQ(tooLong.exitStatus, 2);
+  const std::vector<JsonValue> printed = Printed(tooLong);
+  ASSERT_EQ(printed.size(), 1u);
+  EXPECT_NE(tooLong.err.find(kUsageStart), std::string::npos) << tooLong.err;
+  EXPECT_EQ(HostFlagText(), "");
+  // What fits goes in.
+  const ProgramRun fits = Run({"insert-silence", "1", "194782", "info"});
+  EXPECT_EQ(fits.exitStatus, 0);
+  ASSERT_EQ(Printed(fits).size(), 1u);
+  EXPECT_EQ(Printed(fits)[0]["length"].Int(), 4005 + 194782LL * 11025);
+  EXPECT_EQ(Printed(fits)[0]["slides"][2]["end"].Int(), 4006 + 194782LL * 11025);
+
   // The end of the document is a place to insert at.
   const ProgramRun atEnd = Run({"insert-silence", "4006", "1", "samples", "15030", "15030"});
   EXPECT_EQ(atEnd.exitStatus, 0);
