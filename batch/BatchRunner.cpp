@@ -35,7 +35,9 @@ bool InsideDocument(const BatchCommand& command, const FileMemoClass& document) 
     case BatchCommand::Kind::Delete:
       return command.to <= document.WavWaveINos;
     case BatchCommand::Kind::InsertSilence:
-      return command.from <= document.WavWaveINos + 1;
+      // Silence goes in before a sample of the document. Before the position after the last
+      // one it would lie beyond the last slide's end, and saving would drop it.
+      return command.from <= document.WavWaveINos;
     default:
       return true;
   }

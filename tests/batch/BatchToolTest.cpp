@@ -405,8 +405,10 @@ TEST_F(BatchTool, PositionsOutsideTheDocumentEndTheRunWithStatusTwo) {
        std::vector<std::vector<std::string>>{{"info", "delete", "4000", "4006", "save"},
                                              {"info", "samples", "4000", "4006", "save"},
                                              {"info", "samples", "4006", "4006", "save"},
-                                             {"info", "insert-silence", "4007", "1", "save"}}) {
+                                             {"info", "insert-silence", "4007", "1", "save"},
+                                             {"info", "insert-silence", "4006", "1", "save"}}) {
     SCOPED_TRACE(::testing::PrintToString(commands));
+    WriteProject();
     const ProgramRun run = Run(commands);
     EXPECT_EQ(run.exitStatus, 2);
     // The commands before it ran; the ones after it did not.
@@ -432,10 +434,12 @@ TEST_F(BatchTool, PositionsOutsideTheDocumentEndTheRunWithStatusTwo) {
   EXPECT_EQ(Printed(fits)[0]["length"].Int(), 4005 + 194782LL * 11025);
   EXPECT_EQ(Printed(fits)[0]["slides"][2]["end"].Int(), 4006 + 194782LL * 11025);
 
-  // The end of the document is a place to insert at.
-  const ProgramRun atEnd = Run({"insert-silence", "4006", "1", "samples", "15030", "15030"});
-  EXPECT_EQ(atEnd.exitStatus, 0);
-  EXPECT_EQ(atEnd.out, "{\"left\":[0],\"right\":[0]}\n");
+  // Silence goes in before a sample: before the last one it belongs to the last slide.
+  const ProgramRun beforeLast = Run({"insert-silence", "4005", "1", "info"});
+  EXPECT_EQ(beforeLast.exitStatus, 0);
+  ASSERT_EQ(Printed(beforeLast).size(), 1u);
+  EXPECT_EQ(Printed(beforeLast)[0]["length"].Int(), 4005 + 11025);
+  EXPECT_EQ(Printed(beforeLast)[0]["slides"][2]["end"].Int(), 4006 + 11025);
 }
 
 TEST_F(BatchTool, AFailedSaveIsReportedAndTheRunStillEndsWell) {
