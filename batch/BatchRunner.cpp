@@ -5,6 +5,7 @@
 #include "app/ProjectFile.h"
 #include "app/SessionLifetime.h"
 #include "batch/BatchOutput.h"
+#include "core/Interaction.h"
 #include "editing/EditCommands.h"
 #include "storage/DocumentWindow.h"
 #include "storage/EditorState.h"
@@ -53,8 +54,12 @@ void Select(int32_t from, int32_t to) {
 int RunBatchScript(const BatchScript& script, std::ostream& out, std::ostream& errors) {
   UndoCaption undoMenu;
   SetDocumentWindow(&undoMenu);
-  std::unique_ptr<FileMemoClass> document = PrepareSession(script.project);
+  std::string failure;
+  std::unique_ptr<FileMemoClass> document = PrepareSession(script.project, &failure);
   if (!document) {
+    // The editor only traces an error that stops its start-up; a caller of the batch tool
+    // is told on standard error, as for every other reason the project did not load.
+    if (!failure.empty()) UserInterface().Message(failure, MessageIcon::Critical);
     SetDocumentWindow(nullptr);
     return 1;
   }

@@ -193,6 +193,43 @@ TEST_F(SessionLoading, QuadruplingTheRateInterpolatesBetweenTheSamples) {
   EXPECT_TRUE(ui.messages.empty()) << ::testing::PrintToString(Shown());
 }
 
+TEST_F(SessionLoading, LongTracksAreConvertedAcrossBlocks) {
+  // More samples than one block holds (524,288 for this memory budget), converted in bits
+  // and then in rate: the second half of every pair, widened.
+  const auto source = EightBitPattern(1'200'001, 5);
+  ProjectSpec spec;
+  spec.baseBits = "16";
+  spec.baseFrequency = "11025";
+  spec.slides = {TrackSlide("long.wav", PcmWave(1, 22050, 8, source))};
+  LoadProject(spec);
+  std::vector<int16_t> expected;
+  for (size_t i = 1; i < source.size(); i += 2) expected.push_back(source[i]);
+  expected = Widened(expected);
+  ASSERT_EQ(document.WavWaveINos, 600'000);
+  EXPECT_TRUE(Left() == expected);
+  ProjectFileSave(document);
+  EXPECT_TRUE(Written("long.wav") == expected);
+  EXPECT_EQ(Soxi("-r", Track("long.wav")), "11025");
+  EXPECT_TRUE(ui.messages.empty()) << ::testing::PrintToString(Shown());
+}
+
+TEST_F(SessionLoading, AnInterpolatedTrackLongerThanABlockKeepsEverySourceSample) {
+  const auto left = Ramp(140'000, 0, 1);
+  const auto right = Ramp(140'000, 0, -1);
+  ProjectSpec spec;
+  spec.baseFrequency = "44100";
+  spec.slides = {TrackSlide("slow.wav", PcmWave(2, 11025, 16, Interleave(left, right)))};
+  LoadProject(spec);
+  ASSERT_EQ(document.WavWaveINos, 560'000);
+  const auto resampledLeft = Left();
+  const auto resampledRight = Right();
+  for (size_t k = 0; k < left.size(); ++k) {
+    ASSERT_EQ(resampledLeft[4 * k], left[k]) << k;
+    ASSERT_EQ(resampledRight[4 * k], right[k]) << k;
+  }
+  EXPECT_TRUE(ui.messages.empty()) << ::testing::PrintToString(Shown());
+}
+
 TEST_F(SessionLoading, AMissingTrackIsSilenceOfItsDuration) {
   ProjectSpec spec;
   spec.baseFrequency = "22050";

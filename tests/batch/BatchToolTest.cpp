@@ -358,6 +358,27 @@ TEST_F(BatchTool, AProjectThatCannotBeLoadedEndsWithStatusOne) {
   EXPECT_EQ(HostFlagText(), "");
 }
 
+TEST_F(BatchTool, AnErrorThatStopsTheLoadingIsNamed) {
+  // A missing track needs the project's sample rate to become silence.
+  spec.baseFrequency.reset();
+  spec.slides = {SlideSpec{"Gap", "gap.wav", "1", {}, {}, {}}};
+  WriteProject();
+  const ProgramRun run = Run({"info"});
+  EXPECT_EQ(run.exitStatus, 1);
+  EXPECT_EQ(run.out, "");
+  const std::vector<JsonValue> messages = Messages(run);
+  ASSERT_EQ(messages.size(), 1u);
+  const std::string text = messages[0]["text"].String();
+  const std::string start =
+      "Error: Division by zero: the project gives no \"BaseFrequency\" for the missing track "
+      "of slide 1\r\nin QuorvaneAudio.QuorvaneModOld.Main at line ";
+  EXPECT_EQ(text.substr(0, start.size()), start);
+  EXPECT_GT(text.size(), start.size());
+  EXPECT_EQ(text.find_first_not_of("0123456789", start.size()), std::string::npos) << text;
+  EXPECT_EQ(messages[0]["icon"].String(), "Critical");
+  ExpectSessionFolderGone();
+}
+
 TEST_F(BatchTool, TheProjectPathMayComeInQuotes) {
   WriteProject();
   const ProgramRun run = RunWords("\"" + Project() + "\"", {"samples", "1", "2"});
