@@ -190,6 +190,18 @@ TEST_F(ProjectFileLoadTest, AMissingSectionOrKeyTakesItsDefault) {
   EXPECT_TRUE(ui.messages.empty());
 }
 
+TEST_F(ProjectFileLoadTest, LongValuesAreReadWhole) {
+  const std::string track = std::string(56, 't') + ".wav";  // 60 characters
+  const std::string title(1999, 'x');
+  ProjectSpec spec;
+  spec.slides = {TrackSlide(track, PcmWave(1, 11025, 16, Ramp(20)))};
+  spec.slides[0].title = title;
+  LoadProject(spec);
+  EXPECT_EQ(Project().Slides[1].Track, track);
+  EXPECT_EQ(Project().Slides[1].Title, title);
+  EXPECT_EQ(Left(), Ramp(20));
+}
+
 TEST_F(ProjectFileLoadTest, MarkersOutsideTheirSlideAreIgnoredWithAMessage) {
   ProjectSpec spec;
   spec.slides = {
@@ -315,6 +327,23 @@ TEST_F(ProjectFileSaveTest, WritesASlideThatHadNoSectionWithoutATitle) {
   EXPECT_FALSE(std::filesystem::exists(Track("gap.wav")));
   EXPECT_FALSE(std::filesystem::exists(Track("Track3.mp3")));
   EXPECT_TRUE(ui.messages.empty()) << ::testing::PrintToString(Shown());
+}
+
+TEST_F(ProjectFileSaveTest, AWindowsProjectFileKeepsItsLineEnds) {
+  spec.crlf = true;
+  LoadProject(spec);
+  EXPECT_EQ(Project().Slides[2].Title, "Results, first half");
+  EXPECT_EQ(document.WavWaveINos, 66150 + 55125 + 27222);
+  EXPECT_EQ(Project().MarkerCount, 5);
+  ProjectFileSave(document);
+  const std::string text = ProjectText();
+  EXPECT_EQ(IniValue(text, "2", "AutoMarkerTimes"), "0.1,1.235");
+  size_t lineEnds = 0;
+  for (size_t at = text.find('\n'); at != std::string::npos; at = text.find('\n', at + 1)) {
+    ++lineEnds;
+    ASSERT_TRUE(at > 0 && text[at - 1] == '\r') << "a bare line feed at " << at;
+  }
+  EXPECT_GT(lineEnds, 20u);
 }
 
 TEST_F(ProjectFileSaveTest, RaisesTheHostFlagAndClearsTheChange) {

@@ -316,6 +316,8 @@ TEST_F(SessionLoading, Mp3TracksGoThroughLameBothWays) {
 
   ProjectSpec spec;
   spec.lameSettings = "--quiet -b 128";
+  // An encoder that is not there: the one on the PATH stays in use.
+  spec.lamePath = files.File("no such lame");
   spec.slides = {TrackSlide("voice.mp3", testing::ReadFileBytes(mp3), "", "0.5"),
                  TrackSlide("after.wav", PcmWave(1, 22050, 16, Ramp(100, 1)))};
   LoadProject(spec);

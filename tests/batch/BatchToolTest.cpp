@@ -303,6 +303,28 @@ TEST_F(BatchTool, UndoTakesBackOneCommandAtATime) {
   EXPECT_EQ(HostFlagText(), "");
 }
 
+TEST_F(BatchTool, SavingAnEmptiedDocumentDeletesTheTracksUndoBringsThemBack) {
+  WriteProject();
+  const ProgramRun emptied = Run({"delete", "1", "4005", "save", "info", "undo", "save"});
+  EXPECT_EQ(emptied.exitStatus, 0);
+  EXPECT_EQ(emptied.err, "");
+  const std::vector<JsonValue> printed = Printed(emptied);
+  ASSERT_EQ(printed.size(), 1u);
+  EXPECT_EQ(printed[0]["length"].Int(), 0);
+  EXPECT_EQ(printed[0]["markers"].Size(), 0u);
+  for (int n = 0; n < 3; ++n) {
+    EXPECT_EQ(printed[0]["slides"][static_cast<size_t>(n)]["start"].Int(), 1);
+  }
+  // The first save deleted both tracks; the audio they held came back with undo and was
+  // written again.
+  EXPECT_EQ(FileChannel(Track("one.wav"), 1), one);
+  EXPECT_EQ(FileChannel(Track("two.wav"), 1), twoLeft);
+  EXPECT_EQ(FileChannel(Track("two.wav"), 2), twoRight);
+  const std::string text = ProjectText();
+  EXPECT_EQ(IniValue(text, "1", "Duration"), "0.091");
+  EXPECT_EQ(IniValue(text, "2", "ClickMarkerTimes"), "0.04");
+}
+
 TEST_F(BatchTool, InsertSilenceRoundsToWholeSeconds) {
   WriteProject();
   for (const auto& [seconds, inserted] :

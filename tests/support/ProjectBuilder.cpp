@@ -61,7 +61,10 @@ std::string ProjectFileText(const ProjectSpec& spec) {
     Line(text, "ClickMarkerTimes", slide.clicks);
     Line(text, "AutoMarkerTimes", slide.autos);
   }
-  return text;
+  if (!spec.crlf) return text;
+  std::string crlf;
+  for (const char c : text) crlf += c == '\n' ? std::string("\r\n") : std::string(1, c);
+  return crlf;
 }
 
 std::string WriteProject(const std::string& path, const ProjectSpec& spec) {

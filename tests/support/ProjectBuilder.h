@@ -32,6 +32,7 @@ struct ProjectSpec {
   std::optional<std::string> lameSettings;
   std::optional<std::string> presentationName;
   std::vector<SlideSpec> slides;
+  bool crlf = false;  // lines end in CR LF, as a Windows host writes them
 };
 
 // The project file's text: section "Project", then sections "1", "2", ... of the slides.
