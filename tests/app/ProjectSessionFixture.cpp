@@ -63,42 +63,6 @@ std::vector<std::string> ProjectSessionTest::Shown() const {
   return shown;
 }
 
-std::vector<int16_t> FileChannel(const WavFile& wav, int channel) {
-  std::vector<int16_t> samples;
-  const size_t channels = wav.channels;
-  const size_t bytes = wav.bitsPerSample / 8U;
-  if (channels == 0 || bytes == 0) return samples;
-  const size_t frames = wav.data.size() / (channels * bytes);
-  for (size_t frame = 0; frame < frames; ++frame) {
-    const size_t at = (frame * channels + static_cast<size_t>(channel - 1)) * bytes;
-    const auto byte = [&](size_t k) { return static_cast<unsigned char>(wav.data[at + k]); };
-    if (bytes == 1) {
-      samples.push_back(static_cast<int16_t>(byte(0) - 128));
-    } else {
-      samples.push_back(static_cast<int16_t>(byte(0) | (byte(1) << 8)));
-    }
-  }
-  return samples;
-}
-
-std::vector<int16_t> EightBitPattern(size_t count, int seed) {
-  std::vector<int16_t> values(count);
-  for (size_t i = 0; i < count; ++i) {
-    values[i] = static_cast<int16_t>((static_cast<int>(i) * 37 + seed * 11) % 256 - 128);
-  }
-  return values;
-}
-
-std::vector<int16_t> Stretch(const std::vector<int16_t>& samples, int32_t from, int32_t to) {
-  return std::vector<int16_t>(samples.begin() + (from - 1), samples.begin() + to);
-}
-
-std::vector<int16_t> Joined(const std::vector<std::vector<int16_t>>& parts) {
-  std::vector<int16_t> joined;
-  for (const auto& part : parts) joined.insert(joined.end(), part.begin(), part.end());
-  return joined;
-}
-
 std::string Soxi(const std::string& option, const std::string& file) {
   const ProgramRun run = RunProgram("soxi", {option, file});
   if (run.exitStatus != 0) return "soxi failed: " + run.err;

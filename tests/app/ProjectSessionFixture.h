@@ -59,19 +59,6 @@ class ProjectSessionTest : public SessionTest {
   std::optional<std::string> previousConfigHome_;
 };
 
-// One channel of a WAV file's samples as the document holds them: 16-bit values, or
-// 8-bit bytes minus 128.
-std::vector<int16_t> FileChannel(const WavFile& wav, int channel);
-
-// `count` 8-bit sample values (-128..127) that change from one sample to the next.
-std::vector<int16_t> EightBitPattern(size_t count, int seed = 0);
-
-// The samples from..to (1-based, inclusive) of a channel.
-std::vector<int16_t> Stretch(const std::vector<int16_t>& samples, int32_t from, int32_t to);
-
-// Joins channels' stretches in order.
-std::vector<int16_t> Joined(const std::vector<std::vector<int16_t>>& parts);
-
 // What `soxi OPTION file` prints, without the line end.
 std::string Soxi(const std::string& option, const std::string& file);
 

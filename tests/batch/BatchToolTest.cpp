@@ -23,6 +23,7 @@ namespace quorvane {
 namespace {
 
 using testing::IniValue;
+using testing::Joined;
 using testing::JsonValue;
 using testing::ParseJson;
 using testing::PcmWave;
@@ -30,6 +31,7 @@ using testing::ProgramRun;
 using testing::ProjectSpec;
 using testing::Ramp;
 using testing::SlideSpec;
+using testing::Stretch;
 using testing::TrackSlide;
 
 constexpr char kUsageStart[] = "usage: quorvane-audio-batch PROJECT [COMMAND ...]\n";
@@ -38,22 +40,10 @@ std::vector<int64_t> Values(const std::vector<int16_t>& samples) {
   return std::vector<int64_t>(samples.begin(), samples.end());
 }
 
-std::vector<int16_t> Part(const std::vector<int16_t>& samples, size_t from, size_t to) {
-  return std::vector<int16_t>(samples.begin() + static_cast<std::ptrdiff_t>(from - 1),
-                              samples.begin() + static_cast<std::ptrdiff_t>(to));
-}
-
-std::vector<int16_t> Joined(const std::vector<std::vector<int16_t>>& parts) {
-  std::vector<int16_t> joined;
-  for (const auto& part : parts) joined.insert(joined.end(), part.begin(), part.end());
-  return joined;
-}
-
-// The samples of one channel of a 16-bit WAV file.
+// One channel of a WAV file.
 std::vector<int16_t> FileChannel(const std::string& path, int channel) {
   const auto wav = testing::ReadWavFile(path);
-  if (!wav || wav->channels == 0) return {};
-  return testing::Channel(wav->Samples(), wav->channels, channel - 1);
+  return wav ? testing::FileChannel(*wav, channel) : std::vector<int16_t>{};
 }
 
 class BatchTool : public ::testing::Test {
@@ -173,9 +163,10 @@ TEST_F(BatchTool, SamplesPrintsEachChannelOfTheRange) {
   ASSERT_EQ(printed.size(), 2u);
   EXPECT_EQ(printed[0].Keys(), (std::vector<std::string>{"left", "right"}));
   // The mono first slide is heard on both sides.
-  EXPECT_EQ(printed[0]["left"].Ints(), Values(Joined({Part(one, 998, 1000), Part(twoLeft, 1, 3)})));
+  EXPECT_EQ(printed[0]["left"].Ints(),
+            Values(Joined({Stretch(one, 998, 1000), Stretch(twoLeft, 1, 3)})));
   EXPECT_EQ(printed[0]["right"].Ints(),
-            Values(Joined({Part(one, 998, 1000), Part(twoRight, 1, 3)})));
+            Values(Joined({Stretch(one, 998, 1000), Stretch(twoRight, 1, 3)})));
   EXPECT_EQ(run.out.substr(run.out.find('\n') + 1), "{\"left\":[0],\"right\":[0]}\n");
 
   // A mono document has only a left channel.
@@ -222,9 +213,9 @@ TEST_F(BatchTool, EditsAndSaveChangeTheTracksAndTheProjectFile) {
   EXPECT_EQ(deleted["markers"][2]["position"].Int(), 1242);
 
   EXPECT_EQ(printed[1]["left"].Ints(),
-            Values(Joined({Part(one, 899, 900), Part(twoLeft, 101, 102)})));
+            Values(Joined({Stretch(one, 899, 900), Stretch(twoLeft, 101, 102)})));
   EXPECT_EQ(printed[1]["right"].Ints(),
-            Values(Joined({Part(one, 899, 900), Part(twoRight, 101, 102)})));
+            Values(Joined({Stretch(one, 899, 900), Stretch(twoRight, 101, 102)})));
 
   const JsonValue& inserted = printed[2];
   EXPECT_EQ(inserted["length"].Int(), 3805 + 11025);
@@ -238,11 +229,11 @@ TEST_F(BatchTool, EditsAndSaveChangeTheTracksAndTheProjectFile) {
   EXPECT_EQ(saved["undo"].String(), "Undo [Insert Silence]");
 
   // The tracks, cut at the slides' new boundaries, all stereo now.
-  EXPECT_EQ(FileChannel(Track("one.wav"), 1), Part(one, 1, 900));
-  EXPECT_EQ(FileChannel(Track("one.wav"), 2), Part(one, 1, 900));
+  EXPECT_EQ(FileChannel(Track("one.wav"), 1), Stretch(one, 1, 900));
+  EXPECT_EQ(FileChannel(Track("one.wav"), 2), Stretch(one, 1, 900));
   const std::vector<int16_t> silence(11025, 0);
-  EXPECT_EQ(FileChannel(Track("two.wav"), 1), Joined({silence, Part(twoLeft, 101, 800)}));
-  EXPECT_EQ(FileChannel(Track("two.wav"), 2), Joined({silence, Part(twoRight, 101, 800)}));
+  EXPECT_EQ(FileChannel(Track("two.wav"), 1), Joined({silence, Stretch(twoLeft, 101, 800)}));
+  EXPECT_EQ(FileChannel(Track("two.wav"), 2), Joined({silence, Stretch(twoRight, 101, 800)}));
   EXPECT_FALSE(std::filesystem::exists(Track("gap.wav")));
   const std::string text = ProjectText();
   EXPECT_EQ(IniValue(text, "1", "Duration"), "0.082");
