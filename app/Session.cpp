@@ -13,6 +13,7 @@
 #include "core/ProjectTables.h"
 #include "formats/OpenSaveClass.h"
 #include "storage/BlockCarrBuffClass.h"
+#include "storage/BlockList.h"
 #include "storage/FileMemoClass.h"
 
 namespace quorvane {
@@ -228,6 +229,10 @@ void SaveSlideAudio(FileMemoClass& document, int32_t n) {
   const int32_t first = slide.Start;
   const int32_t last = SlideEndPosition(n, document.WavWaveINos) - 1;
   if (last - first + 1 < 3 || StretchIsSilent(document, first, last)) {
+    // Audio the document or its undo history still reads from this file in place (the
+    // slide's own audio before it was deleted, say) moves into the storage engine's keeping
+    // first, so that it outlives the file.
+    ReleaseOriginalFileByName(file);
     DeleteFileIfExists(file);
     return;
   }

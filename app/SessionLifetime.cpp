@@ -19,7 +19,8 @@ bool g_loopOn = false;
 
 bool LoopOn() { return g_loopOn; }
 
-std::unique_ptr<FileMemoClass> PrepareSession(const std::string& commandLine) {
+std::unique_ptr<FileMemoClass> PrepareSession(const std::string& commandLine,
+                                              std::string* failure) {
   Trace("Main: Command line is " + commandLine);
   try {
     std::string path = Trim(commandLine);
@@ -47,6 +48,10 @@ std::unique_ptr<FileMemoClass> PrepareSession(const std::string& commandLine) {
     return document;
   } catch (const std::exception& error) {
     TraceError(error, "QuorvaneModOld", "Main");
+    if (failure) {
+      *failure =
+          TraceErrorText(ErrorDescription(error), "QuorvaneModOld", "Main", ErrorLine(error));
+    }
     std::unique_ptr<FileMemoClass> none;
     EndSession(none);
     return nullptr;

@@ -13,8 +13,11 @@ class FileMemoClass;
 // Program and temporary folders, the settings written for other programs, the session
 // folder, the memory budget, the document and the session from the project file named
 // by the command line. Nothing (after the project file's message) when the session could
-// not be loaded.
-std::unique_ptr<FileMemoClass> PrepareSession(const std::string& commandLine);
+// not be loaded. A run-time error on the way is only traced, as the editor's start-up
+// shows no message for it; `failure`, when given, receives the same text for a front end
+// that has to say why it stops.
+std::unique_ptr<FileMemoClass> PrepareSession(const std::string& commandLine,
+                                              std::string* failure = nullptr);
 
 // Releases the document and every file the storage engine holds, writes the last folder
 // used for audio files (when there is one) and removes the session folder.

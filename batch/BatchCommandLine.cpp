@@ -64,7 +64,8 @@ std::string BatchUsage() {
          "  info                     the document, slides and markers as one JSON line\n"
          "  samples FROM TO          sample values FROM..TO (at most 1000000) as JSON\n"
          "  delete FROM TO           delete that range, as the Delete command does\n"
-         "  insert-silence AT SECONDS  insert SECONDS (rounded, at least 1) of silence at AT\n"
+         "  insert-silence AT SECONDS  insert SECONDS (rounded, at least 1) of silence\n"
+         "                           before sample AT\n"
          "  undo                     undo the last operation\n"
          "  save                     save the slides and the project file\n"
          "positions count samples from 1\n";

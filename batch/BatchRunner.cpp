@@ -5,6 +5,7 @@
 #include "app/ProjectFile.h"
 #include "app/SessionLifetime.h"
 #include "batch/BatchOutput.h"
+#include "core/Interaction.h"
 #include "editing/EditCommands.h"
 #include "storage/DocumentWindow.h"
 #include "storage/EditorState.h"
@@ -27,12 +28,17 @@ class UndoCaption : public DocumentWindow {
   std::string caption_ = "Undo [Nothing]";
 };
 
+// Positions past the end name no audio: samples there would print as silence that is not
+// in the document.
 bool InsideDocument(const BatchCommand& command, const FileMemoClass& document) {
   switch (command.kind) {
+    case BatchCommand::Kind::Samples:
     case BatchCommand::Kind::Delete:
       return command.to <= document.WavWaveINos;
     case BatchCommand::Kind::InsertSilence:
-      return command.from <= document.WavWaveINos + 1;
+      // Silence goes in before a sample of the document. Before the position after the last
+      // one it would lie beyond the last slide's end, and saving would drop it.
+      return command.from <= document.WavWaveINos;
     default:
       return true;
   }
@@ -48,8 +54,12 @@ void Select(int32_t from, int32_t to) {
 int RunBatchScript(const BatchScript& script, std::ostream& out, std::ostream& errors) {
   UndoCaption undoMenu;
   SetDocumentWindow(&undoMenu);
-  std::unique_ptr<FileMemoClass> document = PrepareSession(script.project);
+  std::string failure;
+  std::unique_ptr<FileMemoClass> document = PrepareSession(script.project, &failure);
   if (!document) {
+    // The editor only traces an error that stops its start-up; a caller of the batch tool
+    // is told on standard error, as for every other reason the project did not load.
+    if (!failure.empty()) UserInterface().Message(failure, MessageIcon::Critical);
     SetDocumentWindow(nullptr);
     return 1;
   }
@@ -75,7 +85,12 @@ int RunBatchScript(const BatchScript& script, std::ostream& out, std::ostream& e
         break;
       case BatchCommand::Kind::InsertSilence:
         Select(command.from, command.from);
-        InsertSilenceSeconds(*document, command.seconds);
+        if (!InsertSilenceSeconds(*document, command.seconds)) {
+          errors << "quorvane-audio-batch: " << command.seconds
+                 << " seconds of silence do not fit in the document\n"
+                 << BatchUsage();
+          status = 2;
+        }
         break;
       case BatchCommand::Kind::Undo:
         EditUndo(*document);
@@ -85,6 +100,7 @@ int RunBatchScript(const BatchScript& script, std::ostream& out, std::ostream& e
         break;
     }
     out.flush();
+    if (status != 0) break;
   }
   EndSession(document);
   SetDocumentWindow(nullptr);

@@ -10,7 +10,8 @@
 namespace quorvane {
 
 // Exit status: 0 when every command ran, 1 when the project could not be loaded, 2 when a
-// command names positions outside the document (after the usage text on `errors`).
+// command names positions outside the document or more silence than the document can
+// hold (after the usage text on `errors`; the commands after it do not run).
 int RunBatchScript(const BatchScript& script, std::ostream& out, std::ostream& errors);
 
 }  // namespace quorvane

@@ -1,5 +1,7 @@
 #include "editing/EditCommands.h"
 
+#include <limits>
+
 #include "core/Interaction.h"
 #include "core/Numbers.h"
 #include "core/ProjectTables.h"
@@ -46,8 +48,13 @@ bool InsertSilenceSeconds(FileMemoClass& document, const std::string& answer) {
   }
   const int32_t seconds = RoundHalfEven(LeadingNumber(answer));
   if (seconds < 1) return false;
-  SettingPut("", "SilceDur", answer);
+  // Sample positions are 32-bit, the position after the last sample included: a silence
+  // the document cannot hold is refused like one that is too short, rather than wrapping
+  // round to a length that means nothing.
   const int64_t count = static_cast<int64_t>(document.WavFmtFreq) * seconds;
+  const int64_t room = std::numeric_limits<int32_t>::max() - 1 - int64_t{document.WavWaveINos};
+  if (count > room) return false;
+  SettingPut("", "SilceDur", answer);
   BlockCarrBuffClass left;
   BlockCarrBuffClass right;
   if (channels == 0 || channels == 1) left.ReDimSize(static_cast<int32_t>(count));

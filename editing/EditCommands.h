@@ -18,7 +18,8 @@ void EditDelete(FileMemoClass& document);
 void InsertSilence(FileMemoClass& document);
 
 // Inserts the answer's seconds, rounded to whole seconds, of silence at the selection's
-// start. False (and nothing inserted) when the rounded answer is below 1.
+// start. False (and nothing inserted) when the rounded answer is below 1, or when the
+// document would grow beyond the largest sample position.
 bool InsertSilenceSeconds(FileMemoClass& document, const std::string& answer);
 
 // Undoes the last user operation and puts the markers back in position order.

@@ -91,6 +91,24 @@ std::vector<int16_t> WavFile::Samples() const {
   return samples;
 }
 
+std::vector<int16_t> FileChannel(const WavFile& wav, int channel) {
+  std::vector<int16_t> samples;
+  const size_t channels = wav.channels;
+  const size_t bytes = wav.bitsPerSample / 8U;
+  if (channels == 0 || bytes == 0) return samples;
+  const size_t frames = wav.data.size() / (channels * bytes);
+  for (size_t frame = 0; frame < frames; ++frame) {
+    const size_t at = (frame * channels + static_cast<size_t>(channel - 1)) * bytes;
+    const auto byte = [&](size_t k) { return static_cast<unsigned char>(wav.data[at + k]); };
+    if (bytes == 1) {
+      samples.push_back(static_cast<int16_t>(byte(0) - 128));
+    } else {
+      samples.push_back(static_cast<int16_t>(byte(0) | (byte(1) << 8)));
+    }
+  }
+  return samples;
+}
+
 std::optional<WavFile> ReadWavFile(const std::string& path) {
   const std::string bytes = ReadFileBytes(path);
   if (bytes.size() < 12 || bytes.compare(0, 4, "RIFF") != 0 || bytes.compare(8, 4, "WAVE") != 0) {

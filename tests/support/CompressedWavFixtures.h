@@ -53,6 +53,10 @@ std::optional<WavFile> ReadWavFile(const std::string& path);
 // none. Throws when the file has no `fact` chunk.
 void PatchFactChunk(const std::string& path, std::optional<uint32_t> frames);
 
+// One channel (1 left, 2 right) of a WAV file's samples as the document holds them:
+// 16-bit values, or 8-bit bytes minus 128.
+std::vector<int16_t> FileChannel(const WavFile& wav, int channel);
+
 // One channel of interleaved samples.
 std::vector<int16_t> Channel(const std::vector<int16_t>& interleaved, int channels, int channel);
 

@@ -1,6 +1,17 @@
 #include "tests/support/RecordingInteraction.h"
 
+#include "core/ErrorReport.h"
+
 namespace quorvane::testing {
+
+void RecordingProgress::SetIsVisible(bool visible) {
+  if (visible && failWhenShownInColor == color) {
+    failWhenShownInColor.reset();
+    ThrowError(kErrorOutOfMemory, "Out of memory");
+  }
+  shown = visible;
+  if (visible) ++timesShown;
+}
 
 RecordingInteraction::RecordingInteraction() { SetUserInterface(this); }
 

@@ -2,6 +2,7 @@
 // answers from a script (default answers once the script runs out).
 #pragma once
 
+#include <cstdint>
 #include <deque>
 #include <optional>
 #include <string>
@@ -20,11 +21,12 @@ class RecordingProgress : public ProgressDisplay {
     values.push_back(value);
   }
   float CurrentProgress() const override { return progress; }
-  void SetIsVisible(bool visible) override {
-    shown = visible;
-    if (visible) ++timesShown;
-  }
+  void SetIsVisible(bool visible) override;
   bool IsVisible() const override { return shown; }
+
+  // The one way tests reach the error handlers of long operations: the display fails once,
+  // with the run-time error "Out of memory", when it is next shown in this bar colour.
+  std::optional<uint32_t> failWhenShownInColor;
 
   uint32_t color = 0;
   float progress = 0.0F;

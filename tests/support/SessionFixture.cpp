@@ -62,4 +62,22 @@ std::vector<int16_t> Ramp(size_t count, int first, int step) {
   return values;
 }
 
+std::vector<int16_t> EightBitPattern(size_t count, int seed) {
+  std::vector<int16_t> values(count);
+  for (size_t i = 0; i < count; ++i) {
+    values[i] = static_cast<int16_t>((static_cast<int>(i) * 37 + seed * 11) % 256 - 128);
+  }
+  return values;
+}
+
+std::vector<int16_t> Stretch(const std::vector<int16_t>& samples, int32_t from, int32_t to) {
+  return std::vector<int16_t>(samples.begin() + (from - 1), samples.begin() + to);
+}
+
+std::vector<int16_t> Joined(const std::vector<std::vector<int16_t>>& parts) {
+  std::vector<int16_t> joined;
+  for (const auto& part : parts) joined.insert(joined.end(), part.begin(), part.end());
+  return joined;
+}
+
 }  // namespace quorvane::testing

@@ -57,4 +57,13 @@ std::vector<int16_t> Interleave(const std::vector<int16_t>& left,
 // A ramp of `count` values starting at `first`, stepping by `step`, wrapping in 16 bits.
 std::vector<int16_t> Ramp(size_t count, int first = 0, int step = 1);
 
+// `count` 8-bit sample values (-128..127) that change from one sample to the next.
+std::vector<int16_t> EightBitPattern(size_t count, int seed = 0);
+
+// The samples from..to (1-based, inclusive) of a channel.
+std::vector<int16_t> Stretch(const std::vector<int16_t>& samples, int32_t from, int32_t to);
+
+// Stretches of samples one after another.
+std::vector<int16_t> Joined(const std::vector<std::vector<int16_t>>& parts);
+
 }  // namespace quorvane::testing

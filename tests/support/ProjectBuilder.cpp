@@ -1,0 +1,132 @@
+#include "tests/support/ProjectBuilder.h"
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+namespace quorvane::testing {
+
+namespace {
+
+void Line(std::string& text, const char* key, const std::optional<std::string>& value) {
+  if (value) text += std::string(key) + "=" + *value + "\n";
+}
+
+void WriteBytes(const std::string& path, const std::string& bytes) {
+  std::ofstream out(path, std::ios::binary | std::ios::trunc);
+  out << bytes;
+  if (!out.flush()) throw std::runtime_error("cannot write " + path);
+}
+
+std::string WithoutLineEnd(std::string line) {
+  while (!line.empty() && (line.back() == '\r' || line.back() == '\n')) line.pop_back();
+  return line;
+}
+
+std::string Trimmed(const std::string& text) {
+  const size_t first = text.find_first_not_of(" \t");
+  if (first == std::string::npos) return "";
+  const size_t last = text.find_last_not_of(" \t");
+  return text.substr(first, last - first + 1);
+}
+
+// The section name of a header line "[name]", or nothing.
+std::optional<std::string> HeaderName(const std::string& line) {
+  const std::string trimmed = Trimmed(line);
+  if (trimmed.size() < 2 || trimmed.front() != '[' || trimmed.back() != ']') return std::nullopt;
+  return trimmed.substr(1, trimmed.size() - 2);
+}
+
+}  // namespace
+
+std::string ProjectFileText(const ProjectSpec& spec) {
+  std::string text = "[Project]\n";
+  Line(text, "PresentationName", spec.presentationName);
+  Line(text, "TargetFolder", spec.targetFolder);
+  if (spec.writeSlideCount) {
+    Line(text, "SlideCount",
+         spec.slideCount ? spec.slideCount : std::to_string(spec.slides.size()));
+  }
+  Line(text, "BaseFrequency", spec.baseFrequency);
+  Line(text, "BaseBits", spec.baseBits);
+  Line(text, "LamePath", spec.lamePath);
+  Line(text, "LameSettings", spec.lameSettings);
+  for (size_t n = 1; n <= spec.slides.size(); ++n) {
+    const SlideSpec& slide = spec.slides[n - 1];
+    text += "\n[" + std::to_string(n) + "]\n";
+    Line(text, "SlideTitle", slide.title);
+    Line(text, "SlideTrack", slide.track);
+    Line(text, "Duration", slide.duration);
+    Line(text, "ClickMarkerTimes", slide.clicks);
+    Line(text, "AutoMarkerTimes", slide.autos);
+  }
+  if (!spec.crlf) return text;
+  std::string crlf;
+  for (const char c : text) crlf += c == '\n' ? std::string("\r\n") : std::string(1, c);
+  return crlf;
+}
+
+std::string WriteProject(const std::string& path, const ProjectSpec& spec) {
+  for (const SlideSpec& slide : spec.slides) {
+    if (!slide.audio) continue;
+    if (!spec.targetFolder || !slide.track) {
+      throw std::logic_error("a slide with audio needs a target folder and a track name");
+    }
+    const std::string folder = Trimmed(*spec.targetFolder);
+    std::filesystem::create_directories(folder);
+    WriteBytes(folder + "/" + Trimmed(*slide.track), *slide.audio);
+  }
+  WriteBytes(path, ProjectFileText(spec));
+  return path;
+}
+
+SlideSpec TrackSlide(const std::string& track, const std::string& audio,
+                     const std::string& duration, std::optional<std::string> clicks,
+                     std::optional<std::string> autos) {
+  SlideSpec slide;
+  slide.title = track + " title";
+  slide.track = track;
+  if (!duration.empty()) slide.duration = duration;
+  slide.clicks = std::move(clicks);
+  slide.autos = std::move(autos);
+  slide.audio = audio;
+  return slide;
+}
+
+std::vector<std::string> SectionLines(const std::string& text, const std::string& section) {
+  std::vector<std::string> lines;
+  std::istringstream in(text);
+  bool inside = false;
+  for (std::string line; std::getline(in, line);) {
+    line = WithoutLineEnd(line);
+    if (const auto name = HeaderName(line)) {
+      inside = *name == section;
+      continue;
+    }
+    if (inside) lines.push_back(line);
+  }
+  return lines;
+}
+
+std::vector<std::string> SectionKeys(const std::string& text, const std::string& section) {
+  std::vector<std::string> keys;
+  for (const std::string& line : SectionLines(text, section)) {
+    const size_t equals = line.find('=');
+    if (equals != std::string::npos) keys.push_back(Trimmed(line.substr(0, equals)));
+  }
+  return keys;
+}
+
+std::optional<std::string> IniValue(const std::string& text, const std::string& section,
+                                    const std::string& key) {
+  for (const std::string& line : SectionLines(text, section)) {
+    const size_t equals = line.find('=');
+    if (equals != std::string::npos && Trimmed(line.substr(0, equals)) == key) {
+      return Trimmed(line.substr(equals + 1));
+    }
+  }
+  return std::nullopt;
+}
+
+}  // namespace quorvane::testing
