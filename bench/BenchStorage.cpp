@@ -24,11 +24,11 @@
 #include "core/Environment.h"
 #include "core/MemoryBudget.h"
 #include "core/ProjectTables.h"
+#include "platform/FileHandle.h"
 #include "platform/MemoryStatus.h"
 #include "storage/BlockCarrBuffClass.h"
 #include "storage/BlockList.h"
 #include "storage/EditorState.h"
-#include "platform/FileHandle.h"
 #include "storage/FileMemoClass.h"
 
 namespace quorvane {

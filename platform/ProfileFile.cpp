@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <optional>
 #include <string_view>
 #include <vector>
@@ -38,9 +38,18 @@ struct ParsedFile {
 };
 
 std::optional<std::string> ReadWhole(const std::string& file) {
+  // A folder or a device of that name is no profile file.
+  std::error_code error;
+  if (!std::filesystem::is_regular_file(file, error)) return std::nullopt;
   std::ifstream in(file, std::ios::binary);
   if (!in) return std::nullopt;
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+  std::string content;
+  char buffer[8192];
+  while (in.read(buffer, sizeof buffer) || in.gcount() > 0) {
+    content.append(buffer, static_cast<size_t>(in.gcount()));
+  }
+  if (in.bad()) return std::nullopt;
+  return content;
 }
 
 ParsedFile Parse(const std::string& content) {

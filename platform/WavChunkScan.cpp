@@ -58,7 +58,8 @@ WavChunkLayout ScanWavChunks(const std::string& path) {
   layout.fileSize = static_cast<uint64_t>(status.st_size);
   const std::string notWav = "The file is not a WAV file: " + path;
   std::array<uint8_t, 12> riff{};
-  if (ReadAt(file.Descriptor(), riff.data(), riff.size(), 0) < riff.size()) throw DecodeFailure(notWav);
+  if (ReadAt(file.Descriptor(), riff.data(), riff.size(), 0) < riff.size())
+    throw DecodeFailure(notWav);
   if (std::memcmp(riff.data(), "RIFF", 4) != 0 || std::memcmp(riff.data() + 8, "WAVE", 4) != 0) {
     throw DecodeFailure(notWav);
   }

@@ -306,7 +306,7 @@ TEST_F(SessionLoading, AStereoSlideMakesTheWholeDocumentStereo) {
 
 TEST_F(SessionLoading, Mp3TracksGoThroughLameBothWays) {
   const std::string tone = files.File("tone.wav");
-  testing::WritePcm16Wav(tone, testing::SineChannels(22050, 22050, {440.0}, 0.5), 1, 22050);
+  testing::WritePcm16Wav(tone, testing::TestSignal(1, 22050, 22050), 1, 22050);
   const std::string mp3 = files.File("voice.mp3");
   ASSERT_EQ(RunProgram("lame", {"--quiet", "-b", "128", tone, mp3}).exitStatus, 0);
   // What lame's own decoder makes of the file is what the session must hold.

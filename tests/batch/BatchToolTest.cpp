@@ -495,7 +495,7 @@ TEST_F(BatchTool, AFailedSaveIsReportedAndTheRunStillEndsWell) {
 TEST_F(BatchTool, StandardErrorCarriesNoEncoderOutput) {
   // lame without --quiet talks on its standard error when it decodes and encodes.
   const std::string wave = folder.File("tone.wav");
-  testing::WritePcm16Wav(wave, testing::SineChannels(11025, 5000, {440.0}, 0.5), 1, 11025);
+  testing::WritePcm16Wav(wave, testing::TestSignal(1, 11025, 5000), 1, 11025);
   const std::string mp3 = folder.File("tone.mp3");
   const ProgramRun encoded = testing::RunProgram("lame", {"-b", "64", wave, mp3});
   ASSERT_EQ(encoded.exitStatus, 0);

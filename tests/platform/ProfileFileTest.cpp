@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "tests/support/TempFolder.h"
 
 namespace quorvane {
@@ -116,6 +118,13 @@ TEST(ProfileFileWrite, KeepsCrLfEndingsAndCreatesMissingFiles) {
   EXPECT_EQ(folder.Read("n.ini"), "[A]\nx=5\n");
 
   EXPECT_FALSE(WriteProfileString(folder.File("no/such/folder.ini"), "A", "x", "1"));
+}
+
+TEST(ProfileFile, AFolderOfThatNameIsNoFile) {
+  testing::TempFolder folder;
+  std::filesystem::create_directory(folder.File("project.ini"));
+  EXPECT_EQ(Get(folder.File("project.ini"), "Project", "SlideCount"), "<default>");
+  EXPECT_FALSE(WriteProfileString(folder.File("project.ini"), "Project", "SlideCount", "2"));
 }
 
 TEST(ProfileFileWrite, LongValuesAndForeignBytesSurviveARoundTrip) {
