@@ -23,12 +23,12 @@ namespace {
 
 using testing::IniValue;
 using testing::PcmWave;
-using testing::ProjectSpec;
+using testing::ProjectPlan;
 using testing::Ramp;
 using testing::ReadFileBytes;
 using testing::SectionKeys;
 using testing::SectionLines;
-using testing::SlideSpec;
+using testing::SlidePlan;
 using testing::TrackSlide;
 
 constexpr char kTitle[] = "Timeline Audio Editor";
@@ -92,10 +92,10 @@ TEST_F(ProjectFileLoadTest, RefusesToStartWithoutAProjectFile) {
 
 TEST_F(ProjectFileLoadTest, QuotesAroundTheCommandLineAreRemovedInPlace) {
   std::filesystem::create_directories(files.File("my talk"));
-  ProjectSpec spec;
-  spec.targetFolder = Tracks();
-  spec.slides = {TrackSlide("a.wav", PcmWave(1, 11025, 16, Ramp(100)))};
-  const std::string path = testing::WriteProject(files.File("my talk/project.ini"), spec);
+  ProjectPlan plan;
+  plan.targetFolder = Tracks();
+  plan.slides = {TrackSlide("a.wav", PcmWave(1, 11025, 16, Ramp(100)))};
+  const std::string path = testing::WriteProject(files.File("my talk/project.ini"), plan);
   for (const std::string& quoted : {"\"" + path + "\"", "\"" + path, path + "\""}) {
     SCOPED_TRACE(quoted);
     std::string commandLine = quoted;
@@ -116,10 +116,10 @@ TEST_F(ProjectFileLoadTest, TheTargetFolderMustExist) {
         std::optional<std::string>{files.File("a file")}}) {
     SCOPED_TRACE(folder.value_or("(no key)"));
     ui.messages.clear();
-    ProjectSpec spec;
-    spec.targetFolder = folder;
-    spec.slides = {SlideSpec{}};
-    EXPECT_FALSE(Load(testing::WriteProject(files.File("project.ini"), spec)));
+    ProjectPlan plan;
+    plan.targetFolder = folder;
+    plan.slides = {SlidePlan{}};
+    EXPECT_FALSE(Load(testing::WriteProject(files.File("project.ini"), plan)));
     ASSERT_EQ(ui.messages.size(), 1u);
     EXPECT_EQ(ui.messages[0].text, "Target folder is not found");
     EXPECT_EQ(ui.messages[0].caption, kTitle);
@@ -128,11 +128,11 @@ TEST_F(ProjectFileLoadTest, TheTargetFolderMustExist) {
 
   // Blanks around the name go; a closing separator is added once.
   for (const std::string& folder : {"  " + Tracks() + "  ", Tracks() + "/"}) {
-    ProjectSpec spec;
-    spec.targetFolder = folder;
-    spec.baseFrequency = "11025";
-    spec.slides = {TrackSlide("a.wav", PcmWave(1, 11025, 16, Ramp(10)))};
-    ASSERT_TRUE(Load(testing::WriteProject(files.File("project.ini"), spec)));
+    ProjectPlan plan;
+    plan.targetFolder = folder;
+    plan.baseFrequency = "11025";
+    plan.slides = {TrackSlide("a.wav", PcmWave(1, 11025, 16, Ramp(10)))};
+    ASSERT_TRUE(Load(testing::WriteProject(files.File("project.ini"), plan)));
     EXPECT_EQ(Project().TargetFolder, Tracks() + "/");
     EXPECT_EQ(Left(), Ramp(10));
   }
@@ -146,13 +146,13 @@ TEST_F(ProjectFileLoadTest, ASlideCountBelowOneOrMissingGivesOneSlide) {
   for (const Case& count : {Case{"0", 1}, Case{"-2", 1}, Case{"abc", 1}, Case{{}, 1},
                             Case{"2.5", 2}, Case{"1.5", 2}, Case{"3 slides", 3}}) {
     SCOPED_TRACE(count.slideCount.value_or("(no key)"));
-    ProjectSpec spec;
-    spec.slideCount = count.slideCount;
-    spec.writeSlideCount = count.slideCount.has_value();
-    spec.slides = {TrackSlide("one.wav", PcmWave(1, 11025, 16, Ramp(300, 1))),
+    ProjectPlan plan;
+    plan.slideCount = count.slideCount;
+    plan.writeSlideCount = count.slideCount.has_value();
+    plan.slides = {TrackSlide("one.wav", PcmWave(1, 11025, 16, Ramp(300, 1))),
                    TrackSlide("two.wav", PcmWave(1, 11025, 16, Ramp(200, 5000))),
                    TrackSlide("three.wav", PcmWave(1, 11025, 16, Ramp(100, -5000)))};
-    LoadProject(spec);
+    LoadProject(plan);
     EXPECT_EQ(Project().SlideCount, count.slides);
     EXPECT_EQ(Project().SlideEntryCount, count.slides + 1);
     const std::vector<int32_t> allStarts = {1, 301, 501, 601};
@@ -165,16 +165,16 @@ TEST_F(ProjectFileLoadTest, ASlideCountBelowOneOrMissingGivesOneSlide) {
 }
 
 TEST_F(ProjectFileLoadTest, AMissingSectionOrKeyTakesItsDefault) {
-  ProjectSpec spec;
-  spec.slideCount = "3";
-  spec.baseFrequency = "11025";
+  ProjectPlan plan;
+  plan.slideCount = "3";
+  plan.baseFrequency = "11025";
   // Slide 1 has no title and empty marker lists, slide 2 a "*" list, slide 3 no section.
-  SlideSpec first = TrackSlide("one.wav", PcmWave(1, 11025, 16, Ramp(400)), "", "", "");
+  SlidePlan first = TrackSlide("one.wav", PcmWave(1, 11025, 16, Ramp(400)), "", "", "");
   first.title.reset();
-  SlideSpec second = TrackSlide("two.wav", PcmWave(1, 11025, 16, Ramp(100)), "", "*");
+  SlidePlan second = TrackSlide("two.wav", PcmWave(1, 11025, 16, Ramp(100)), "", "*");
   second.track = "  two.wav  ";
-  spec.slides = {first, second};
-  LoadProject(spec);
+  plan.slides = {first, second};
+  LoadProject(plan);
 
   ASSERT_EQ(Project().SlideCount, 3);
   EXPECT_EQ(Project().Slides[1].Title, "Title1");
@@ -193,25 +193,25 @@ TEST_F(ProjectFileLoadTest, AMissingSectionOrKeyTakesItsDefault) {
 TEST_F(ProjectFileLoadTest, LongValuesAreReadWhole) {
   const std::string track = std::string(56, 't') + ".wav";  // 60 characters
   const std::string title(1999, 'x');
-  ProjectSpec spec;
-  spec.slides = {TrackSlide(track, PcmWave(1, 11025, 16, Ramp(20)))};
-  spec.slides[0].title = title;
-  LoadProject(spec);
+  ProjectPlan plan;
+  plan.slides = {TrackSlide(track, PcmWave(1, 11025, 16, Ramp(20)))};
+  plan.slides[0].title = title;
+  LoadProject(plan);
   EXPECT_EQ(Project().Slides[1].Track, track);
   EXPECT_EQ(Project().Slides[1].Title, title);
   EXPECT_EQ(Left(), Ramp(20));
 }
 
 TEST_F(ProjectFileLoadTest, MarkersOutsideTheirSlideAreIgnoredWithAMessage) {
-  ProjectSpec spec;
-  spec.slides = {
+  ProjectPlan plan;
+  plan.slides = {
       TrackSlide("intro.wav", PcmWave(1, 22050, 16, Ramp(22050)), "", "0.5, 1.5,-0.1,1.0",
                  "0.25,abc"),
       TrackSlide("results.wav", PcmWave(1, 22050, 16, Ramp(11025)), "", "0", "1.5,0.25"),
   };
-  spec.slides[0].title = "Intro";
-  spec.slides[1].title = "Results";
-  LoadProject(spec);
+  plan.slides[0].title = "Intro";
+  plan.slides[1].title = "Results";
+  LoadProject(plan);
 
   const std::string ignored = "A marker is out of the slide duration that is ignored\r\n";
   ASSERT_EQ(ui.messages.size(), 3u);
@@ -242,33 +242,33 @@ class ProjectFileSaveTest : public testing::ProjectSessionTest {
  protected:
   ProjectFileSaveTest()
       : one(Ramp(66150, 0, 1)), two(Ramp(55125, 1000, 3)), three(Ramp(27222, -5000, 7)) {
-    spec.presentationName = " Quarterly review";
-    spec.slideCount = "3 slides";
-    spec.baseFrequency = "22050";
-    spec.baseBits = "16";
-    spec.lameSettings = "--quiet";
-    spec.targetFolder = Tracks();
-    spec.slides = {
+    plan.presentationName = " Quarterly review";
+    plan.slideCount = "3 slides";
+    plan.baseFrequency = "22050";
+    plan.baseBits = "16";
+    plan.lameSettings = "--quiet";
+    plan.targetFolder = Tracks();
+    plan.slides = {
         TrackSlide("one.wav", PcmWave(1, 22050, 16, one), "3", "0.5,2.0004"),
         TrackSlide("two.wav", PcmWave(1, 22050, 16, two), "2.5", std::nullopt, "1.23456,0.1"),
         TrackSlide("three.wav", PcmWave(1, 22050, 16, three), "", "1.0"),
     };
-    spec.slides[1].title = "  Results, first half ";
-    spec.slides[2].title.reset();
+    plan.slides[1].title = "  Results, first half ";
+    plan.slides[2].title.reset();
   }
 
   std::string TrackBytes(int n) const {
-    return ReadFileBytes(Track(*spec.slides[static_cast<size_t>(n - 1)].track));
+    return ReadFileBytes(Track(*plan.slides[static_cast<size_t>(n - 1)].track));
   }
 
   std::vector<int16_t> one;
   std::vector<int16_t> two;
   std::vector<int16_t> three;
-  ProjectSpec spec;
+  ProjectPlan plan;
 };
 
 TEST_F(ProjectFileSaveTest, WritesDurationsAndMarkerTimesOfEverySlide) {
-  LoadProject(spec);
+  LoadProject(plan);
   ProjectFileSave(document);
   const std::string text = ProjectText();
   EXPECT_EQ(IniValue(text, "1", "SlideTrack"), "one.wav");
@@ -291,7 +291,7 @@ TEST_F(ProjectFileSaveTest, WritesDurationsAndMarkerTimesOfEverySlide) {
 }
 
 TEST_F(ProjectFileSaveTest, NeverWritesTheProjectSectionOrTheTitles) {
-  LoadProject(spec);
+  LoadProject(plan);
   const std::string before = ProjectText();
   ProjectFileSave(document);
   const std::string after = ProjectText();
@@ -305,12 +305,12 @@ TEST_F(ProjectFileSaveTest, NeverWritesTheProjectSectionOrTheTitles) {
 }
 
 TEST_F(ProjectFileSaveTest, WritesASlideThatHadNoSectionWithoutATitle) {
-  spec.slideCount = "4";
-  spec.slides.pop_back();
-  spec.slides.pop_back();
+  plan.slideCount = "4";
+  plan.slides.pop_back();
+  plan.slides.pop_back();
   // Slide 2 is a missing track; 3 and 4 have no section at all.
-  spec.slides.push_back(SlideSpec{"Gap", "gap.wav", "0.5", {}, {}, {}});
-  LoadProject(spec);
+  plan.slides.push_back(SlidePlan{"Gap", "gap.wav", "0.5", {}, {}, {}});
+  LoadProject(plan);
   EXPECT_EQ(document.WavWaveINos, 66150 + 11025);
   ProjectFileSave(document);
   const std::string text = ProjectText();
@@ -330,8 +330,8 @@ TEST_F(ProjectFileSaveTest, WritesASlideThatHadNoSectionWithoutATitle) {
 }
 
 TEST_F(ProjectFileSaveTest, AWindowsProjectFileKeepsItsLineEnds) {
-  spec.crlf = true;
-  LoadProject(spec);
+  plan.crlf = true;
+  LoadProject(plan);
   EXPECT_EQ(Project().Slides[2].Title, "Results, first half");
   EXPECT_EQ(document.WavWaveINos, 66150 + 55125 + 27222);
   EXPECT_EQ(Project().MarkerCount, 5);
@@ -347,7 +347,7 @@ TEST_F(ProjectFileSaveTest, AWindowsProjectFileKeepsItsLineEnds) {
 }
 
 TEST_F(ProjectFileSaveTest, RaisesTheHostFlagAndClearsTheChange) {
-  LoadProject(spec);
+  LoadProject(plan);
   EXPECT_EQ(HostFlag(), std::nullopt);
   Editor().SelStart = 10;
   Editor().SelEnd = 19;
@@ -360,7 +360,7 @@ TEST_F(ProjectFileSaveTest, RaisesTheHostFlagAndClearsTheChange) {
 }
 
 TEST_F(ProjectFileSaveTest, EditsMoveDurationsMarkersAndFilesAndUndoBringsThemBack) {
-  LoadProject(spec);
+  LoadProject(plan);
   // Across the boundary of slides 1 and 2: slide 1 loses 6150 samples, slide 2 its first
   // 3850 and the marker at 0.1 s.
   Editor().SelStart = 60001;
@@ -404,7 +404,7 @@ TEST_F(ProjectFileSaveTest, EditsMoveDurationsMarkersAndFilesAndUndoBringsThemBa
 }
 
 TEST_F(ProjectFileSaveTest, AHostFlagThatCannotBeWrittenStopsTheSave) {
-  LoadProject(spec);
+  LoadProject(plan);
   Editor().SelStart = 1;
   Editor().SelEnd = 1000;
   EditDelete(document);
@@ -425,7 +425,7 @@ TEST_F(ProjectFileSaveTest, AHostFlagThatCannotBeWrittenStopsTheSave) {
 
 TEST_F(ProjectFileSaveTest, AProjectFileThatCannotBeWrittenStopsTheSave) {
   std::filesystem::create_directories(files.File("talk"));
-  const std::string project = testing::WriteProject(files.File("talk/project.ini"), spec);
+  const std::string project = testing::WriteProject(files.File("talk/project.ini"), plan);
   ASSERT_TRUE(Load(project));
   Editor().SelStart = 1;
   Editor().SelEnd = 1000;

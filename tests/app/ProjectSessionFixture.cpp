@@ -24,12 +24,12 @@ ProjectSessionTest::~ProjectSessionTest() {
   }
 }
 
-std::string ProjectSessionTest::WriteProjectFile(ProjectSpec spec) {
-  if (!spec.targetFolder) {
+std::string ProjectSessionTest::WriteProjectFile(ProjectPlan plan) {
+  if (!plan.targetFolder) {
     std::filesystem::create_directories(Tracks());
-    spec.targetFolder = Tracks();
+    plan.targetFolder = Tracks();
   }
-  return WriteProject(files.File("project.ini"), spec);
+  return WriteProject(files.File("project.ini"), plan);
 }
 
 bool ProjectSessionTest::Load(std::string& commandLine) {
@@ -42,8 +42,8 @@ bool ProjectSessionTest::Load(std::string& commandLine) {
   return loaded;
 }
 
-void ProjectSessionTest::LoadProject(ProjectSpec spec) {
-  const std::string path = WriteProjectFile(std::move(spec));
+void ProjectSessionTest::LoadProject(ProjectPlan plan) {
+  const std::string path = WriteProjectFile(std::move(plan));
   ASSERT_TRUE(Load(path)) << ::testing::PrintToString(Shown());
 }
 

@@ -25,8 +25,8 @@ class ProjectSessionTest : public SessionTest {
   std::string Track(const std::string& name) const { return Tracks() + "/" + name; }
 
   // Writes the project file "project.ini" (target folder: Tracks(), made when missing,
-  // unless the spec names one) with its tracks; returns its path.
-  std::string WriteProjectFile(ProjectSpec spec);
+  // unless the plan names one) with its tracks; returns its path.
+  std::string WriteProjectFile(ProjectPlan plan);
 
   // Loads the project as start-up does: storage reset, the document a scratch document
   // while the tracks are joined, then no undo and nothing changed. The command line is
@@ -38,7 +38,7 @@ class ProjectSessionTest : public SessionTest {
   }
 
   // Writes the project file, then loads it; the load must succeed.
-  void LoadProject(ProjectSpec spec);
+  void LoadProject(ProjectPlan plan);
 
   // The project file's text as it stands now.
   std::string ProjectText() const;

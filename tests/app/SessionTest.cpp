@@ -25,11 +25,11 @@ using testing::FileChannel;
 using testing::Interleave;
 using testing::Joined;
 using testing::PcmWave;
-using testing::ProjectSpec;
+using testing::ProjectPlan;
 using testing::Ramp;
 using testing::ReadWavFile;
 using testing::RunProgram;
-using testing::SlideSpec;
+using testing::SlidePlan;
 using testing::Soxi;
 using testing::Stretch;
 using testing::TrackSlide;
@@ -81,9 +81,9 @@ TEST_F(SessionLoading, TracksKeepTheirFormatWhenTheProjectGivesNone) {
                            : (eight ? EightBitPattern(3000, 2) : Ramp(3000, 900, -5));
     const std::string bytes =
         PcmWave(format.channels, format.rate, format.bits, Interleave(left, right));
-    ProjectSpec spec;
-    spec.slides = {TrackSlide(name, bytes)};
-    LoadProject(spec);
+    ProjectPlan plan;
+    plan.slides = {TrackSlide(name, bytes)};
+    LoadProject(plan);
     EXPECT_EQ(document.WavFmtChannel, format.channels);
     EXPECT_EQ(document.WavFmtFreq, format.rate);
     EXPECT_EQ(document.WavFmtBits, format.bits);
@@ -107,10 +107,10 @@ TEST_F(SessionLoading, TracksKeepTheirFormatWhenTheProjectGivesNone) {
 
 TEST_F(SessionLoading, EightBitTracksAreWidenedForASixteenBitSession) {
   const auto low = EightBitPattern(1000, 3);
-  ProjectSpec spec;
-  spec.baseBits = "16";
-  spec.slides = {TrackSlide("low.wav", PcmWave(1, 11025, 8, low))};
-  LoadProject(spec);
+  ProjectPlan plan;
+  plan.baseBits = "16";
+  plan.slides = {TrackSlide("low.wav", PcmWave(1, 11025, 8, low))};
+  LoadProject(plan);
   EXPECT_EQ(document.WavFmtBits, 16);
   EXPECT_EQ(Left(), Widened(low));
   ProjectFileSave(document);
@@ -123,10 +123,10 @@ TEST_F(SessionLoading, SixteenBitTracksAreNarrowedForAnEightBitSession) {
   const std::vector<int16_t> wide = {32767, -32768, 384, 640, -384, -640, 127, 128, 129, 32639};
   const std::vector<int16_t> other = {-32767, 32767, -384, -640, 384,
                                       640,    -127,  -128, -129, -32639};
-  ProjectSpec spec;
-  spec.baseBits = "8";
-  spec.slides = {TrackSlide("wide.wav", PcmWave(2, 22050, 16, Interleave(wide, other)))};
-  LoadProject(spec);
+  ProjectPlan plan;
+  plan.baseBits = "8";
+  plan.slides = {TrackSlide("wide.wav", PcmWave(2, 22050, 16, Interleave(wide, other)))};
+  LoadProject(plan);
   EXPECT_EQ(document.WavFmtBits, 8);
   // Divided by 256 rounding half to even, 128 kept at 127.
   const std::vector<int16_t> narrow = {127, -128, 2, 2, -2, -2, 0, 0, 1, 127};
@@ -143,11 +143,11 @@ TEST_F(SessionLoading, SixteenBitTracksAreNarrowedForAnEightBitSession) {
 TEST_F(SessionLoading, HalvingTheRateTakesEverySecondSample) {
   const auto left = Ramp(2000, 0, 13);
   const auto right = Ramp(2000, 7000, -9);
-  ProjectSpec spec;
-  spec.baseFrequency = "22050";
-  spec.slides = {TrackSlide("fast.wav", PcmWave(2, 44100, 16, Interleave(left, right))),
+  ProjectPlan plan;
+  plan.baseFrequency = "22050";
+  plan.slides = {TrackSlide("fast.wav", PcmWave(2, 44100, 16, Interleave(left, right))),
                  TrackSlide("next.wav", PcmWave(2, 22050, 16, Interleave(Ramp(10), Ramp(10))))};
-  LoadProject(spec);
+  LoadProject(plan);
   EXPECT_EQ(document.WavFmtFreq, 22050);
   ASSERT_EQ(Start(2), 1001);
   std::vector<int16_t> everySecondLeft;
@@ -168,11 +168,11 @@ TEST_F(SessionLoading, HalvingTheRateTakesEverySecondSample) {
 
 TEST_F(SessionLoading, QuadruplingTheRateInterpolatesBetweenTheSamples) {
   const auto slow = Ramp(500, -3000, 50);
-  ProjectSpec spec;
-  spec.baseFrequency = "44100";
-  spec.slides = {TrackSlide("slow.wav", PcmWave(1, 11025, 16, slow)),
+  ProjectPlan plan;
+  plan.baseFrequency = "44100";
+  plan.slides = {TrackSlide("slow.wav", PcmWave(1, 11025, 16, slow)),
                  TrackSlide("next.wav", PcmWave(1, 44100, 16, Ramp(10, 77)))};
-  LoadProject(spec);
+  LoadProject(plan);
   EXPECT_EQ(document.WavFmtFreq, 44100);
   ASSERT_EQ(Start(2), 2001);
   const auto samples = Stretch(Left(), 1, 2000);
@@ -197,11 +197,11 @@ TEST_F(SessionLoading, LongTracksAreConvertedAcrossBlocks) {
   // More samples than one block holds (524,288 for this memory budget), converted in bits
   // and then in rate: the second half of every pair, widened.
   const auto source = EightBitPattern(1'200'001, 5);
-  ProjectSpec spec;
-  spec.baseBits = "16";
-  spec.baseFrequency = "11025";
-  spec.slides = {TrackSlide("long.wav", PcmWave(1, 22050, 8, source))};
-  LoadProject(spec);
+  ProjectPlan plan;
+  plan.baseBits = "16";
+  plan.baseFrequency = "11025";
+  plan.slides = {TrackSlide("long.wav", PcmWave(1, 22050, 8, source))};
+  LoadProject(plan);
   std::vector<int16_t> expected;
   for (size_t i = 1; i < source.size(); i += 2) expected.push_back(source[i]);
   expected = Widened(expected);
@@ -216,10 +216,10 @@ TEST_F(SessionLoading, LongTracksAreConvertedAcrossBlocks) {
 TEST_F(SessionLoading, AnInterpolatedTrackLongerThanABlockKeepsEverySourceSample) {
   const auto left = Ramp(140'000, 0, 1);
   const auto right = Ramp(140'000, 0, -1);
-  ProjectSpec spec;
-  spec.baseFrequency = "44100";
-  spec.slides = {TrackSlide("slow.wav", PcmWave(2, 11025, 16, Interleave(left, right)))};
-  LoadProject(spec);
+  ProjectPlan plan;
+  plan.baseFrequency = "44100";
+  plan.slides = {TrackSlide("slow.wav", PcmWave(2, 11025, 16, Interleave(left, right)))};
+  LoadProject(plan);
   ASSERT_EQ(document.WavWaveINos, 560'000);
   const auto resampledLeft = Left();
   const auto resampledRight = Right();
@@ -231,12 +231,12 @@ TEST_F(SessionLoading, AnInterpolatedTrackLongerThanABlockKeepsEverySourceSample
 }
 
 TEST_F(SessionLoading, AMissingTrackIsSilenceOfItsDuration) {
-  ProjectSpec spec;
-  spec.baseFrequency = "22050";
-  spec.slides = {TrackSlide("one.wav", PcmWave(1, 22050, 16, Ramp(1000, 1))),
-                 SlideSpec{"Gap", "absent.wav", "2.5", "2.5", {}, {}},
+  ProjectPlan plan;
+  plan.baseFrequency = "22050";
+  plan.slides = {TrackSlide("one.wav", PcmWave(1, 22050, 16, Ramp(1000, 1))),
+                 SlidePlan{"Gap", "absent.wav", "2.5", "2.5", {}, {}},
                  TrackSlide("three.wav", PcmWave(1, 22050, 16, Ramp(500, 9)))};
-  LoadProject(spec);
+  LoadProject(plan);
   EXPECT_EQ(document.WavWaveINos, 1000 + 55125 + 500);
   EXPECT_EQ(Start(2), 1001);
   EXPECT_EQ(Start(3), 56126);
@@ -254,11 +254,11 @@ TEST_F(SessionLoading, AMissingTrackIsSilenceOfItsDuration) {
 
 TEST_F(SessionLoading, AShortTrackIsPaddedToItsDurationALongOneKept) {
   const auto voice = Ramp(33075, 100, 3);  // 3 s at 11025 Hz
-  ProjectSpec spec;
-  spec.slides = {TrackSlide("padded.wav", PcmWave(1, 11025, 16, voice), "5"),
+  ProjectPlan plan;
+  plan.slides = {TrackSlide("padded.wav", PcmWave(1, 11025, 16, voice), "5"),
                  TrackSlide("kept.wav", PcmWave(1, 11025, 16, voice), "2"),
                  TrackSlide("last.wav", PcmWave(1, 11025, 16, Ramp(5, 1)), "0")};
-  LoadProject(spec);
+  LoadProject(plan);
   EXPECT_EQ(Start(2), 55126);
   EXPECT_EQ(Start(3), 55126 + 33075);
   EXPECT_EQ(document.WavWaveINos, 55125 + 33075 + 5);
@@ -278,12 +278,12 @@ TEST_F(SessionLoading, AStereoSlideMakesTheWholeDocumentStereo) {
   const auto secondLeft = Ramp(800, 2000, 2);
   const auto secondRight = Ramp(800, -2000, -2);
   const auto third = Ramp(600, 9000, 5);
-  ProjectSpec spec;
-  spec.slides = {
+  ProjectPlan plan;
+  plan.slides = {
       TrackSlide("mono.wav", PcmWave(1, 22050, 16, first), "", "0.03125"),
       TrackSlide("stereo.wav", PcmWave(2, 22050, 16, Interleave(secondLeft, secondRight))),
       TrackSlide("after.wav", PcmWave(1, 22050, 16, third))};
-  LoadProject(spec);
+  LoadProject(plan);
   EXPECT_EQ(document.WavFmtChannel, 2);
   EXPECT_EQ(Left(), Joined({first, secondLeft, third}));
   EXPECT_EQ(Right(), Joined({first, secondRight, third}));
@@ -314,13 +314,13 @@ TEST_F(SessionLoading, Mp3TracksGoThroughLameBothWays) {
   ASSERT_EQ(RunProgram("lame", {"--quiet", "--decode", mp3, reference}).exitStatus, 0);
   const auto decoded = FileChannel(*ReadWavFile(reference), 1);
 
-  ProjectSpec spec;
-  spec.lameSettings = "--quiet -b 128";
+  ProjectPlan plan;
+  plan.lameSettings = "--quiet -b 128";
   // An encoder that is not there: the one on the PATH stays in use.
-  spec.lamePath = files.File("no such lame");
-  spec.slides = {TrackSlide("voice.mp3", testing::ReadFileBytes(mp3), "", "0.5"),
+  plan.lamePath = files.File("no such lame");
+  plan.slides = {TrackSlide("voice.mp3", testing::ReadFileBytes(mp3), "", "0.5"),
                  TrackSlide("after.wav", PcmWave(1, 22050, 16, Ramp(100, 1)))};
-  LoadProject(spec);
+  LoadProject(plan);
   EXPECT_EQ(document.WavFmtFreq, 22050);
   EXPECT_EQ(Stretch(Left(), 1, Start(2) - 1), decoded);
   EXPECT_EQ(Stretch(Left(), Start(2), document.WavWaveINos), Ramp(100, 1));
@@ -351,9 +351,9 @@ TEST_F(SessionLoading, CompressedWavTracksAreDecoded) {
   const auto decoded = ReadWavFile(reference);
   ASSERT_TRUE(decoded);
 
-  ProjectSpec spec;
-  spec.slides = {TrackSlide("adpcm.wav", testing::ReadFileBytes(compressed))};
-  LoadProject(spec);
+  ProjectPlan plan;
+  plan.slides = {TrackSlide("adpcm.wav", testing::ReadFileBytes(compressed))};
+  LoadProject(plan);
   EXPECT_EQ(document.WavFmtChannel, 2);
   EXPECT_EQ(document.WavFmtBits, 16);
   EXPECT_EQ(Left(), FileChannel(*decoded, 1));
@@ -372,10 +372,10 @@ TEST_F(SessionLoading, CompressedWavTracksAreDecoded) {
 
 TEST_F(SessionLoading, AFailingConversionIsReportedAsOpenWaveError) {
   ui.progress.failWhenShownInColor = Rgb(0, 128, 128);
-  ProjectSpec spec;
-  spec.baseBits = "8";
-  spec.slides = {TrackSlide("loud.wav", PcmWave(1, 11025, 16, Ramp(1000, 0, 20)))};
-  LoadProject(spec);
+  ProjectPlan plan;
+  plan.baseBits = "8";
+  plan.slides = {TrackSlide("loud.wav", PcmWave(1, 11025, 16, Ramp(1000, 0, 20)))};
+  LoadProject(plan);
   ASSERT_EQ(ui.messages.size(), 1u) << ::testing::PrintToString(Shown());
   EXPECT_EQ(ui.messages[0].caption, "Open Wave Error");
   EXPECT_EQ(ui.messages[0].text, "Out of memory");
@@ -388,10 +388,10 @@ TEST_F(SessionLoading, AFailingInsertIsReportedAsFileInsertError) {
   // The display is shown for the first time, still uncoloured, when the silence of the
   // missing track is joined.
   ui.progress.failWhenShownInColor = 0;
-  ProjectSpec spec;
-  spec.baseFrequency = "11025";
-  spec.slides = {SlideSpec{"Gap", "absent.wav", "1", {}, {}, {}}};
-  LoadProject(spec);
+  ProjectPlan plan;
+  plan.baseFrequency = "11025";
+  plan.slides = {SlidePlan{"Gap", "absent.wav", "1", {}, {}, {}}};
+  LoadProject(plan);
   ASSERT_EQ(ui.messages.size(), 1u) << ::testing::PrintToString(Shown());
   EXPECT_EQ(ui.messages[0].caption, "File Insert Error");
   EXPECT_EQ(ui.messages[0].text, "Out of memory");
@@ -401,13 +401,13 @@ TEST_F(SessionLoading, AFailingInsertIsReportedAsFileInsertError) {
 }
 
 TEST_F(SessionSaving, ASilentSlideLosesItsFileAndGetsNone) {
-  ProjectSpec spec;
-  spec.baseFrequency = "22050";
-  spec.slides = {TrackSlide("loud.wav", PcmWave(1, 22050, 16, Ramp(1000, 1))),
+  ProjectPlan plan;
+  plan.baseFrequency = "22050";
+  plan.slides = {TrackSlide("loud.wav", PcmWave(1, 22050, 16, Ramp(1000, 1))),
                  TrackSlide("quiet.wav", PcmWave(2, 22050, 16, Zeros(4000))),
                  TrackSlide("tiny.wav", PcmWave(1, 22050, 16, {1000, -1000, 5, 6, 7})),
-                 SlideSpec{"Gap", "absent.wav", "1", {}, {}, {}}};
-  LoadProject(spec);
+                 SlidePlan{"Gap", "absent.wav", "1", {}, {}, {}}};
+  LoadProject(plan);
   EXPECT_EQ(document.WavFmtChannel, 2);
   // Two samples of the tiny slide are left: too short to be written.
   Editor().SelStart = 3003;
@@ -428,10 +428,10 @@ TEST_F(SessionSaving, ASilentSlideLosesItsFileAndGetsNone) {
 
 TEST_F(SessionSaving, AudioWhoseFileWasDeletedComesBackWithUndo) {
   const auto voice = Ramp(3000, 1, 5);
-  ProjectSpec spec;
-  spec.slides = {TrackSlide("voice.wav", PcmWave(1, 11025, 16, voice)),
+  ProjectPlan plan;
+  plan.slides = {TrackSlide("voice.wav", PcmWave(1, 11025, 16, voice)),
                  TrackSlide("next.wav", PcmWave(1, 11025, 16, Ramp(300, 7)))};
-  LoadProject(spec);
+  LoadProject(plan);
   // One second of silence before the voice, then the voice deleted: a silent slide.
   Editor().SelStart = Editor().SelEnd = 1;
   ASSERT_TRUE(InsertSilenceSeconds(document, "1"));

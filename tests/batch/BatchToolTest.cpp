@@ -28,9 +28,9 @@ using testing::JsonValue;
 using testing::ParseJson;
 using testing::PcmWave;
 using testing::ProgramRun;
-using testing::ProjectSpec;
+using testing::ProjectPlan;
 using testing::Ramp;
-using testing::SlideSpec;
+using testing::SlidePlan;
 using testing::Stretch;
 using testing::TrackSlide;
 
@@ -56,17 +56,17 @@ class BatchTool : public ::testing::Test {
     one = Ramp(1000, 1, 3);
     twoLeft = Ramp(800, 5000, -2);
     twoRight = Ramp(800, -5000, 2);
-    spec.targetFolder = Tracks();
-    spec.baseFrequency = "11025";
-    spec.lameSettings = "--quiet";
-    spec.slides = {
+    plan.targetFolder = Tracks();
+    plan.baseFrequency = "11025";
+    plan.lameSettings = "--quiet";
+    plan.slides = {
         TrackSlide("one.wav", PcmWave(1, 11025, 16, one), "", "0.01", "0.05"),
         TrackSlide("two.wav", PcmWave(2, 11025, 16, testing::Interleave(twoLeft, twoRight)), "",
                    "0.04"),
-        SlideSpec{"Gap", "gap.wav", "0.2", {}, {}, {}},
+        SlidePlan{"Gap", "gap.wav", "0.2", {}, {}, {}},
     };
-    spec.slides[0].title = "Say \"hi\" \\ caf\xC3\xA9";
-    spec.slides[1].title = "Stereo";
+    plan.slides[0].title = "Say \"hi\" \\ caf\xC3\xA9";
+    plan.slides[1].title = "Stereo";
   }
 
   std::string Tracks() const { return folder.File("tracks"); }
@@ -80,7 +80,7 @@ class BatchTool : public ::testing::Test {
         folder.File("config/VB and VBA Program Settings/Quorvane Stagora.conf"));
   }
 
-  std::string WriteProject() const { return testing::WriteProject(Project(), spec); }
+  std::string WriteProject() const { return testing::WriteProject(Project(), plan); }
 
   // The tool on the project with these commands, in a private configuration and temporary
   // folder and without a session bus.
@@ -127,7 +127,7 @@ class BatchTool : public ::testing::Test {
   }
 
   testing::TempFolder folder;
-  ProjectSpec spec;
+  ProjectPlan plan;
   std::vector<int16_t> one;
   std::vector<int16_t> twoLeft;
   std::vector<int16_t> twoRight;
@@ -170,7 +170,7 @@ TEST_F(BatchTool, SamplesPrintsEachChannelOfTheRange) {
   EXPECT_EQ(run.out.substr(run.out.find('\n') + 1), "{\"left\":[0],\"right\":[0]}\n");
 
   // A mono document has only a left channel.
-  spec.slides = {TrackSlide("one.wav", PcmWave(1, 11025, 16, one))};
+  plan.slides = {TrackSlide("one.wav", PcmWave(1, 11025, 16, one))};
   WriteProject();
   const ProgramRun mono = Run({"samples", "1", "4"});
   EXPECT_EQ(mono.exitStatus, 0);
@@ -178,7 +178,7 @@ TEST_F(BatchTool, SamplesPrintsEachChannelOfTheRange) {
 }
 
 TEST_F(BatchTool, SamplesPrintsAMillionValuesAtMost) {
-  spec.slides = {SlideSpec{"Long", "long.wav", "100", {}, {}, {}}};
+  plan.slides = {SlidePlan{"Long", "long.wav", "100", {}, {}, {}}};
   WriteProject();
   const ProgramRun most = Run({"samples", "102501", "1102500"});
   EXPECT_EQ(most.exitStatus, 0);
@@ -330,7 +330,7 @@ TEST_F(BatchTool, InsertSilenceRoundsToWholeSeconds) {
 }
 
 TEST_F(BatchTool, MessagesGoToStandardErrorOneJsonObjectALine) {
-  spec.slides[0].clicks = "0.01,9";
+  plan.slides[0].clicks = "0.01,9";
   WriteProject();
   const ProgramRun run = Run({"info"});
   EXPECT_EQ(run.exitStatus, 0);
@@ -349,9 +349,9 @@ TEST_F(BatchTool, AProjectThatCannotBeLoadedEndsWithStatusOne) {
     std::string project;
     std::string message;
   };
-  ProjectSpec lost;
+  ProjectPlan lost;
   lost.targetFolder = folder.File("nowhere");
-  lost.slides = {SlideSpec{"Gap", "gap.wav", "1", {}, {}, {}}};
+  lost.slides = {SlidePlan{"Gap", "gap.wav", "1", {}, {}, {}}};
   testing::WriteProject(folder.File("lost.ini"), lost);
   for (const Case& failing : {Case{folder.File("missing.ini"), "File not found"},
                               Case{folder.File("lost.ini"), "Target folder is not found"},
@@ -373,8 +373,8 @@ TEST_F(BatchTool, AProjectThatCannotBeLoadedEndsWithStatusOne) {
 
 TEST_F(BatchTool, AnErrorThatStopsTheLoadingIsNamed) {
   // A missing track needs the project's sample rate to become silence.
-  spec.baseFrequency.reset();
-  spec.slides = {SlideSpec{"Gap", "gap.wav", "1", {}, {}, {}}};
+  plan.baseFrequency.reset();
+  plan.slides = {SlidePlan{"Gap", "gap.wav", "1", {}, {}, {}}};
   WriteProject();
   const ProgramRun run = Run({"info"});
   EXPECT_EQ(run.exitStatus, 1);
@@ -500,8 +500,8 @@ TEST_F(BatchTool, StandardErrorCarriesNoEncoderOutput) {
   const ProgramRun encoded = testing::RunProgram("lame", {"-b", "64", wave, mp3});
   ASSERT_EQ(encoded.exitStatus, 0);
   ASSERT_NE(encoded.err, "") << "lame says nothing here; the check below would prove nothing";
-  spec.lameSettings = "-b 64";
-  spec.slides.push_back(TrackSlide("tone.mp3", testing::ReadFileBytes(mp3)));
+  plan.lameSettings = "-b 64";
+  plan.slides.push_back(TrackSlide("tone.mp3", testing::ReadFileBytes(mp3)));
   WriteProject();
 
   const ProgramRun run = Run({"delete", "1", "10", "save"});

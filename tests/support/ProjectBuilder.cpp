@@ -40,20 +40,20 @@ std::optional<std::string> HeaderName(const std::string& line) {
 
 }  // namespace
 
-std::string ProjectFileText(const ProjectSpec& spec) {
+std::string ProjectFileText(const ProjectPlan& plan) {
   std::string text = "[Project]\n";
-  Line(text, "PresentationName", spec.presentationName);
-  Line(text, "TargetFolder", spec.targetFolder);
-  if (spec.writeSlideCount) {
+  Line(text, "PresentationName", plan.presentationName);
+  Line(text, "TargetFolder", plan.targetFolder);
+  if (plan.writeSlideCount) {
     Line(text, "SlideCount",
-         spec.slideCount ? spec.slideCount : std::to_string(spec.slides.size()));
+         plan.slideCount ? plan.slideCount : std::to_string(plan.slides.size()));
   }
-  Line(text, "BaseFrequency", spec.baseFrequency);
-  Line(text, "BaseBits", spec.baseBits);
-  Line(text, "LamePath", spec.lamePath);
-  Line(text, "LameSettings", spec.lameSettings);
-  for (size_t n = 1; n <= spec.slides.size(); ++n) {
-    const SlideSpec& slide = spec.slides[n - 1];
+  Line(text, "BaseFrequency", plan.baseFrequency);
+  Line(text, "BaseBits", plan.baseBits);
+  Line(text, "LamePath", plan.lamePath);
+  Line(text, "LameSettings", plan.lameSettings);
+  for (size_t n = 1; n <= plan.slides.size(); ++n) {
+    const SlidePlan& slide = plan.slides[n - 1];
     text += "\n[" + std::to_string(n) + "]\n";
     Line(text, "SlideTitle", slide.title);
     Line(text, "SlideTrack", slide.track);
@@ -61,30 +61,30 @@ std::string ProjectFileText(const ProjectSpec& spec) {
     Line(text, "ClickMarkerTimes", slide.clicks);
     Line(text, "AutoMarkerTimes", slide.autos);
   }
-  if (!spec.crlf) return text;
+  if (!plan.crlf) return text;
   std::string crlf;
   for (const char c : text) crlf += c == '\n' ? std::string("\r\n") : std::string(1, c);
   return crlf;
 }
 
-std::string WriteProject(const std::string& path, const ProjectSpec& spec) {
-  for (const SlideSpec& slide : spec.slides) {
+std::string WriteProject(const std::string& path, const ProjectPlan& plan) {
+  for (const SlidePlan& slide : plan.slides) {
     if (!slide.audio) continue;
-    if (!spec.targetFolder || !slide.track) {
+    if (!plan.targetFolder || !slide.track) {
       throw std::logic_error("a slide with audio needs a target folder and a track name");
     }
-    const std::string folder = Trimmed(*spec.targetFolder);
+    const std::string folder = Trimmed(*plan.targetFolder);
     std::filesystem::create_directories(folder);
     WriteBytes(folder + "/" + Trimmed(*slide.track), *slide.audio);
   }
-  WriteBytes(path, ProjectFileText(spec));
+  WriteBytes(path, ProjectFileText(plan));
   return path;
 }
 
-SlideSpec TrackSlide(const std::string& track, const std::string& audio,
+SlidePlan TrackSlide(const std::string& track, const std::string& audio,
                      const std::string& duration, std::optional<std::string> clicks,
                      std::optional<std::string> autos) {
-  SlideSpec slide;
+  SlidePlan slide;
   slide.title = track + " title";
   slide.track = track;
   if (!duration.empty()) slide.duration = duration;

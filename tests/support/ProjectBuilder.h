@@ -10,7 +10,7 @@
 namespace quorvane::testing {
 
 // One slide's section. A key left empty (std::nullopt) is not written at all.
-struct SlideSpec {
+struct SlidePlan {
   std::optional<std::string> title;     // "SlideTitle"
   std::optional<std::string> track;     // "SlideTrack"
   std::optional<std::string> duration;  // "Duration"
@@ -22,7 +22,7 @@ struct SlideSpec {
 
 // Section "Project" and the slides. A key left empty is not written; "SlideCount" is the
 // number of slides unless given, and missing when writeSlideCount is false.
-struct ProjectSpec {
+struct ProjectPlan {
   std::optional<std::string> targetFolder;
   std::optional<std::string> slideCount;
   bool writeSlideCount = true;
@@ -31,19 +31,19 @@ struct ProjectSpec {
   std::optional<std::string> lamePath;
   std::optional<std::string> lameSettings;
   std::optional<std::string> presentationName;
-  std::vector<SlideSpec> slides;
+  std::vector<SlidePlan> slides;
   bool crlf = false;  // lines end in CR LF, as a Windows host writes them
 };
 
 // The project file's text: section "Project", then sections "1", "2", ... of the slides.
-std::string ProjectFileText(const ProjectSpec& spec);
+std::string ProjectFileText(const ProjectPlan& plan);
 
 // Writes the project file (and the track files of the slides that carry audio, into the
 // target folder, which is made when missing). Returns `path`.
-std::string WriteProject(const std::string& path, const ProjectSpec& spec);
+std::string WriteProject(const std::string& path, const ProjectPlan& plan);
 
 // A slide of a track file with its audio and duration, and optional marker lists.
-SlideSpec TrackSlide(const std::string& track, const std::string& audio,
+SlidePlan TrackSlide(const std::string& track, const std::string& audio,
                      const std::string& duration = "", std::optional<std::string> clicks = {},
                      std::optional<std::string> autos = {});
 
