@@ -1,6 +1,8 @@
 // Figures of the file formats: reading a one-hour WAV, writing it back, and writing MP3
 // through the encoder, each beside the peer tool doing the same in the same run.
+#include <unistd.h>
 #include <filesystem>
+
 #include <fstream>
 #include <iostream>
 
@@ -61,6 +63,8 @@ void WriteFigures(const std::string& folder, const std::string& hourWav) {
   const std::string soxCopy = folder + "/sox-copy.wav";
   const std::string ourCopy = folder + "/our-copy.wav";
   ReadWholeFile(hourWav);
+  // Both writers start with nothing left to flush from earlier steps.
+  sync();
   const ProgramRun sox = RunProgram({"sox", hourWav, soxCopy});
   std::filesystem::remove(soxCopy);
 
@@ -68,6 +72,7 @@ void WriteFigures(const std::string& folder, const std::string& hourWav) {
   FileMemoClass document;
   files.FileLoadWave(document, hourWav);
   ReadWholeFile(hourWav);
+  sync();
   const auto started = Clock::now();
   files.FileWriteWave(document, ourCopy);
   const double ours = Seconds(Clock::now() - started);

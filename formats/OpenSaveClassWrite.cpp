@@ -20,10 +20,9 @@ namespace {
 constexpr uint32_t kWritingBarColor = 255;  // red
 
 // One run of samples in the file's format: 16-bit as held, 8-bit as value + 128, stereo
-// interleaved left then right.
-void EncodeRun(const std::vector<int16_t>& left, const std::vector<int16_t>* right, int32_t bits,
+// interleaved left then right. `right` is null for a one-channel file.
+void EncodeRun(const int16_t* left, const int16_t* right, size_t frames, int32_t bits,
                std::vector<unsigned char>& out) {
-  const size_t frames = left.size();
   const size_t channels = right ? 2 : 1;
   out.resize(frames * channels * static_cast<size_t>(bits / 8));
   unsigned char* at = out.data();
@@ -39,7 +38,7 @@ void EncodeRun(const std::vector<int16_t>& left, const std::vector<int16_t>* rig
   };
   for (size_t i = 0; i < frames; ++i) {
     put(left[i]);
-    if (right) put((*right)[i]);
+    if (right) put(right[i]);
   }
 }
 
@@ -62,9 +61,12 @@ void OpenSaveClass::WriteWaveRuns(FileMemoClass& document, const std::string& fi
     UserInterface().Progress().SetCurrentProgress(static_cast<float>(i) /
                                                   static_cast<float>(frames));
     const int32_t length = std::min(run, frames - i);
-    document.WaveCollectBuff(fromPos + i, fromPos + i + length - 1, collectChannel, left, right);
+    // Samples are read where they lie: a save neither loads the document's blocks nor
+    // pushes the ones being edited out of memory.
+    document.QuickBuffGet(fromPos + i, length, collectChannel, left, right);
     const std::vector<int16_t>& chosen = collectChannel == 2 ? right : left;
-    EncodeRun(chosen, channelsWritten == 2 ? &right : nullptr, bits, bytes);
+    EncodeRun(chosen.data() + 1, channelsWritten == 2 ? right.data() + 1 : nullptr,
+              static_cast<size_t>(length), bits, bytes);
     file.WriteAt(kCanonicalHeaderBytes + static_cast<int64_t>(i) * frameBytes, bytes.data(),
                  bytes.size());
   }

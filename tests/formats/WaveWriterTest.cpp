@@ -4,6 +4,7 @@
 
 #include "formats/OpenSaveClass.h"
 #include "storage/BlockCarrBuffClass.h"
+#include "storage/BlockList.h"
 #include "storage/FileMemoClass.h"
 #include "tests/support/SessionFixture.h"
 #include "tests/support/WaveBuilder.h"
@@ -52,6 +53,7 @@ TEST_F(WaveWriterTest, WholeDocumentsComeBackByteForByte) {
   EXPECT_TRUE(ui.messages.empty());
   EXPECT_FALSE(ui.progress.IsVisible());
   EXPECT_EQ(ui.progress.color, 255u);
+  EXPECT_EQ(MemoryInUse, 0);  // saving read the samples where they lie
 }
 
 TEST_F(WaveWriterTest, PartsTakeTheChosenChannels) {
