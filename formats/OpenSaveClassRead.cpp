@@ -42,6 +42,23 @@ class LoadingProgress {
   LoadingProgress& operator=(const LoadingProgress&) = delete;
 };
 
+// The decoded copy of a compressed file, removed again on every way out of the reader
+// unless the document took it over.
+class DecodedFile {
+ public:
+  DecodedFile() = default;
+  ~DecodedFile() {
+    if (!name_.empty()) DeleteFileIfExists(name_);
+  }
+  DecodedFile(const DecodedFile&) = delete;
+  DecodedFile& operator=(const DecodedFile&) = delete;
+  void Set(const std::string& name) { name_ = name; }
+  void Keep() { name_.clear(); }
+
+ private:
+  std::string name_;
+};
+
 // Why the reader stopped: a failure after which "Wave file loading failed" is shown, or
 // one that has said all there is to say already.
 enum class Outcome { Loaded, Failed, FailedQuietly };
@@ -135,6 +152,7 @@ bool OpenSaveClass::LoadWaveFile(FileMemoClass& document, const std::string& fil
 
   const uint16_t formatTag = file.ReadUint16(format.DataOffset);
   std::string source = fileName;
+  DecodedFile decoded;
   if (formatTag == 1) {
     CapLength(fileLength);
     CheckFreeDisk(2 * fileLength);
@@ -143,6 +161,7 @@ bool OpenSaveClass::LoadWaveFile(FileMemoClass& document, const std::string& fil
     file.Close();
     ReleaseOriginalFileByName(fileName);
     source = NewTempFileName("wav");
+    decoded.Set(source);
     std::optional<OpenSaveAcmClass> decoder(std::in_place);
     if (!decoder->HandleReady) {
       UserInterface().Progress().SetIsVisible(false);
@@ -230,6 +249,7 @@ bool OpenSaveClass::LoadWaveFile(FileMemoClass& document, const std::string& fil
   BlockCarrBuffClass left;
   BlockCarrBuffClass right;
   const int32_t entry = RegisterOriginalFile(source, channels, bits);
+  decoded.Keep();  // the block list removes it once no block uses it
   document.OrgRoFileInUse = entry;
   document.WavFmtBits = bits;
 
