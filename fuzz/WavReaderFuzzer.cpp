@@ -116,7 +116,7 @@ struct Workplace {
 Workplace* g_workplace = nullptr;
 
 // Every input creates and deletes a few files. On ext4 that slows down as deleted inodes
-// pile up (file creation took 300 ms per input after ten minutes), so memory is preferred:
+// pile up (after ten minutes, creating files took most of the time), so memory is preferred:
 // FUZZ_TMPDIR, else /dev/shm, else TMPDIR, else /tmp.
 std::string FolderForFiles() {
   for (const char* name : {"FUZZ_TMPDIR", "", "TMPDIR"}) {
