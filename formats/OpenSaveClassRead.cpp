@@ -132,7 +132,8 @@ bool OpenSaveClass::LoadWaveFile(FileMemoClass& document, const std::string& fil
   }
   const int32_t riffSize = file.ReadInt32(4);
   int64_t searchLength = SearchLength(riffSize);
-  if (riffSize - 12 > 0 && riffSize > fileLength) {
+  // Counted in 64 bits: a size near -2^31 must not overflow.
+  if (static_cast<int64_t>(riffSize) - 12 > 0 && riffSize > fileLength) {
     Say(std::string("\"RIFF\" chunk is shown as bigger then the file size.") + kCrLf +
             "If loading this file failes you can try renaming it to .raw file",
         LoadingCaption(fileName));

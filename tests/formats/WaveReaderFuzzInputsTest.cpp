@@ -78,5 +78,16 @@ TEST_F(WaveReaderFuzzInputsTest, AChunkSizeLeadingPastTheEndEndsTheSearch) {
   ExpectNothingLeft();
 }
 
+// A RIFF size of 0x80000003 (-2,147,483,645 as the signed number the reader takes it for):
+// taking 12 from it overflowed. GCC folds that comparison, so only a clang build with
+// UndefinedBehaviorSanitizer saw it: the fuzz stage of `make test`, which replays this file.
+TEST_F(WaveReaderFuzzInputsTest, ARiffSizeNearTheSmallestIntDoesNotOverflow) {
+  EXPECT_FALSE(LoadAndRead("found-riff-size-near-int-min.wav"));
+  ASSERT_EQ(ui.messages.size(), 2u);
+  EXPECT_EQ(ui.messages[0].text, "\"RIFF\" chunk is not starting with \"WAVE\" in this file");
+  EXPECT_EQ(ui.messages[1].text, "Wave file loading failed");
+  ExpectNothingLeft();
+}
+
 }  // namespace
 }  // namespace quorvane
