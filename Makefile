@@ -1,7 +1,9 @@
 # Every target installs what is missing first, so each works on a fresh Debian 12 machine.
-BUILD      ?= build
-ASAN_BUILD ?= build-asan
-JOBS       ?= 2
+BUILD        ?= build
+ASAN_BUILD   ?= build-asan
+FUZZ_BUILD   ?= build-fuzz
+JOBS         ?= 2
+FUZZ_SECONDS ?= 600
 
 .PHONY: all deps build build-asan test run bench fuzz format check-format demo clean
 
@@ -18,10 +20,14 @@ build-asan: deps
 	@cmake -S . -B $(ASAN_BUILD) -G Ninja -DCMAKE_BUILD_TYPE=Debug -DQUORVANE_SANITIZE=ON >/dev/null
 	@cmake --build $(ASAN_BUILD) -j $(JOBS)
 
-# Format check, every test, then every test again under AddressSanitizer and
-# UndefinedBehaviorSanitizer.
+# Format check, every test, every test again under AddressSanitizer and
+# UndefinedBehaviorSanitizer, then a minute of fuzzing the WAV reader from its seeds.
 test: deps
 	@scripts/run-tests
+
+# Fuzzes the WAV reader for FUZZ_SECONDS, going on from the corpus of earlier runs.
+fuzz: deps
+	@FUZZ_BUILD=$(FUZZ_BUILD) JOBS=$(JOBS) fuzz/run-fuzzer $(FUZZ_SECONDS)
 
 demo: build
 	@scripts/make-demo $(BUILD)/demo
@@ -39,4 +45,4 @@ check-format:
 	@scripts/check-format
 
 clean:
-	rm -rf $(BUILD) $(ASAN_BUILD)
+	rm -rf $(BUILD) $(ASAN_BUILD) $(FUZZ_BUILD)

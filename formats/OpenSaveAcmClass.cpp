@@ -16,9 +16,16 @@ namespace {
 constexpr const char* kCreateFailed = "Failed to create decoding object.";
 constexpr int32_t kErrorBufferSize = 256;
 
+AcmPollTiming g_programTiming;
+
 }  // namespace
 
-OpenSaveAcmClass::OpenSaveAcmClass() : OpenSaveAcmClass(SystemDecodingLibrary()) {}
+AcmPollTiming ProgramAcmPollTiming() { return g_programTiming; }
+
+void SetProgramAcmPollTiming(AcmPollTiming timing) { g_programTiming = timing; }
+
+OpenSaveAcmClass::OpenSaveAcmClass()
+    : OpenSaveAcmClass(SystemDecodingLibrary(), ProgramAcmPollTiming()) {}
 
 OpenSaveAcmClass::OpenSaveAcmClass(DecodingLibrary& library, AcmPollTiming timing)
     : library_(library), timing_(timing) {

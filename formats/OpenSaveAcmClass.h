@@ -17,10 +17,16 @@ struct AcmPollTiming {
   std::chrono::milliseconds pollInterval{250};
 };
 
+// The timing of objects made by the first constructor below. The program never changes it;
+// the fuzzing harness, which decodes thousands of small files a minute, shortens it.
+AcmPollTiming ProgramAcmPollTiming();
+void SetProgramAcmPollTiming(AcmPollTiming timing);
+
 class OpenSaveAcmClass {
  public:
   // Writes "WindowSize" = "196500" in section "Misc" of the settings file and creates the
-  // decoding object, telling the user when that fails.
+  // decoding object of our decoder, telling the user when that fails. Paced by
+  // ProgramAcmPollTiming().
   OpenSaveAcmClass();
   explicit OpenSaveAcmClass(DecodingLibrary& library, AcmPollTiming timing = {});
   ~OpenSaveAcmClass();
@@ -40,6 +46,8 @@ class OpenSaveAcmClass {
 
   // Has no effect.
   void GetCodecInfo() {}
+
+  const AcmPollTiming& Timing() const { return timing_; }
 
  private:
   DecodingLibrary& library_;

@@ -28,9 +28,22 @@ constexpr uint32_t kLoadingBarColor = 0x006400;           // dark green
 
 std::string LoadingCaption(const std::string& fileName) { return "Error Loading " + fileName; }
 
-// Why the reader stopped: a failure after which "Wave file loading failed" is shown, or
-// one that has said all there is to say already.
-enum class Outcome { Loaded, Failed, FailedQuietly };
+// The decoded copy of a compressed file, removed again on every way out of the reader
+// unless the document took it over.
+class DecodedFile {
+ public:
+  DecodedFile() = default;
+  ~DecodedFile() {
+    if (!name_.empty()) DeleteFileIfExists(name_);
+  }
+  DecodedFile(const DecodedFile&) = delete;
+  DecodedFile& operator=(const DecodedFile&) = delete;
+  void Set(const std::string& name) { name_ = name; }
+  void Keep() { name_.clear(); }
+
+ private:
+  std::string name_;
+};
 
 void Say(const std::string& text, const std::string& caption,
          MessageIcon icon = MessageIcon::None) {
@@ -101,7 +114,8 @@ bool OpenSaveClass::LoadWaveFile(FileMemoClass& document, const std::string& fil
   }
   const int32_t riffSize = file.ReadInt32(4);
   int64_t searchLength = SearchLength(riffSize);
-  if (riffSize - 12 > 0 && riffSize > fileLength) {
+  // Counted in 64 bits: a size near -2^31 must not overflow.
+  if (static_cast<int64_t>(riffSize) - 12 > 0 && riffSize > fileLength) {
     Say(std::string("\"RIFF\" chunk is shown as bigger then the file size.") + kCrLf +
             "If loading this file failes you can try renaming it to .raw file",
         LoadingCaption(fileName));
@@ -121,6 +135,7 @@ bool OpenSaveClass::LoadWaveFile(FileMemoClass& document, const std::string& fil
 
   const uint16_t formatTag = file.ReadUint16(format.DataOffset);
   std::string source = fileName;
+  DecodedFile decoded;
   if (formatTag == 1) {
     CapLength(fileLength);
     CheckFreeDisk(2 * fileLength);
@@ -129,6 +144,7 @@ bool OpenSaveClass::LoadWaveFile(FileMemoClass& document, const std::string& fil
     file.Close();
     ReleaseOriginalFileByName(fileName);
     source = NewTempFileName("wav");
+    decoded.Set(source);
     std::optional<OpenSaveAcmClass> decoder(std::in_place);
     if (!decoder->HandleReady) {
       UserInterface().Progress().SetIsVisible(false);
@@ -216,6 +232,7 @@ bool OpenSaveClass::LoadWaveFile(FileMemoClass& document, const std::string& fil
   BlockCarrBuffClass left;
   BlockCarrBuffClass right;
   const int32_t entry = RegisterOriginalFile(source, channels, bits);
+  decoded.Keep();  // the block list removes it once no block uses it
   document.OrgRoFileInUse = entry;
   document.WavFmtBits = bits;
 

@@ -27,8 +27,11 @@ bool IdAt(const BinaryFile& file, int64_t offset, const char* id) {
 ChunkPlace FindChunk(const std::string& chunkId, const BinaryFile& file, int64_t searchStart,
                      int64_t searchLength) {
   const int64_t last = searchStart + searchLength - 1;
+  // No id lies past the end of the file: the walk ends there, however far the sizes say
+  // the chunks go (skipping a stretch of zeros eight bytes at a time would take minutes).
+  const int64_t fileLength = file.Length();
   int64_t position = searchStart;
-  while (position + 8 < last) {
+  while (position + 8 < last && position + 4 <= fileLength) {
     const int32_t size = file.ReadInt32(position + 4);
     if (IdAt(file, position, chunkId.c_str())) {
       ChunkPlace place;

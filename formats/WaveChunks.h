@@ -19,7 +19,7 @@ struct ChunkPlace {
 
 // Walks the chunks from `searchStart` over `searchLength` bytes for the id (compared
 // without regard to case). No pad byte is skipped after a chunk of odd size. A walk that
-// would not move forward ends as not found.
+// would not move forward, or that reaches the end of the file, ends as not found.
 ChunkPlace FindChunk(const std::string& chunkId, const BinaryFile& file, int64_t searchStart,
                      int64_t searchLength);
 

@@ -146,6 +146,20 @@ TEST_F(OpenSaveAcmClassTest, TheProgramWaits100MsThenPollsEvery250Ms) {
   EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(350));
 }
 
+TEST_F(OpenSaveAcmClassTest, TheProgramsObjectsUseTheProgramTimingWhichOnlyAHarnessChanges) {
+  EXPECT_EQ(OpenSaveAcmClass().Timing().firstWait, std::chrono::milliseconds(100));
+  EXPECT_EQ(OpenSaveAcmClass().Timing().pollInterval, std::chrono::milliseconds(250));
+  SetProgramAcmPollTiming({std::chrono::milliseconds(1), std::chrono::milliseconds(2)});
+  const OpenSaveAcmClass shortened;
+  const OpenSaveAcmClass withLibrary(library);
+  SetProgramAcmPollTiming({});
+  EXPECT_EQ(shortened.Timing().firstWait, std::chrono::milliseconds(1));
+  EXPECT_EQ(shortened.Timing().pollInterval, std::chrono::milliseconds(2));
+  // An object given its library keeps its own timing.
+  EXPECT_EQ(withLibrary.Timing().pollInterval, std::chrono::milliseconds(250));
+  EXPECT_EQ(ProgramAcmPollTiming().pollInterval, std::chrono::milliseconds(250));
+}
+
 TEST_F(OpenSaveAcmClassTest, DecodesARealFileWithOurDecoder) {
   const auto signal = testing::TestSignal(2, 22050, 30000);
   testing::WritePcm16Wav(folder.File("source.wav"), signal, 2, 22050);

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+
 #include "tests/support/TempFolder.h"
 #include "tests/support/WaveBuilder.h"
 
@@ -80,6 +82,25 @@ TEST_F(FindChunkTest, AWalkThatDoesNotMoveForwardEndsAsNotFound) {
   const std::string huge = testing::RiffFile(
       {{"junk", std::string(8, 'j'), 0x7FFFFFF0}, {"data", std::string(40, 'd'), {}}});
   EXPECT_FALSE(Find(huge, "data").Found());
+}
+
+TEST_F(FindChunkTest, TheWalkEndsAtTheEndOfTheFileWhateverTheRange) {
+  // A range of 2 GB, and a chunk whose size leads past the end of the file: beyond it
+  // nothing can be found, however many bytes the range still has.
+  const std::string bytes = testing::RiffFile(
+      {{"fmt ", testing::FormatChunkData(1, 1, 8000, 8), {}}, {"junk", std::string(8, 'j'), 4096}},
+      0x7FFFFFFF);
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_FALSE(Find(bytes, "data").Found());
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+  EXPECT_EQ(Find(bytes, "fmt ").DataOffset, 20);
+  // At the very end: an id whose last byte is the file's last is still found (its size
+  // reads as 0, so the chunk takes the rest of the range); three bytes of one are not.
+  const std::string whole = testing::RiffFile(
+      {{"fmt ", testing::FormatChunkData(1, 1, 8000, 8), {}}, {"junk", std::string(8, 'j'), {}}},
+      0x7FFFFFFF);
+  EXPECT_EQ(Find(whole + "data", "data").DataOffset, static_cast<int64_t>(whole.size()) + 8);
+  EXPECT_FALSE(Find(whole + "dat", "data").Found());
 }
 
 TEST(CanonicalWaveHeader, DescribesThePcmLayout) {
