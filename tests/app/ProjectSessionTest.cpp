@@ -25,8 +25,6 @@ namespace {
 constexpr char kTitle[] = "Timeline Audio Editor";
 constexpr char kFlagFile[] = "/VB and VBA Program Settings/Quorvane Stagora.conf";
 
-std::vector<int16_t> Zeros(size_t count) { return std::vector<int16_t>(count, 0); }
-
 std::vector<int16_t> Widened(std::vector<int16_t> samples) {
   for (int16_t& sample : samples) sample = static_cast<int16_t>(sample * 256);
   return samples;
