@@ -278,17 +278,13 @@ class ProjectSave : public ProjectSession {
 
   // The project file as saving the loaded project writes it: durations and marker times
   // of every slide, in table order (position order); the rest as the host wrote it.
-  std::string Saved(bool crlf = false) const {
-    const std::string text =
-        "[Project]\nPresentationName= Quarterly review\nTargetFolder=" + files.File("tracks") +
-        "\nSlideCount=3 slides\nBaseFrequency=22050\nBaseBits=16\nLameSettings=--quiet\n\n[1]\n"
-        "SlideTitle=one.wav title\nSlideTrack=one.wav\nDuration=3.0\nClickMarkerTimes=0.5,2.0\n"
-        "AutoMarkerTimes=\n\n[2]\nSlideTitle=  Results, first half \nSlideTrack=two.wav\n"
-        "Duration=2.5\nAutoMarkerTimes=0.1,1.235\nClickMarkerTimes=\n\n[3]\n"
-        "SlideTrack=three.wav\nClickMarkerTimes=1.0\nDuration=1.235\nAutoMarkerTimes=\n";
-    std::string windows;
-    for (const char c : text) windows += c == '\n' ? std::string("\r\n") : std::string(1, c);
-    return crlf ? windows : text;
+  std::string Saved() const {
+    return "[Project]\nPresentationName= Quarterly review\nTargetFolder=" + files.File("tracks") +
+           "\nSlideCount=3 slides\nBaseFrequency=22050\nBaseBits=16\nLameSettings=--quiet\n\n[1]\n"
+           "SlideTitle=one.wav title\nSlideTrack=one.wav\nDuration=3.0\nClickMarkerTimes=0.5,2.0\n"
+           "AutoMarkerTimes=\n\n[2]\nSlideTitle=  Results, first half \nSlideTrack=two.wav\n"
+           "Duration=2.5\nAutoMarkerTimes=0.1,1.235\nClickMarkerTimes=\n\n[3]\n"
+           "SlideTrack=three.wav\nClickMarkerTimes=1.0\nDuration=1.235\nAutoMarkerTimes=\n";
   }
 
   std::vector<int16_t> one, two, three;
@@ -337,16 +333,6 @@ TEST_F(ProjectSave, EditsMoveDurationsMarkersAndFilesUndoBringsThemBack) {
   EXPECT_EQ(TrackBytes("one.wav"), PcmWave(1, 22050, 16, one));
   EXPECT_EQ(TrackBytes("two.wav"), PcmWave(1, 22050, 16, two));
   EXPECT_EQ(TrackBytes("three.wav"), PcmWave(1, 22050, 16, three));
-}
-
-TEST_F(ProjectSave, AWindowsProjectFileKeepsItsLineEnds) {
-  plan.crlf = true;
-  LoadProject(plan);
-  EXPECT_EQ(Project().Slides[2].Title, "Results, first half");
-  EXPECT_EQ(document.WavWaveINos, 66150 + 55125 + 27222);
-  EXPECT_EQ(Project().MarkerCount, 5);
-  ProjectFileSave(document);
-  EXPECT_EQ(ProjectText(), Saved(true));
 }
 
 TEST_F(ProjectSave, WritesASlideThatHadNoSectionWithoutATitle) {
@@ -440,7 +426,8 @@ TEST_F(ProjectSession, TracksKeepTheirFormatWhenTheProjectGivesNone) {
 
 TEST_F(ProjectSession, TracksAreBroughtToTheBitsAndRateTheProjectGives) {
   // Widened; halved in rate, every second sample kept; doubled in rate, every second sample
-  // on the curve through the source's; all stereo for the stereo slide.
+  // on the curve through the source's. The stereo slide makes the whole document stereo,
+  // a mono slide heard on both sides.
   const auto low = EightBitPattern(1000, 3);
   const auto fastLeft = Ramp(2000, 0, 13);
   const auto fastRight = Ramp(2000, 7000, -9);
@@ -448,13 +435,17 @@ TEST_F(ProjectSession, TracksAreBroughtToTheBitsAndRateTheProjectGives) {
   ProjectPlan plan;
   plan.baseBits = "16";
   plan.baseFrequency = "22050";
-  plan.slides = {TrackSlide("low.wav", PcmWave(1, 22050, 8, low)),
+  plan.slides = {TrackSlide("low.wav", PcmWave(1, 22050, 8, low), "", "0.03125"),
                  TrackSlide("fast.wav", PcmWave(2, 44100, 16, Interleave(fastLeft, fastRight))),
                  TrackSlide("slow.wav", PcmWave(1, 11025, 16, slow))};
   LoadProject(plan);
   EXPECT_EQ(document.WavFmtBits, 16);
   EXPECT_EQ(document.WavFmtFreq, 22050);
   ASSERT_EQ(Starts(), (std::vector<int32_t>{1, 1001, 2001, 3001}));
+  ASSERT_EQ(Project().MarkerCount, 1);
+  EXPECT_EQ(Project().Markers[1].Position, 690);  // 689.0625 rounded, plus the start
+  // Joining the tracks is not an edit the user could undo.
+  EXPECT_EQ(menu.menuCaption, "Undo [Nothing]");
   const auto curve = Stretch(Left(), 2001, 3000);
   EXPECT_EQ(Left(), Joined({Widened(low), EverySecond(fastLeft), curve}));
   EXPECT_EQ(Right(), Joined({Widened(low), EverySecond(fastRight), curve}));
@@ -546,31 +537,6 @@ TEST_F(ProjectSession, AMissingTrackIsSilenceOfItsDurationAShortOnePaddedALongOn
   EXPECT_EQ(IniValue(text, "4", "Duration"), "0.0");
 }
 
-TEST_F(ProjectSession, AStereoSlideMakesTheWholeDocumentStereo) {
-  const auto first = Ramp(1000, 5);
-  const auto secondLeft = Ramp(800, 2000, 2);
-  const auto secondRight = Ramp(800, -2000, -2);
-  const auto third = Ramp(600, 9000, 5);
-  ProjectPlan plan;
-  plan.slides = {
-      TrackSlide("mono.wav", PcmWave(1, 22050, 16, first), "", "0.03125"),
-      TrackSlide("stereo.wav", PcmWave(2, 22050, 16, Interleave(secondLeft, secondRight))),
-      TrackSlide("after.wav", PcmWave(1, 22050, 16, third))};
-  LoadProject(plan);
-  EXPECT_EQ(document.WavFmtChannel, 2);
-  EXPECT_EQ(Left(), Joined({first, secondLeft, third}));
-  EXPECT_EQ(Right(), Joined({first, secondRight, third}));
-  EXPECT_EQ(Starts(), (std::vector<int32_t>{1, 1001, 1801, 2401}));
-  ASSERT_EQ(Project().MarkerCount, 1);
-  EXPECT_EQ(Project().Markers[1].Position, 690);  // 689.0625 rounded, plus the start
-  // Joining the tracks is not an edit the user could undo.
-  EXPECT_EQ(menu.menuCaption, "Undo [Nothing]");
-  ProjectFileSave(document);
-  EXPECT_EQ(TrackBytes("mono.wav"), PcmWave(2, 22050, 16, Interleave(first, first)));
-  EXPECT_EQ(TrackBytes("stereo.wav"), PcmWave(2, 22050, 16, Interleave(secondLeft, secondRight)));
-  EXPECT_EQ(TrackBytes("after.wav"), PcmWave(2, 22050, 16, Interleave(third, third)));
-}
-
 TEST_F(ProjectSession, Mp3TracksGoThroughLameBothWays) {
   const std::string tone = files.File("tone.wav");
   WritePcm16Wav(tone, TestSignal(1, 22050, 22050), 1, 22050);
@@ -645,12 +611,13 @@ TEST_F(ProjectSession, AFailingConversionOrInsertIsReportedByName) {
   EXPECT_EQ(ui.busyDepth, 0);
 }
 
-TEST_F(ProjectSession, ASilentSlideLosesItsFileAndGetsNone) {
+TEST_F(ProjectSession, ASilentSlideLosesItsFileUndoBringsItsAudioBack) {
+  const std::vector<int16_t> tiny = {1000, -1000, 5, 6, 7};
   ProjectPlan plan;
   plan.baseFrequency = "22050";
   plan.slides = {TrackSlide("loud.wav", PcmWave(1, 22050, 16, Ramp(1000, 1))),
                  TrackSlide("quiet.wav", PcmWave(2, 22050, 16, Zeros(4000))),
-                 TrackSlide("tiny.wav", PcmWave(1, 22050, 16, {1000, -1000, 5, 6, 7})),
+                 TrackSlide("tiny.wav", PcmWave(1, 22050, 16, tiny)),
                  SlidePlan{"Gap", "absent.wav", "1", {}, {}, {}}};
   LoadProject(plan);
   EXPECT_EQ(document.WavFmtChannel, 2);
@@ -667,24 +634,10 @@ TEST_F(ProjectSession, ASilentSlideLosesItsFileAndGetsNone) {
   EXPECT_EQ(IniValue(text, "2", "Duration"), "0.091");
   EXPECT_EQ(IniValue(text, "3", "Duration"), "0.0");
   EXPECT_EQ(IniValue(text, "4", "Duration"), "1.0");
-}
-
-TEST_F(ProjectSession, AudioWhoseFileWasDeletedComesBackWithUndo) {
-  const auto voice = Ramp(3000, 1, 5);
-  ProjectPlan plan;
-  plan.slides = {TrackSlide("voice.wav", PcmWave(1, 11025, 16, voice)),
-                 TrackSlide("next.wav", PcmWave(1, 11025, 16, Ramp(300, 7)))};
-  LoadProject(plan);
-  // One second of silence before the voice, then the voice deleted: a silent slide.
-  Select(1, 1);
-  ASSERT_TRUE(InsertSilenceSeconds(document, "1"));
-  Select(11026, 14025);
-  EditDelete(document);
-  ProjectFileSave(document);
-  ASSERT_FALSE(std::filesystem::exists(Track("voice.wav")));
+  // The deleted file's audio the undo history still held was kept before the file went.
   EditUndo(document);
   ProjectFileSave(document);
-  EXPECT_EQ(TrackBytes("voice.wav"), PcmWave(1, 11025, 16, Joined({Zeros(11025), voice})));
+  EXPECT_EQ(TrackBytes("tiny.wav"), PcmWave(2, 22050, 16, Interleave(tiny, tiny)));
 }
 
 }  // namespace

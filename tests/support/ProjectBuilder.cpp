@@ -46,10 +46,7 @@ std::string ProjectFileText(const ProjectPlan& plan) {
     Line(text, "ClickMarkerTimes", slide.clicks);
     Line(text, "AutoMarkerTimes", slide.autos);
   }
-  if (!plan.crlf) return text;
-  std::string crlf;
-  for (const char c : text) crlf += c == '\n' ? std::string("\r\n") : std::string(1, c);
-  return crlf;
+  return text;
 }
 
 }  // namespace

@@ -32,7 +32,6 @@ struct ProjectPlan {
   std::optional<std::string> lameSettings;
   std::optional<std::string> presentationName;
   std::vector<SlidePlan> slides;
-  bool crlf = false;  // lines end in CR LF, as a Windows host writes them
 };
 
 // Writes the project file, section "Project" and then sections "1", "2", ... of the slides,
