@@ -63,8 +63,8 @@ class ProjectSession : public SessionTest {
   }
 
   // Loads the project as start-up does: storage reset, the document a scratch document
-  // while the tracks are joined, then no undo and nothing changed. The command line is
-  // changed in place as ProjectFileLoad changes it.
+  // while the tracks are joined, then no undo and nothing changed. `changed` gets the
+  // command line as ProjectFileLoad leaves it.
   bool Load(std::string commandLine, std::string* changed = nullptr) {
     document.StorageReset();
     document.IsTempObject = true;
