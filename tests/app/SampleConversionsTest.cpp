@@ -2,11 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <vector>
 
 #include "tests/support/RecordingInteraction.h"
 
-namespace quorvane {
+namespace quorvane::testing {
 namespace {
 
 // A channel over a plain vector, 1-based like the program's carriers.
@@ -24,116 +25,84 @@ struct VectorChannel {
   }
 };
 
-TEST(ConvertSampleBits, WidensAndNarrowsWithHalfToEvenRounding) {
-  testing::RecordingInteraction recorder;
+class SampleConversions : public ::testing::Test {
+ protected:
+  RecordingInteraction ui;  // the conversions report their progress here
+  VectorChannel target;
+};
+
+TEST_F(SampleConversions, BitsWidenAndNarrowWithHalfToEvenRounding) {
   VectorChannel channel{{0, 1, -1, 127, -128}};
   ConvertSampleBits(channel, 8, 16, 1.0F);
   EXPECT_EQ(channel.samples, (std::vector<int16_t>{0, 256, -256, 32512, -32768}));
-
   VectorChannel wide{{32767, -32768, 384, 640, -384, -640, 127, 128, 129}};
   ConvertSampleBits(wide, 16, 8, 1.0F);
   EXPECT_EQ(wide.samples, (std::vector<int16_t>{127, -128, 2, 2, -2, -2, 0, 0, 1}));
-
   VectorChannel same{{1000, -5}};
   ConvertSampleBits(same, 16, 16, 1.0F);
   ConvertSampleBits(same, 24, 8, 1.0F);
   EXPECT_EQ(same.samples, (std::vector<int16_t>{1000, -5}));
 }
 
-TEST(ConvertSampleBits, ReportsProgressEveryTenThousandSamplesFromTheCurrentValue) {
-  testing::RecordingInteraction recorder;
-  recorder.progress.SetCurrentProgress(0.5F);
-  recorder.progress.values.clear();
+TEST_F(SampleConversions, BitsReportProgressEveryTenThousandSamplesFromTheCurrentValue) {
+  ui.progress.SetCurrentProgress(0.5F);
+  ui.progress.values.clear();
   VectorChannel channel{std::vector<int16_t>(25'000, 3)};
   ConvertSampleBits(channel, 8, 16, 0.5F);
-  ASSERT_EQ(recorder.progress.values.size(), 2u);
-  EXPECT_FLOAT_EQ(recorder.progress.values[0], 0.5F + 0.5F * 10'000 / 25'000);
-  EXPECT_FLOAT_EQ(recorder.progress.values[1], 0.5F + 0.5F * 20'000 / 25'000);
+  ASSERT_EQ(ui.progress.values.size(), 2u);
+  EXPECT_FLOAT_EQ(ui.progress.values[0], 0.5F + 0.5F * 10'000 / 25'000);
+  EXPECT_FLOAT_EQ(ui.progress.values[1], 0.5F + 0.5F * 20'000 / 25'000);
 }
 
-TEST(ResampleNearest, HalfRateTakesEverySecondSample) {
-  testing::RecordingInteraction recorder;
-  VectorChannel source{{10, 20, 30, 40, 50, 60, 70, 80, 90, 100}};
-  VectorChannel target;
-  ResampleNearest(source, 50.0, target, 1.0F);
+TEST_F(SampleConversions, NearestTakesEverySecondSampleAtHalfRateAndRepeatsAtDouble) {
+  ResampleNearest(VectorChannel{{10, 20, 30, 40, 50, 60, 70, 80, 90, 100}}, 50.0, target, 1.0F);
   EXPECT_EQ(target.samples, (std::vector<int16_t>{20, 40, 60, 80, 100}));
-}
-
-TEST(ResampleNearest, UpsamplingRepeatsAndKeepsInsideTheSource) {
-  testing::RecordingInteraction recorder;
-  VectorChannel source{{1, 2, 3}};
-  VectorChannel target;
-  ResampleNearest(source, 200.0, target, 1.0F);
-  // i / 2 rounded half to even: 0->1st, 1, 2 (1.5), 2, 2 (2.5), 3
+  // i / 2 rounded half to even: 0->1st, 1, 2 (1.5), 2, 2 (2.5), 3; kept inside the source.
+  ResampleNearest(VectorChannel{{1, 2, 3}}, 200.0, target, 1.0F);
   EXPECT_EQ(target.samples, (std::vector<int16_t>{1, 1, 2, 2, 2, 3}));
-  VectorChannel tiny{{7, 8}};
-  ResampleNearest(tiny, 50.0, target, 1.0F);
+  ResampleNearest(VectorChannel{{7, 8}}, 50.0, target, 1.0F);
   EXPECT_EQ(target.samples, (std::vector<int16_t>{7, 8}));
 }
 
-TEST(ResampleCurve, FourTimesFollowsTheBezierBetweenNeighbours) {
-  testing::RecordingInteraction recorder;
-  VectorChannel source{{0, 800, 0, 0}};
-  VectorChannel target;
-  ResampleCurve(source, 16, 400.0, 400.0, target, 1.0F, 4);
+TEST_F(SampleConversions, CurveAtFourTimesFollowsTheBezierBetweenNeighbours) {
+  ResampleCurve(VectorChannel{{0, 800, 0, 0}}, 16, 400.0, 400.0, target, 1.0F, 4);
   ASSERT_EQ(target.samples.size(), 16u);
-  // Interval 0 -> 800: P0 0, P1 160, P2 800, P3 800.
-  EXPECT_EQ(target.samples[0], 0);
-  EXPECT_EQ(target.samples[1], 192);  // 192.5 to even
-  EXPECT_EQ(target.samples[2], 460);
-  EXPECT_EQ(target.samples[3], 698);  // 697.5 to even
-  EXPECT_EQ(target.samples[4], 800);  // every whole position is a source sample
-  EXPECT_EQ(target.samples[8], 0);
+  // Interval 0 -> 800: P0 0, P1 160, P2 800, P3 800; 192.5 and 697.5 go to even. Interval
+  // 800 -> 0 is its mirror image; every whole position is a source sample.
+  EXPECT_EQ(std::vector<int16_t>(target.samples.begin(), target.samples.begin() + 9),
+            (std::vector<int16_t>{0, 192, 460, 698, 800, 698, 460, 192, 0}));
   EXPECT_EQ(target.samples[12], 0);
-  // Interval 800 -> 0: P0 800, P1 800, P2 160, P3 0, the mirror image.
-  EXPECT_EQ(target.samples[5], 698);
-  EXPECT_EQ(target.samples[7], 192);
   EXPECT_EQ(target.resizes, 5);  // grown four at a time, then cut to its length
+  // Sources shorter than three samples are copied unchanged.
+  ResampleCurve(VectorChannel{{5, -5}}, 16, 400.0, 400.0, target, 1.0F, 4);
+  EXPECT_EQ(target.samples, (std::vector<int16_t>{5, -5}));
 }
 
-TEST(ResampleCurve, OvershootIsLimitedToTheRangeOfTheBits) {
-  testing::RecordingInteraction recorder;
-  VectorChannel source{{0, 127, 127, 0, -128, -128, 0}};
-  VectorChannel eight;
-  ResampleCurve(source, 8, 400.0, 400.0, eight, 1.0F, 1024);
+TEST_F(SampleConversions, CurveOvershootIsLimitedToTheRangeOfTheBits) {
+  const VectorChannel source{{0, 127, 127, 0, -128, -128, 0}};
+  ResampleCurve(source, 8, 400.0, 400.0, target, 1.0F, 1024);
+  ASSERT_EQ(target.samples.size(), 28u);
+  auto [lowest, highest] = std::minmax_element(target.samples.begin(), target.samples.end());
+  EXPECT_EQ(*lowest, -128);
+  EXPECT_EQ(*highest, 127);
   VectorChannel sixteen;
   ResampleCurve(source, 16, 400.0, 400.0, sixteen, 1.0F, 1024);
-  ASSERT_EQ(eight.samples.size(), 28u);
-  int16_t highest8 = 0, lowest8 = 0, highest16 = 0, lowest16 = 0;
-  for (int16_t v : eight.samples) highest8 = std::max(highest8, v), lowest8 = std::min(lowest8, v);
-  for (int16_t v : sixteen.samples) {
-    highest16 = std::max(highest16, v);
-    lowest16 = std::min(lowest16, v);
-  }
-  EXPECT_GT(highest16, 127);
-  EXPECT_LT(lowest16, -128);
-  EXPECT_EQ(highest8, 127);
-  EXPECT_EQ(lowest8, -128);
+  std::tie(lowest, highest) = std::minmax_element(sixteen.samples.begin(), sixteen.samples.end());
+  EXPECT_LT(*lowest, -128);
+  EXPECT_GT(*highest, 127);
 }
 
-TEST(ResampleCurve, AChangingStepStretchesTheEndMoreThanTheStart) {
-  testing::RecordingInteraction recorder;
+TEST_F(SampleConversions, CurveWithAChangingStepStretchesTheEndMoreThanTheStart) {
   VectorChannel source{std::vector<int16_t>(1001, 0)};
   for (size_t i = 0; i < source.samples.size(); ++i) source.samples[i] = static_cast<int16_t>(i);
-  VectorChannel target;
   ResampleCurve(source, 16, 100.0, 200.0, target, 1.0F, 4096);
   // The step falls from 1 to 0.5: between 1001 (constant 100 %) and 2002 (constant 200 %).
   EXPECT_GT(target.samples.size(), 1200u);
   EXPECT_LT(target.samples.size(), 1800u);
   EXPECT_EQ(target.samples[0], 0);
   EXPECT_EQ(target.samples[1], 1);  // the start still steps by a whole sample
-  for (size_t i = 1; i < target.samples.size(); ++i) {
-    ASSERT_GE(target.samples[i], target.samples[i - 1]);  // a ramp stays a ramp
-  }
-}
-
-TEST(ResampleCurve, ShortSourcesAreCopiedUnchanged) {
-  testing::RecordingInteraction recorder;
-  VectorChannel source{{5, -5}};
-  VectorChannel target;
-  ResampleCurve(source, 16, 400.0, 400.0, target, 1.0F, 4);
-  EXPECT_EQ(target.samples, (std::vector<int16_t>{5, -5}));
+  EXPECT_TRUE(std::is_sorted(target.samples.begin(), target.samples.end()));  // still a ramp
 }
 
 }  // namespace
-}  // namespace quorvane
+}  // namespace quorvane::testing

@@ -13,7 +13,7 @@
 #include "tests/support/RecordingInteraction.h"
 #include "tests/support/TempFolder.h"
 
-namespace quorvane {
+namespace quorvane::testing {
 namespace {
 
 namespace fs = std::filesystem;
@@ -30,35 +30,24 @@ class EnvironmentTest : public ::testing::Test {
   }
   void TearDown() override { ResetEnvironment(); }
 
-  testing::TempFolder root;
+  TempFolder root;
 };
 
-TEST_F(EnvironmentTest, AppPathsUseTheTemporaryFolderWithoutItsTrailingSlash) {
+TEST_F(EnvironmentTest, AppPathsUseTheTemporaryFolderWithoutItsTrailingSlashOrFallBack) {
   EXPECT_EQ(Env().AppPath, root.File("app"));
   EXPECT_EQ(Env().SystemTempPath, root.File("tmp"));
   EXPECT_EQ(Env().SettingsFile, root.File("app") + "/quorvane-audio.ini");
-}
-
-TEST_F(EnvironmentTest, AnUnusableTemporaryFolderFallsBackToTheProgramFolder) {
-  InitAppPaths(root.File("app"), root.File("missing"));
-  EXPECT_EQ(Env().SystemTempPath, root.File("app"));
-  InitAppPaths(root.File("app"), root.Write("plainfile", "x"));
-  EXPECT_EQ(Env().SystemTempPath, root.File("app"));
-  InitAppPaths(root.File("app"), "   ");
-  EXPECT_EQ(Env().SystemTempPath, root.File("app"));
-}
-
-TEST_F(EnvironmentTest, SettingsFileMovesToTheUserConfigFolderWhenTheProgramFolderIsUnusable) {
-  const char* saved = std::getenv("XDG_CONFIG_HOME");
-  const std::string savedValue = saved ? saved : "";
-  setenv("XDG_CONFIG_HOME", root.File("config").c_str(), 1);
+  // An unusable temporary folder falls back to the program folder.
+  for (const std::string& unusable :
+       {root.File("missing"), root.Write("plainfile", "x"), std::string("   ")}) {
+    InitAppPaths(root.File("app"), unusable);
+    EXPECT_EQ(Env().SystemTempPath, root.File("app")) << unusable;
+  }
+  // So does the settings file, to the user's configuration folder.
+  const ScopedVariable configHome("XDG_CONFIG_HOME", root.File("config"));
   EXPECT_EQ(SettingsFilePlace(root.File("no-such-folder")),
             root.File("config") + "/quorvane-audio/quorvane-audio.ini");
   EXPECT_TRUE(fs::is_directory(root.File("config") + "/quorvane-audio"));
-  if (saved)
-    setenv("XDG_CONFIG_HOME", savedValue.c_str(), 1);
-  else
-    unsetenv("XDG_CONFIG_HOME");
 }
 
 TEST_F(EnvironmentTest, SettingsRoundTripWithTheirDefaults) {
@@ -71,9 +60,7 @@ TEST_F(EnvironmentTest, SettingsRoundTripWithTheirDefaults) {
   EXPECT_EQ(SettingGet("", "", "x"), "last");  // empty key is "END"
   SettingPut("General", "Long", std::string(150, 'v'));
   EXPECT_EQ(SettingGet("General", "Long", ""), std::string(99, 'v'));
-}
-
-TEST_F(EnvironmentTest, SettingsWithoutAFileGiveDefaultsAndWritesFailQuietly) {
+  // Without a file: defaults, and writes fail quietly.
   Env().SettingsFile = root.File("missing-folder") + "/quorvane-audio.ini";
   SettingPut("General", "ChangeVol", "80");
   EXPECT_EQ(SettingGet("General", "ChangeVol", "150"), "150");
@@ -86,13 +73,11 @@ TEST_F(EnvironmentTest, TempFolderComesFromTheSettingOrFallsBack) {
   EXPECT_EQ(SettingGet("General", "InstalledPath", ""), root.File("app"));
   EXPECT_GT(std::stoll(SettingGet("General", "FreeHardDisk", "0")), 0);
 
-  SettingPut("General", "TmpDir0", root.File("gone"));
-  ASSERT_TRUE(InitTempFolder(200.0));
-  EXPECT_EQ(Env().TempRoot, root.File("tmp"));
-
-  SettingPut("General", "TmpDir0", root.Write("afile", ""));
-  ASSERT_TRUE(InitTempFolder(300.0));
-  EXPECT_EQ(Env().TempRoot, root.File("tmp"));
+  for (const std::string& unusable : {root.File("gone"), root.Write("afile", "")}) {
+    SettingPut("General", "TmpDir0", unusable);
+    ASSERT_TRUE(InitTempFolder(200.0));
+    EXPECT_EQ(Env().TempRoot, root.File("tmp"));
+  }
 
   fs::create_directory(root.File("chosen"));
   SettingPut("General", "TmpDir0", root.File("chosen"));
@@ -111,7 +96,7 @@ TEST_F(EnvironmentTest, SessionFolderSkipsNamesThatAreTaken) {
   EXPECT_EQ(MakeSessionFolder(1.0), "");
 }
 
-TEST_F(EnvironmentTest, TemporaryNamesCountUpAndSkipExistingFiles) {
+TEST_F(EnvironmentTest, TemporaryNamesSkipExistingFilesAndGoWithTheSessionFolder) {
   ASSERT_TRUE(InitTempFolder(500.0));
   const std::string folder = Env().SessionFolder;
   EXPECT_EQ(NewTempFileName("wav"), folder + "/tm1.wav");
@@ -119,13 +104,7 @@ TEST_F(EnvironmentTest, TemporaryNamesCountUpAndSkipExistingFiles) {
   root.Write("tmp/fm501/tm3.wav", "");
   EXPECT_EQ(NewTempFileName("wav"), folder + "/tm4.wav");
   EXPECT_EQ(NewTempFileName(""), folder + "/tm5.tmp");
-}
-
-TEST_F(EnvironmentTest, RemovingTheSessionFolderDeletesItsFiles) {
-  ASSERT_TRUE(InitTempFolder(600.0));
-  const std::string folder = Env().SessionFolder;
-  root.Write("tmp/fm601/tm1.tmp", "1234");
-  root.Write("tmp/fm601/tm2.wav", "5678");
+  root.Write("tmp/fm501/tm1.tmp", "1234");
   RemoveSessionFolder();
   EXPECT_FALSE(fs::exists(folder));
 
@@ -140,9 +119,9 @@ TEST_F(EnvironmentTest, RemovingTheSessionFolderDeletesItsFiles) {
 TEST_F(EnvironmentTest, FileHelpersSeeOnlyFiles) {
   const std::string file = root.Write("a.wav", "x");
   EXPECT_TRUE(FileExists(file));
-  EXPECT_FALSE(FileExists(root.File("tmp")));
-  EXPECT_FALSE(FileExists("   "));
-  EXPECT_FALSE(FileExists(root.File("b.wav")));
+  for (const std::string& none : {root.File("tmp"), std::string("   "), root.File("b.wav")}) {
+    EXPECT_FALSE(FileExists(none)) << none;
+  }
   EXPECT_TRUE(DeleteFileIfExists(file));
   EXPECT_FALSE(FileExists(file));
   EXPECT_TRUE(DeleteFileIfExists(file));
@@ -151,15 +130,13 @@ TEST_F(EnvironmentTest, FileHelpersSeeOnlyFiles) {
 }
 
 TEST_F(EnvironmentTest, FreeDiskCheckReportsLowSpace) {
-  testing::RecordingInteraction recorder;
+  RecordingInteraction recorder;
   Env().TempRoot = root.File("tmp");
   const int64_t free = FreeDiskBytes();
   ASSERT_GT(free, 0);
   EXPECT_TRUE(CheckFreeDisk(0));
-  EXPECT_TRUE(recorder.messages.empty());
   EXPECT_FALSE(CheckFreeDisk(std::numeric_limits<int64_t>::max()));
-  ASSERT_EQ(recorder.messages.size(), 1u);
-  EXPECT_EQ(recorder.messages[0].text, "Free disk space for this is low.");
+  ASSERT_EQ(recorder.Texts(), std::vector<std::string>{"Free disk space for this is low."});
   EXPECT_EQ(recorder.messages[0].caption, "Timeline Audio Editor");
   EXPECT_EQ(recorder.messages[0].icon, MessageIcon::Exclamation);
   EXPECT_EQ(recorder.messages[0].buttons, MessageButtons::OkOnly);
@@ -170,13 +147,13 @@ TEST_F(EnvironmentTest, FreeDiskCheckReportsLowSpace) {
 }
 
 TEST(MemoryBudget, FollowsTheShareOfPhysicalMemory) {
-  EXPECT_EQ(MemoryBudgetFor(268'435'456), 67'108'864);
-  EXPECT_EQ(MemoryBudgetFor(134'217'728), 44'291'850);
-  EXPECT_EQ(MemoryBudgetFor(16'777'216), 11'072'963);
-  EXPECT_EQ(MemoryBudgetFor(8'388'608), 10'000'000);
-  EXPECT_EQ(MemoryBudgetFor(50'000'000), 25'000'000);
-  EXPECT_EQ(MemoryBudgetFor(24ULL << 30), 67'108'864);
-  EXPECT_EQ(MemoryBudgetFor(0), 10'000'000);
+  using Case = std::pair<uint64_t, int64_t>;
+  for (const auto& [memory, budget] :
+       {Case{268'435'456, 67'108'864}, Case{134'217'728, 44'291'850}, Case{16'777'216, 11'072'963},
+        Case{8'388'608, 10'000'000}, Case{50'000'000, 25'000'000}, Case{24ULL << 30, 67'108'864},
+        Case{0, 10'000'000}}) {
+    EXPECT_EQ(MemoryBudgetFor(memory), budget) << memory;
+  }
 }
 
 TEST_F(EnvironmentTest, MemoryBudgetIsWrittenForOtherPrograms) {
@@ -191,9 +168,8 @@ TEST_F(EnvironmentTest, MemoryBudgetIsWrittenForOtherPrograms) {
   EXPECT_EQ(SettingGet("General", "PhyMemoryLoad", ""), "0");
 }
 
-TEST(MemoryStatus, ReadsTotalAndAvailableFromMeminfo) {
-  testing::TempFolder folder;
-  const std::string file = folder.Write(
+TEST_F(EnvironmentTest, MemoryStatusIsReadFromMeminfo) {
+  const std::string file = root.Write(
       "meminfo", "MemTotal:       1000 kB\nMemFree:  10 kB\nMemAvailable:    250 kB\ngarbage\n");
   const MemoryStatus status = QueryMemoryStatus(file);
   EXPECT_EQ(status.totalBytes, 1'024'000u);
@@ -202,4 +178,4 @@ TEST(MemoryStatus, ReadsTotalAndAvailableFromMeminfo) {
 }
 
 }  // namespace
-}  // namespace quorvane
+}  // namespace quorvane::testing

@@ -11,21 +11,20 @@
 namespace quorvane {
 namespace {
 
-TEST(DefaultAnswer, IsTheButtonAtTheDefaultIndex) {
-  MessageRequest request;
-  request.buttons = MessageButtons::YesNoCancel;
-  EXPECT_EQ(DefaultAnswer(request), MessageAnswer::Yes);
-  request.defaultButton = 2;
-  EXPECT_EQ(DefaultAnswer(request), MessageAnswer::No);
-  request.defaultButton = 3;
-  EXPECT_EQ(DefaultAnswer(request), MessageAnswer::Cancel);
-  request.defaultButton = 4;  // no fourth button: the first one
-  EXPECT_EQ(DefaultAnswer(request), MessageAnswer::Yes);
-  request.buttons = MessageButtons::OkOnly;
-  request.defaultButton = 2;
-  EXPECT_EQ(DefaultAnswer(request), MessageAnswer::Ok);
-  request.buttons = MessageButtons::RetryCancel;
-  EXPECT_EQ(DefaultAnswer(request), MessageAnswer::Cancel);
+TEST(DefaultAnswer, IsTheButtonAtTheDefaultIndexOrTheFirst) {
+  using Case = std::tuple<MessageButtons, int, MessageAnswer>;
+  for (const auto& [buttons, index, answer] :
+       {Case{MessageButtons::YesNoCancel, 1, MessageAnswer::Yes},
+        Case{MessageButtons::YesNoCancel, 2, MessageAnswer::No},
+        Case{MessageButtons::YesNoCancel, 3, MessageAnswer::Cancel},
+        Case{MessageButtons::YesNoCancel, 4, MessageAnswer::Yes},
+        Case{MessageButtons::OkOnly, 2, MessageAnswer::Ok},
+        Case{MessageButtons::RetryCancel, 2, MessageAnswer::Cancel}}) {
+    MessageRequest request;
+    request.buttons = buttons;
+    request.defaultButton = index;
+    EXPECT_EQ(DefaultAnswer(request), answer) << index;
+  }
 }
 
 TEST(BatchInteraction, WritesOneJsonObjectPerMessageAndTakesTheDefault) {
@@ -35,18 +34,14 @@ TEST(BatchInteraction, WritesOneJsonObjectPerMessageAndTakesTheDefault) {
                          MessageIcon::Question, MessageButtons::YesNoCancel, 2};
   EXPECT_EQ(batch.MsgBox(request), MessageAnswer::No);
   batch.Message("File not found", MessageIcon::Critical, "Open Wave Error");
+  EXPECT_EQ(batch.InputBox("Seconds of silence", "Insert Silence", "1"), "1");
   EXPECT_EQ(out.str(),
             "{\"caption\":\"Timeline Audio Editor\",\"text\":\"Save changes?\\r\\nSlide "
             "\\\"1\\\"\",\"icon\":\"Question\",\"buttons\":\"YesNoCancel\",\"answer\":\"No\"}\n"
             "{\"caption\":\"Open Wave Error\",\"text\":\"File not found\",\"icon\":\"Critical\","
-            "\"buttons\":\"OKOnly\",\"answer\":\"OK\"}\n");
-}
-
-TEST(BatchInteraction, InputBoxesTakeTheirDefaultText) {
-  std::ostringstream out;
-  BatchInteraction batch(out);
-  EXPECT_EQ(batch.InputBox("Seconds of silence", "Insert Silence", "1"), "1");
-  EXPECT_NE(out.str().find("\"answer\":\"1\""), std::string::npos);
+            "\"buttons\":\"OKOnly\",\"answer\":\"OK\"}\n"
+            "{\"caption\":\"Insert Silence\",\"text\":\"Seconds of silence\",\"icon\":\"None\","
+            "\"buttons\":\"Input\",\"answer\":\"1\"}\n");
 }
 
 TEST(JsonString, EscapesControlCharactersAndReplacesBrokenUtf8) {

@@ -2,22 +2,14 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
+#include <tuple>
 
 #include "core/HostFlag.h"
 #include "core/ProjectIni.h"
 #include "tests/support/TempFolder.h"
 
-namespace quorvane {
+namespace quorvane::testing {
 namespace {
-
-MarkerInfo Marker(int32_t kind, int32_t position, int32_t slide) {
-  MarkerInfo marker;
-  marker.Kind = kind;
-  marker.Position = position;
-  marker.Slide = slide;
-  return marker;
-}
 
 TEST(ProjectTables, DefaultsBeforeReadingHoldOneSlideNamedNew) {
   SetProjectDefaults("/opt/quorvane");
@@ -36,11 +28,12 @@ TEST(ProjectTables, DefaultsBeforeReadingHoldOneSlideNamedNew) {
 
 TEST(ProjectTables, SortingKeepsMarkersAtEqualPositionsInTheirOrder) {
   SetProjectDefaults("/");
-  AddMarker(Marker(kAutoMarker, 300, 1));
-  AddMarker(Marker(kClickMarker, 100, 1));
-  AddMarker(Marker(kAutoMarker, 100, 2));
-  AddMarker(Marker(kClickMarker, 50, 1));
-  AddMarker(Marker(kClickMarker, 100, 3));
+  for (const auto& [kind, position, slide] :
+       {std::tuple{kAutoMarker, 300, 1}, std::tuple{kClickMarker, 100, 1},
+        std::tuple{kAutoMarker, 100, 2}, std::tuple{kClickMarker, 50, 1},
+        std::tuple{kClickMarker, 100, 3}}) {
+    AddMarker(MarkerInfo{kind, 0.0F, position, slide});
+  }
   SortMarkers();
   const auto& markers = Project().Markers;
   ASSERT_EQ(Project().MarkerCount, 5);
@@ -66,15 +59,14 @@ TEST(ProjectTables, SlideEndPositionIsTheNextEntrysStart) {
   project.Slides[1].Start = 1;
   project.Slides[2].Start = 1001;
   project.Slides[3].Start = 2501;
-  EXPECT_EQ(SlideEndPosition(1, 2500), 1001);
-  EXPECT_EQ(SlideEndPosition(2, 2500), 2501);
-  EXPECT_EQ(SlideEndPosition(3, 2500), 2501);
-  EXPECT_EQ(SlideEndPosition(0, 2500), 0);
-  EXPECT_EQ(SlideEndPosition(4, 2500), 0);
+  for (const auto& [slide, end] : {std::pair{1, 1001}, std::pair{2, 2501}, std::pair{3, 2501},
+                                   std::pair{0, 0}, std::pair{4, 0}}) {
+    EXPECT_EQ(SlideEndPosition(slide, 2500), end) << slide;
+  }
 }
 
 TEST(ProjectIni, LongValuesAreReadWholeUpTo1999Characters) {
-  testing::TempFolder folder;
+  TempFolder folder;
   const std::string file = folder.File("project.ini");
   const std::string track(60, 't');
   ProjectIniPut("1", "SlideTrack", track, file);
@@ -89,21 +81,15 @@ TEST(ProjectIni, LongValuesAreReadWholeUpTo1999Characters) {
 }
 
 TEST(HostFlag, IsWrittenToThePerUserSettingsOfTheAddIn) {
-  testing::TempFolder folder;
-  const char* saved = std::getenv("XDG_CONFIG_HOME");
-  const std::string savedValue = saved ? saved : "";
-  setenv("XDG_CONFIG_HOME", folder.Path().c_str(), 1);
+  TempFolder folder;
+  const ScopedVariable configHome("XDG_CONFIG_HOME", folder.Path());
   EXPECT_EQ(HostFlagFile(), folder.Path() + "/VB and VBA Program Settings/Quorvane Stagora.conf");
   EXPECT_EQ(GetHostFlag(), "");
   EXPECT_TRUE(SetHostFlag("1"));
   EXPECT_EQ(GetHostFlag(), "1");
   EXPECT_EQ(folder.Read("VB and VBA Program Settings/Quorvane Stagora.conf"),
             "[Dynamic]\nTAEState=1\n");
-  if (saved)
-    setenv("XDG_CONFIG_HOME", savedValue.c_str(), 1);
-  else
-    unsetenv("XDG_CONFIG_HOME");
 }
 
 }  // namespace
-}  // namespace quorvane
+}  // namespace quorvane::testing

@@ -7,7 +7,7 @@
 
 #include "tests/support/TempFolder.h"
 
-namespace quorvane {
+namespace quorvane::testing {
 namespace {
 
 using Arguments = std::vector<std::string>;
@@ -25,36 +25,37 @@ TEST(SplitCommandLine, BlanksSeparateAndQuotesGroup) {
   EXPECT_EQ(SplitCommandLine("back\\slash \"$HOME;rm\""), (Arguments{"back\\slash", "$HOME;rm"}));
 }
 
-TEST(RunAndWaitProcess, RunsTheProgramWithQuotedPathsAndNoShell) {
-  testing::TempFolder folder;
+class ProcessRunner : public ::testing::Test {
+ protected:
+  TempFolder folder;
+  const RunOptions quick{std::chrono::milliseconds(500), std::chrono::milliseconds(0)};
+};
+
+TEST_F(ProcessRunner, RunsTheProgramWithQuotedPathsAndNoShell) {
   folder.Write("source file.txt", "narration");
   const std::string target = folder.File("copy; echo injected.txt");
-  const RunOptions quick{std::chrono::milliseconds(500), std::chrono::milliseconds(0)};
   ASSERT_TRUE(RunAndWaitProcess(
       "\"/bin/cp\" \"" + folder.File("source file.txt") + "\" \"" + target + "\"", quick));
   // The program has ended when the call returns: its output is complete.
-  EXPECT_EQ(testing::ReadFileBytes(target), "narration");
+  EXPECT_EQ(ReadFileBytes(target), "narration");
 }
 
-TEST(RunAndWaitProcess, AProgramThatCannotStartEndsTheWaitAtOnce) {
-  testing::TempFolder folder;
-  const RunOptions quick{std::chrono::milliseconds(500), std::chrono::milliseconds(0)};
+TEST_F(ProcessRunner, AProgramThatCannotStartEndsTheWaitAtOnce) {
   EXPECT_FALSE(RunAndWaitProcess("\"" + folder.File("no-such-encoder") + "\" x y", quick));
   EXPECT_FALSE(RunAndWaitProcess("", quick));
   const std::string notExecutable = folder.Write("plain.txt", "data");
   EXPECT_FALSE(RunAndWaitProcess("\"" + notExecutable + "\"", quick));
 }
 
-TEST(RunAndWaitProcess, WaitsForAChildThatOutlivesSeveralPolls) {
-  testing::TempFolder folder;
+TEST_F(ProcessRunner, WaitsForAChildThatOutlivesSeveralPolls) {
   const std::string marker = folder.File("done");
   const RunOptions fastPolls{std::chrono::milliseconds(20), std::chrono::milliseconds(0)};
   // A failing exit code still counts as run: only the files tell success.
   ASSERT_TRUE(RunAndWaitProcess("/usr/bin/timeout 0.3 /bin/sleep 5", fastPolls));
   ASSERT_TRUE(RunAndWaitProcess("/bin/sh -c \"sleep 0.2; touch '" + marker + "'\"", fastPolls));
-  EXPECT_TRUE(testing::ReadFileBytes(marker).empty());
+  EXPECT_TRUE(ReadFileBytes(marker).empty());
   EXPECT_TRUE(std::ifstream(marker).good());
 }
 
 }  // namespace
-}  // namespace quorvane
+}  // namespace quorvane::testing

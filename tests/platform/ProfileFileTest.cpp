@@ -6,7 +6,7 @@
 
 #include "tests/support/TempFolder.h"
 
-namespace quorvane {
+namespace quorvane::testing {
 namespace {
 
 std::string Get(const std::string& file, const std::string& section, const std::string& key,
@@ -14,8 +14,12 @@ std::string Get(const std::string& file, const std::string& section, const std::
   return GetProfileString(file, section, key, "<default>", size).value;
 }
 
-TEST(ProfileFileRead, MatchesNamesWithoutCaseAndCleansValues) {
-  testing::TempFolder folder;
+class ProfileFile : public ::testing::Test {
+ protected:
+  TempFolder folder;
+};
+
+TEST_F(ProfileFile, ReadMatchesNamesWithoutCaseAndCleansValues) {
   const std::string file = folder.Write("p.ini",
                                         "; a comment\n"
                                         "[Project]\n"
@@ -37,8 +41,7 @@ TEST(ProfileFileRead, MatchesNamesWithoutCaseAndCleansValues) {
   EXPECT_EQ(Get(folder.File("absent.ini"), "Project", "a"), "<default>");
 }
 
-TEST(ProfileFileRead, FirstSectionAndKeyWinAndGarbageIsIgnored) {
-  testing::TempFolder folder;
+TEST_F(ProfileFile, ReadTakesTheFirstSectionAndKeyAndGarbageIsIgnored) {
   const std::string file = folder.Write("p.ini",
                                         "garbage line without equals\r\n"
                                         "[1]\r\n"
@@ -54,8 +57,7 @@ TEST(ProfileFileRead, FirstSectionAndKeyWinAndGarbageIsIgnored) {
   EXPECT_EQ(Get(file, "broken", "Duration"), "<default>");
 }
 
-TEST(ProfileFileRead, TheBufferSizeLimitsTheValue) {
-  testing::TempFolder folder;
+TEST_F(ProfileFile, ReadIsLimitedByTheBufferSize) {
   const std::string file = folder.Write("p.ini", "[S]\nk=" + std::string(120, 'x') + "\n");
   ProfileRead read = GetProfileString(file, "S", "k", "", 50);
   EXPECT_EQ(read.copied, 49u);
@@ -66,8 +68,7 @@ TEST(ProfileFileRead, TheBufferSizeLimitsTheValue) {
   EXPECT_EQ(GetProfileString(file, "S", "k", "", 0).copied, 0u);
 }
 
-TEST(ProfileFileWrite, ChangesOnlyTheLineItConcerns) {
-  testing::TempFolder folder;
+TEST_F(ProfileFile, WriteChangesOnlyTheLineItConcerns) {
   const std::string file = folder.Write("p.ini",
                                         "; keep me\n"
                                         "[Project]\n"
@@ -102,8 +103,7 @@ TEST(ProfileFileWrite, ChangesOnlyTheLineItConcerns) {
             "SlideTrack=c.wav\n");
 }
 
-TEST(ProfileFileWrite, KeepsCrLfEndingsAndCreatesMissingFiles) {
-  testing::TempFolder folder;
+TEST_F(ProfileFile, WriteKeepsCrLfEndingsAndCreatesMissingFiles) {
   const std::string file = folder.Write("p.ini", "[A]\r\nx=1\r\n");
   ASSERT_TRUE(WriteProfileString(file, "A", "y", "2"));
   EXPECT_EQ(folder.Read("p.ini"), "[A]\r\nx=1\r\ny=2\r\n");
@@ -120,15 +120,13 @@ TEST(ProfileFileWrite, KeepsCrLfEndingsAndCreatesMissingFiles) {
   EXPECT_FALSE(WriteProfileString(folder.File("no/such/folder.ini"), "A", "x", "1"));
 }
 
-TEST(ProfileFile, AFolderOfThatNameIsNoFile) {
-  testing::TempFolder folder;
+TEST_F(ProfileFile, AFolderOfThatNameIsNoFile) {
   std::filesystem::create_directory(folder.File("project.ini"));
   EXPECT_EQ(Get(folder.File("project.ini"), "Project", "SlideCount"), "<default>");
   EXPECT_FALSE(WriteProfileString(folder.File("project.ini"), "Project", "SlideCount", "2"));
 }
 
-TEST(ProfileFileWrite, LongValuesAndForeignBytesSurviveARoundTrip) {
-  testing::TempFolder folder;
+TEST_F(ProfileFile, LongValuesAndForeignBytesSurviveARoundTrip) {
   const std::string file = folder.File("p.ini");
   const std::string value = std::string(3000, 'v') + "\xe9\xff";
   ASSERT_TRUE(WriteProfileString(file, "S", "k", value));
@@ -136,4 +134,4 @@ TEST(ProfileFileWrite, LongValuesAndForeignBytesSurviveARoundTrip) {
 }
 
 }  // namespace
-}  // namespace quorvane
+}  // namespace quorvane::testing

@@ -1,84 +1,167 @@
-// What the storage tests share: a fresh session folder, block list, editor state and
-// project for every case, a recording window, source WAV files described as BlockOrgFile
-// blocks the way the WAV reader describes them, and a recognisable test signal.
+// What the storage tests share: a fresh session for every case, source WAV files
+// described as BlockOrgFile blocks the way the WAV reader describes them, carriers and
+// documents of given samples, slides and markers, and a recognisable test signal.
 #pragma once
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
+#include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
+#include "core/ProjectTables.h"
 #include "storage/BlockCarrBuffClass.h"
-#include "storage/DocumentWindow.h"
+#include "storage/BlockList.h"
+#include "storage/EditorState.h"
 #include "storage/FileMemoClass.h"
-#include "tests/support/RecordingInteraction.h"
-#include "tests/support/TempFolder.h"
+#include "tests/support/SessionFixture.h"
+#include "tests/support/WaveBuilder.h"
 
 namespace quorvane::testing {
 
-class RecordingWindow : public DocumentWindow {
- public:
-  void SetUndoMenuItem(const std::string& caption, bool enabled) override {
-    menuCaption = caption;
-    menuEnabled = enabled;
-  }
-  void SetUndoButton(bool enabled, const std::string& toolTip) override {
-    buttonEnabled = enabled;
-    buttonToolTip = toolTip;
-  }
-  void SetMenu_To_DefaultFormat() override { ++formatMenuRefreshes; }
-  UndoClearChoice ShowUndoClearFrm(const std::vector<std::string>& AvailList) override {
-    shownEntries = AvailList;
-    return clearChoice;
-  }
-
-  std::string menuCaption;
-  bool menuEnabled = false;
-  bool buttonEnabled = false;
-  std::string buttonToolTip;
-  int formatMenuRefreshes = 0;
-  std::vector<std::string> shownEntries;
-  UndoClearChoice clearChoice;
-};
-
-class StorageTest : public ::testing::Test {
+class StorageTest : public SessionTest {
  protected:
-  StorageTest();
-  ~StorageTest() override;
-  int TempFilesOnDisk() const;  // temporary block files in the session folder
-
-  TempFolder folder;   // the session folder
-  TempFolder outside;  // a folder that is not
-  RecordingInteraction ui;
-  RecordingWindow window;
+  int TempFilesOnDisk() const {  // temporary block files in the session folder
+    int count = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(session.Path())) {
+      count += entry.path().extension() == ".tmp" ? 1 : 0;
+    }
+    return count;
+  }
 };
 
 // Writes a PCM WAV file of interleaved samples (8-bit values are written as value + 128)
 // and describes it as the WAV reader does: a BlockOrgFile block per run of `blockFrames`
 // frames and channel, left/right pairs registered; the carriers adopt the blocks.
-void DescribeWav(const std::string& path, int32_t channels, int32_t bits,
-                 const std::vector<int16_t>& samples, int32_t blockFrames, BlockCarrBuffClass& left,
-                 BlockCarrBuffClass& right);
+inline void DescribeWav(const std::string& path, int32_t channels, int32_t bits,
+                        const std::vector<int16_t>& samples, int32_t blockFrames,
+                        BlockCarrBuffClass& left, BlockCarrBuffClass& right) {
+  const int32_t sampleBytes = bits / 8;
+  const int32_t frames = static_cast<int32_t>(samples.size()) / channels;
+  std::ofstream(path, std::ios::binary | std::ios::trunc)
+      << PcmWave(channels, 44100, bits, samples);
+
+  const int32_t entry = RegisterOriginalFile(path, channels, bits);
+  std::vector<int32_t> blocks[2];
+  for (int32_t i = 0; i < frames; i += blockFrames) {
+    for (int32_t channel = 0; channel < channels; ++channel) {
+      const int32_t block = NewBlock(std::min(blockFrames, frames - i), BlockSilence);
+      BlockTable[block].FileRef = entry;
+      BlockTable[block].FilePosition = 44 + (i * channels + channel) * sampleBytes + 1;
+      BlockTable[block].Start = i + 1;
+      BlockTable[block].Kind = BlockOrgFile;
+      OrgFileTable[entry].UseCount += 1;
+      blocks[channel].push_back(block);
+    }
+    if (channels == 2) RegisterChannelPair(blocks[0].back(), blocks[1].back());
+  }
+  left.BuffBlocksPutFresh(blocks[0]);
+  right.BuffBlocksPutFresh(blocks[1]);
+}
 
 // A carrier of memory blocks of at most `blockLength` samples holding the values.
-BlockCarrBuffClass CarrierOf(const std::vector<int16_t>& values, int32_t blockLength = 1000);
-std::vector<int16_t> CarrierSamples(BlockCarrBuffClass& carrier);  // through WaveLR
+inline BlockCarrBuffClass CarrierOf(const std::vector<int16_t>& values,
+                                    int32_t blockLength = 1000) {
+  std::vector<int32_t> blocks;
+  for (size_t i = 0; i < values.size(); i += static_cast<size_t>(blockLength)) {
+    const auto length = static_cast<int32_t>(std::min(values.size() - i, size_t(blockLength)));
+    const int32_t block = NewBlock(length, BlockMemory);
+    BlockTable[block].Start = static_cast<int32_t>(i) + 1;
+    std::copy_n(values.begin() + static_cast<std::ptrdiff_t>(i), length,
+                BlockTable[block].Data.begin());
+    blocks.push_back(block);
+  }
+  BlockCarrBuffClass carrier;
+  carrier.BuffBlocksPutFresh(blocks);
+  return carrier;
+}
+
+inline std::vector<int32_t> BlocksOf(const BlockCarrBuffClass& carrier) {
+  std::vector<int32_t> blocks;
+  carrier.BuffBlocksGet(blocks);
+  return blocks;
+}
+
+// Every sample of a carrier, through WaveLR.
+inline std::vector<int16_t> CarrierSamples(BlockCarrBuffClass& carrier) {
+  std::vector<int16_t> values;
+  for (int32_t position = 1; position <= carrier.WaveINos; ++position) {
+    values.push_back(carrier.WaveLR(position));
+  }
+  return values;
+}
 
 // Fills an emptied document as loading does (no undo item, not marked changed): stereo
 // when `right` is not empty, 16 bits, 44,100 Hz.
-void LoadDocument(FileMemoClass& document, BlockCarrBuffClass& left, BlockCarrBuffClass& right);
-void LoadDocument(FileMemoClass& document, const std::vector<int16_t>& left,
-                  const std::vector<int16_t>& right, int32_t blockLength);
-// Every sample of channel 1 (left) or 2 (right), read without loading.
-std::vector<int16_t> ChannelSamples(FileMemoClass& document, int32_t channel);
+inline void LoadDocument(FileMemoClass& document, BlockCarrBuffClass& left,
+                         BlockCarrBuffClass& right) {
+  document.StorageReset();
+  document.WavFmtChannel = right.WaveINos > 0 ? 2 : 1;
+  document.WavFmtBits = 16;
+  document.WavFmtFreq = 44100;
+  document.SwitchUndoOff = true;
+  document.WaveDataInsert(1, document.WavFmtChannel == 2 ? 0 : 1, &left, &right, "", true);
+  document.SwitchUndoOff = false;
+  Editor().WaveChanged = false;
+}
 
-void SetSlideStarts(const std::vector<int32_t>& starts);  // the last is the end entry
-std::vector<int32_t> SlideStarts();
-void SetMarkers(const std::vector<int32_t>& positions);  // click markers of slide 1
-std::vector<int32_t> MarkerPositions();
+inline void LoadDocument(FileMemoClass& document, const std::vector<int16_t>& left,
+                         const std::vector<int16_t>& right, int32_t blockLength) {
+  BlockCarrBuffClass leftCarrier = CarrierOf(left, blockLength);
+  BlockCarrBuffClass rightCarrier = CarrierOf(right, blockLength);
+  LoadDocument(document, leftCarrier, rightCarrier);
+}
 
-int16_t Signal(int32_t channel, int32_t frame);
-std::vector<int16_t> SignalRun(int32_t channel, int32_t first, int32_t count);
+// Every sample of channel 1 (left) or 2 (right), read through QuickBuffGet, which loads
+// nothing.
+inline std::vector<int16_t> QuickSamples(FileMemoClass& document, int32_t channel) {
+  const ChannelBlockList& list = channel == 1 ? document.LeftChannel() : document.RightChannel();
+  std::vector<int16_t> buffers[2];
+  document.QuickBuffGet(1, list.Length(), channel, buffers[0], buffers[1]);
+  return std::vector<int16_t>(buffers[channel - 1].begin() + 1, buffers[channel - 1].end());
+}
+
+// Slide starts, the last one the end entry; click markers of slide 1.
+inline void SetSlideStarts(const std::vector<int32_t>& starts) {
+  ProjectData& project = Project();
+  project.SlideCount = static_cast<int32_t>(starts.size()) - 1;
+  project.SlideEntryCount = static_cast<int32_t>(starts.size());
+  project.Slides.assign(starts.size() + 1, SlideInfo{});
+  for (size_t i = 0; i < starts.size(); ++i) project.Slides[i + 1].Start = starts[i];
+}
+
+inline std::vector<int32_t> SlideStarts() {
+  std::vector<int32_t> starts;
+  for (int32_t i = 1; i <= Project().SlideEntryCount; ++i)
+    starts.push_back(Project().Slides[i].Start);
+  return starts;
+}
+
+inline void SetMarkers(const std::vector<int32_t>& positions) {
+  Project().Markers.assign(1, MarkerInfo{});
+  Project().MarkerCount = 0;
+  for (const int32_t position : positions) AddMarker(MarkerInfo{kClickMarker, 0.0F, position, 1});
+}
+
+inline std::vector<int32_t> MarkerPositions() {
+  std::vector<int32_t> positions;
+  for (int32_t i = 1; i <= Project().MarkerCount; ++i)
+    positions.push_back(Project().Markers[i].Position);
+  return positions;
+}
+
+// A recognisable signal: sample `frame` of `channel`.
+inline int16_t Signal(int32_t channel, int32_t frame) {
+  return static_cast<int16_t>((frame * 37 + channel * 5003) % 30011 - 15000);
+}
+
+inline std::vector<int16_t> SignalRun(int32_t channel, int32_t first, int32_t count) {
+  std::vector<int16_t> values;
+  for (int32_t i = 0; i < count; ++i) values.push_back(Signal(channel, first + i));
+  return values;
+}
 
 }  // namespace quorvane::testing

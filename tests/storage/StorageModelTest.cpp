@@ -37,7 +37,360 @@ std::vector<MarkerInfo> Sorted(std::vector<MarkerInfo> markers) {
 
 class StorageModel : public StorageTest {
  protected:
-  void Run(uint32_t seed, int steps);
+  BlockCarrBuffClass RandomCarrier(int32_t count, int32_t channel, Samples& values) {
+    const int way = Random(1, 10);
+    if (way <= 4 || Length(0) < count) {
+      // Fresh audio in memory blocks, as recording or an effect makes it.
+      values.resize(static_cast<size_t>(count));
+      for (auto& value : values) value = static_cast<int16_t>(Random(-32768, 32767));
+      return CarrierOf(values, Random(50, 900));
+    }
+    BlockCarrBuffClass carrier;
+    if (way <= 8) {
+      // A copy of part of the document, sharing its blocks where they lie in files.
+      const int32_t from = Random(1, Length(0) - count + 1);
+      BlockCarrBuffClass parts[2];
+      document_.WaveCollectData(from, from + count - 1, channel, parts[0], parts[1]);
+      const Samples& source = model_.channel[channel - 1];
+      values.assign(source.begin() + from - 1, source.begin() + from - 1 + count);
+      return std::move(parts[channel - 1]);
+    }
+    // Silence with a few samples written into it.
+    carrier.ReDimSize(count);
+    values.assign(static_cast<size_t>(count), 0);
+    for (int i = Random(0, 5); i > 0; --i) {
+      const int32_t at = Random(1, count);
+      values[static_cast<size_t>(at) - 1] = static_cast<int16_t>(Random(-32768, 32767));
+      carrier.WaveLR(at, values[static_cast<size_t>(at) - 1]);
+    }
+    return carrier;
+  }
+
+  // Where no marker lies when the edit moves markers: undoing an insert removes the markers
+
+  // from the insertion point on, which a model that restores the state before does not copy.
+
+  int32_t InsertPosition(int32_t workChn) {
+    for (;;) {
+      const int32_t at = Random(1, Length(workChn) + 1);
+      if (!MovesSlides(workChn) ||
+          std::none_of(model_.markers.begin(), model_.markers.end(),
+                       [&](const MarkerInfo& marker) { return marker.Position == at; })) {
+        return at;
+      }
+    }
+  }
+
+  void Begin(const std::string& name) {
+    EditorState& editor = Editor();
+    editor.SelStart = model_.view[0] = Random(0, 1000);
+    editor.SelEnd = model_.view[1] = editor.SelStart + Random(0, 1000);
+    editor.ViewStart = model_.view[2] = Random(1, 1000);
+    editor.ViewLength = model_.view[3] = Random(0, 50000);
+    history_.emplace_back(model_, name);
+  }
+
+  void ModelInsert(int32_t at, int32_t workChn, const Samples* values, bool movesSlides) {
+    for (int32_t c = 0; c < 2; ++c) {
+      if (workChn != 2 - c) {
+        Samples& channel = model_.channel[c];
+        channel.insert(channel.begin() + at - 1, values[c].begin(), values[c].end());
+      }
+    }
+    if (!movesSlides) return;
+    const auto length = static_cast<int32_t>(values[workChn == 2 ? 1 : 0].size());
+    bool passed = false;
+    for (int32_t& start : model_.slides) {
+      if (start == at && !passed) {
+        passed = true;
+      } else if (start > at || passed) {
+        start += length;
+      }
+    }
+    for (MarkerInfo& marker : model_.markers) marker.Position += marker.Position > at ? length : 0;
+  }
+
+  void ModelDelete(int32_t at, int32_t workChn, int32_t count, bool movesSlides) {
+    for (int32_t c = 0; c < 2; ++c) {
+      if (workChn != 2 - c) {
+        Samples& channel = model_.channel[c];
+        channel.erase(channel.begin() + at - 1, channel.begin() + at - 1 + count);
+      }
+    }
+    if (!movesSlides) return;
+    const int32_t end = at + count - 1;
+    for (int32_t& start : model_.slides) start = start > end ? start - count : std::min(start, at);
+    std::erase_if(model_.markers,
+                  [&](const MarkerInfo& m) { return m.Position >= at && m.Position <= end; });
+    for (MarkerInfo& marker : model_.markers) marker.Position -= marker.Position > end ? count : 0;
+  }
+
+  void End() {  // the padding that ends every operation on a stereo document
+    if (model_.format[0] != 2) return;
+    const size_t length = std::max(model_.channel[0].size(), model_.channel[1].size());
+    for (Samples& channel : model_.channel) channel.resize(length, 0);
+  }
+
+  void Edit() {
+    const int32_t workChn = Random(0, 3) == 0 ? Random(1, 2) : 0;
+    const int kind = Length(workChn) < 10 ? 0 : Random(0, 2);
+    const std::string name = std::vector<std::string>{"Paste", "Delete", "Replace"}[kind];
+    Begin(name);
+    const BlockCarrBuffClass* carriers[2] = {};
+    BlockCarrBuffClass made[2];
+    Samples values[2];
+    if (kind != 1) {
+      const int32_t count = Random(1, 1500);
+      for (int32_t c = 0; c < 2; ++c) {
+        if (workChn == 2 - c) continue;
+        made[c] = RandomCarrier(count, c + 1, values[c]);
+        carriers[c] = &made[c];
+      }
+    }
+    if (kind == 0) {
+      const int32_t at = InsertPosition(workChn);
+      document_.WaveDataInsert(at, workChn, carriers[0], carriers[1], name, true);
+      ModelInsert(at, workChn, values, MovesSlides(workChn));
+    } else if (kind == 1) {
+      const int32_t at = Random(1, Length(workChn));
+      const int32_t count = Random(1, std::min(2000, Length(workChn) - at + 1));
+      document_.WaveDataDelete(at, workChn, count, name, true);
+      ModelDelete(at, workChn, count, MovesSlides(workChn));
+    } else {
+      const int32_t at = Random(1, Length(workChn));
+      document_.WaveDataReplace(at, workChn, carriers[0], carriers[1], name, true);
+      for (int32_t c = 1; c <= 2; ++c) {
+        if (workChn == 3 - c) continue;
+        const auto count = static_cast<int32_t>(values[c - 1].size());
+        ModelDelete(at, c, std::min(count, Length(c) - at + 1), false);
+      }
+      ModelInsert(at, workChn, values, false);
+    }
+    End();
+  }
+
+  void Move() {  // cut a stretch and paste it elsewhere as one operation
+    Begin("Move");
+    const int32_t from = Random(1, Length(0));
+    const int32_t count = Random(1, std::min(2000, Length(0) - from + 1));
+    BlockCarrBuffClass parts[2];
+    document_.WaveCollectData(from, from + count - 1, 0, parts[0], parts[1]);
+    Samples values[2];
+    for (int32_t c = 0; c < 2; ++c) {
+      const Samples& source = model_.channel[c];
+      values[c].assign(source.begin() + from - 1, source.begin() + from - 1 + count);
+    }
+    document_.WaveDataDelete(from, 0, count, "Move", false);
+    ModelDelete(from, 0, count, MovesSlides(0));
+    const int32_t to = InsertPosition(0);
+    document_.WaveDataInsert(to, 0, &parts[0], &parts[1], "Move", true);
+    ModelInsert(to, 0, values, MovesSlides(0));
+    End();
+  }
+
+  void Effect() {  // collect a stretch, change it sample by sample, put it back
+    Begin("Volume");
+    const int32_t at = Random(1, Length(0));
+    const int32_t count = Random(1, std::min(2000, Length(0) - at + 1));
+    BlockCarrBuffClass parts[2];
+    document_.WaveCollectData(at, at + count - 1, 0, parts[0], parts[1]);
+    for (int32_t c = 0; c < 2; ++c) {
+      for (int32_t i = 1; i <= count; i += Random(1, 3)) {
+        const auto changed =
+            static_cast<int16_t>(c == 0 ? parts[c].WaveLR(i) / 2 : ~parts[c].WaveLR(i));
+        parts[c].WaveLR(i, changed);
+        model_.channel[c][static_cast<size_t>(at + i) - 2] = changed;
+      }
+    }
+    document_.WaveDataReplace(at, 0, &parts[0], &parts[1], "Volume", true);
+    End();
+  }
+
+  void MarkerEdit() {
+    ProjectData& project = Project();
+    const int kind = Random(project.MarkerCount == 0 ? 1 : 0, 3);
+    if (kind == 0) {  // delete: recorded, then the last marker takes its place
+      Begin("Delete Marker");
+      const int32_t number = Random(1, project.MarkerCount);
+      const MarkerInfo removed = project.Markers[number];
+      document_.MarkerOneChanged(2, number, "Delete Marker", true);
+      project.Markers[number] = project.Markers[project.MarkerCount];
+      RemoveMarker(project.MarkerCount);
+      model_.markers.erase(
+          std::find_if(model_.markers.begin(), model_.markers.end(),
+                       [&](const MarkerInfo& m) { return SameMarker(m, removed); }));
+    } else if (kind == 1 && Length(0) > 0) {  // add: appended, then recorded
+      Begin("Add Click");
+      const MarkerInfo marker{Random(1, 2), 0.0F, Random(1, Length(0)), Random(1, 4)};
+      AddMarker(marker);
+      document_.MarkerOneChanged(1, project.MarkerCount, "Add Click", true);
+      model_.markers.push_back(marker);
+    } else if (kind == 2) {  // drag a slide boundary between its neighbours
+      Begin("Slide Drag");
+      const int32_t slide = Random(2, project.SlideCount);
+      document_.SlidesBeingChanged("Slide Drag", true);
+      project.Slides[slide].Start =
+          Random(project.Slides[slide - 1].Start, project.Slides[slide + 1].Start);
+      model_.slides[static_cast<size_t>(slide) - 1] = project.Slides[slide].Start;
+    } else {
+      Begin("Format");
+      const int32_t values[3] = {Random(0, 9) < 7 ? 2 : Random(0, 1), 8 * Random(0, 2),
+                                 std::vector<int32_t>{0, 22050, 48000}[Random(0, 2)]};
+      document_.WaveDataChangeFmt(values[0], values[1], values[2], "Format");
+      for (int i = 0; i < 3; ++i) model_.format[i] = values[i] != 0 ? values[i] : model_.format[i];
+    }
+  }
+
+  void DoUndo() {
+    const size_t messages = ui.messages.size();
+    document_.Undo();
+    if (history_.empty()) {
+      ASSERT_EQ(ui.Texts().back(), "Undo Failed");
+      return;
+    }
+    ASSERT_EQ(ui.messages.size(), messages) << ui.messages.back().text;
+    model_ = history_.back().first;
+    history_.pop_back();
+    const EditorState& editor = Editor();
+    EXPECT_EQ(editor.SelStart, model_.view[0]);
+    EXPECT_EQ(editor.SelEnd, model_.view[1]);
+    EXPECT_EQ(editor.ViewStart, model_.view[2]);
+    EXPECT_EQ(editor.ViewLength, model_.view[3]);
+  }
+
+  void CheckBookkeeping() {
+    // Every block is owned exactly once, by a channel or by an undo item.
+    std::vector<int32_t> owned;
+    for (const ChannelBlockList* channel : {&document_.LeftChannel(), &document_.RightChannel()}) {
+      int32_t start = 1;
+      for (const int32_t block : channel->Blocks()) {
+        ASSERT_EQ(BlockTable[block].Start, start);
+        start += BlockTable[block].Length;
+        owned.push_back(block);
+      }
+    }
+    for (const UndoItem& item : document_.UndoItems()) {
+      owned.insert(owned.end(), item.LeftBlocks.begin(), item.LeftBlocks.end());
+      owned.insert(owned.end(), item.RightBlocks.begin(), item.RightBlocks.end());
+    }
+    std::sort(owned.begin(), owned.end());
+    ASSERT_EQ(std::adjacent_find(owned.begin(), owned.end()), owned.end()) << "a block owned twice";
+    ASSERT_EQ(static_cast<int32_t>(owned.size()), BlocksInUse()) << "blocks leaked";
+    // Memory and file use counts are what the records say.
+    int64_t memory = 0;
+    std::vector<int32_t> uses[2] = {std::vector<int32_t>(TempFileTable.size()),
+                                    std::vector<int32_t>(OrgFileTable.size())};
+    for (const BlockRecord& record : BlockTable) {
+      ASSERT_EQ(record.Data.size(), IsResidentKind(record.Kind) ? size_t(record.Length) : 0u);
+      memory += IsResidentKind(record.Kind) ? 2 * int64_t{record.Length} : 0;
+      if (record.Kind == BlockMemFile || record.Kind == BlockFile) ++uses[0][record.FileRef];
+      if (record.Kind == BlockOrgFile) ++uses[1][record.FileRef];
+    }
+    ASSERT_EQ(memory, MemoryInUse);
+    for (size_t slot = 1; slot < TempFileTable.size(); ++slot) {
+      ASSERT_EQ(TempFileTable[slot].UseCount, uses[0][slot]) << "slot " << slot;
+    }
+    for (size_t entry = 1; entry < OrgFileTable.size(); ++entry) {
+      ASSERT_EQ(OrgFileTable[entry].UseCount, uses[1][entry]) << "entry " << entry;
+    }
+  }
+
+  void Check(int step) {
+    ASSERT_EQ(document_.WavWaveINos,
+              static_cast<int32_t>(std::max(model_.channel[0].size(), model_.channel[1].size())));
+    if (step % 7 == 0) {
+      // Through loading: every block read becomes resident, the budget writes others out.
+      Samples read[2];
+      document_.WaveCollectBuff(1, document_.WavWaveINos, 0, read[0], read[1]);
+      for (int32_t c = 0; c < 2; ++c) {
+        read[c].resize(model_.channel[c].size());
+        ASSERT_EQ(read[c], model_.channel[c]) << "channel " << c;
+      }
+    } else {
+      // Where the samples lie, without loading.
+      ASSERT_EQ(QuickSamples(document_, 1), model_.channel[0]);
+      ASSERT_EQ(QuickSamples(document_, 2), model_.channel[1]);
+    }
+    if (step % 17 == 0 && Length(0) > 0) {
+      // What the player gets: every block in a file, the right samples.
+      const int32_t from = Random(1, Length(0));
+      const int32_t to = Random(from, Length(0));
+      BlockCarrBuffClass parts[2];
+      document_.WaveCollectData_ForPlay(from, to, 0, parts[0], parts[1]);
+      std::vector<int32_t> blocks;
+      parts[0].BuffBlocksGet(blocks);
+      for (const int32_t block : blocks) ASSERT_NE(BlockTable[block].Kind, BlockMemory);
+      ASSERT_EQ(CarrierSamples(parts[1]),
+                Samples(model_.channel[1].begin() + from - 1, model_.channel[1].begin() + to));
+    }
+    ASSERT_EQ(document_.WavFmtChannel, model_.format[0]);
+    ASSERT_EQ(document_.WavFmtBits, model_.format[1]);
+    ASSERT_EQ(document_.WavFmtFreq, model_.format[2]);
+    ASSERT_EQ(SlideStarts(), model_.slides);
+    const auto actual = Sorted({Project().Markers.begin() + 1, Project().Markers.end()});
+    const auto expected = Sorted(model_.markers);
+    ASSERT_EQ(actual.size(), expected.size());
+    for (size_t i = 0; i < actual.size(); ++i) ASSERT_TRUE(SameMarker(actual[i], expected[i])) << i;
+    const std::string caption =
+        history_.empty() ? "Undo [Nothing]" : "Undo [" + history_.back().second + "]";
+    ASSERT_EQ(menu.menuCaption, caption);
+    ASSERT_EQ(menu.menuEnabled, !history_.empty());
+    ASSERT_TRUE(history_.empty() || menu.buttonToolTip == caption) << menu.buttonToolTip;
+    CheckBookkeeping();
+  }
+
+  void Run(uint32_t seed, int steps) {
+    random_.seed(seed);
+    Env().MemoryBudget = 16'000;  // 8,000 samples stay resident at most
+    // The document starts as a stereo source file described block by block.
+    const int32_t frames = 8000;
+    Samples interleaved;
+    for (int32_t i = 0; i < 2 * frames; ++i)
+      interleaved.push_back(static_cast<int16_t>(Random(-32768, 32767)));
+    for (int32_t i = 0; i < frames; ++i) {
+      for (int32_t c = 0; c < 2; ++c)
+        model_.channel[c].push_back(interleaved[2 * static_cast<size_t>(i) + c]);
+    }
+    {
+      BlockCarrBuffClass left, right;
+      DescribeWav(files.File("source.wav"), 2, 16, interleaved, 1000, left, right);
+      LoadDocument(document_, left, right);
+    }
+    SetSlideStarts({1, 2000, 4000, 6000, frames + 1});
+    model_.slides = SlideStarts();
+    for (int i = 0; i < 12; ++i) {
+      model_.markers.push_back(MarkerInfo{Random(1, 2), 0.0F, Random(1, frames), Random(1, 4)});
+      AddMarker(model_.markers.back());
+    }
+
+    for (int step = 1; step <= steps; ++step) {
+      SCOPED_TRACE("seed " + std::to_string(seed) + ", step " + std::to_string(step));
+      const int choice = Random(1, 100);
+      if (Length(0) < 100 || choice <= 40) {
+        Edit();
+      } else if (choice <= 46) {
+        Move();
+      } else if (choice <= 52) {
+        Effect();
+      } else if (choice <= 62) {
+        MarkerEdit();
+      } else if (choice <= 97) {
+        ASSERT_NO_FATAL_FAILURE(DoUndo());
+      } else if (!history_.empty()) {  // release the oldest operation's undo data
+        menu.clearChoice = UndoClearChoice{kUndoClearFirstOne, -1};
+        document_.UndoClearFiles_UserAssisted();
+        history_.erase(history_.begin());
+      }
+      ASSERT_NO_FATAL_FAILURE(Check(step));
+    }
+    // Undo everything that is left, back to the loaded document, then let it all go.
+    while (!history_.empty()) ASSERT_NO_FATAL_FAILURE(DoUndo());
+    ASSERT_NO_FATAL_FAILURE(Check(1));
+    document_.StorageReset();
+    EXPECT_EQ(BlocksInUse(), 0);
+    EXPECT_EQ(MemoryInUse, 0);
+    EXPECT_EQ(TempFilesOnDisk(), 0);
+  }
 
  private:
   int32_t Random(int32_t low, int32_t high) {
@@ -49,379 +402,12 @@ class StorageModel : public StorageTest {
     return workChn == 1 ? left : workChn == 2 ? right : std::min(left, right);
   }
   bool MovesSlides(int32_t workChn) const { return model_.format[0] != 2 || workChn == 0; }
-  BlockCarrBuffClass RandomCarrier(int32_t count, int32_t channel, Samples& values);
-  int32_t InsertPosition(int32_t workChn);
-  void Begin(const std::string& name);
-  void ModelInsert(int32_t at, int32_t workChn, const Samples* values, bool movesSlides);
-  void ModelDelete(int32_t at, int32_t workChn, int32_t count, bool movesSlides);
-  void End();
-  void Edit();
-  void Move();
-  void Effect();
-  void MarkerEdit();
-  void DoUndo();
-  void Check(int step);
-  void CheckBookkeeping();
 
   std::mt19937 random_;
   FileMemoClass document_;
   Model model_;
   std::vector<std::pair<Model, std::string>> history_;  // the state before each operation
 };
-
-BlockCarrBuffClass StorageModel::RandomCarrier(int32_t count, int32_t channel, Samples& values) {
-  const int way = Random(1, 10);
-  if (way <= 4 || Length(0) < count) {
-    // Fresh audio in memory blocks, as recording or an effect makes it.
-    values.resize(static_cast<size_t>(count));
-    for (auto& value : values) value = static_cast<int16_t>(Random(-32768, 32767));
-    return CarrierOf(values, Random(50, 900));
-  }
-  BlockCarrBuffClass carrier;
-  if (way <= 8) {
-    // A copy of part of the document, sharing its blocks where they lie in files.
-    const int32_t from = Random(1, Length(0) - count + 1);
-    BlockCarrBuffClass parts[2];
-    document_.WaveCollectData(from, from + count - 1, channel, parts[0], parts[1]);
-    const Samples& source = model_.channel[channel - 1];
-    values.assign(source.begin() + from - 1, source.begin() + from - 1 + count);
-    return std::move(parts[channel - 1]);
-  }
-  // Silence with a few samples written into it.
-  carrier.ReDimSize(count);
-  values.assign(static_cast<size_t>(count), 0);
-  for (int i = Random(0, 5); i > 0; --i) {
-    const int32_t at = Random(1, count);
-    values[static_cast<size_t>(at) - 1] = static_cast<int16_t>(Random(-32768, 32767));
-    carrier.WaveLR(at, values[static_cast<size_t>(at) - 1]);
-  }
-  return carrier;
-}
-
-// Where no marker lies when the edit moves markers: undoing an insert removes the markers
-// from the insertion point on, which a model that restores the state before does not copy.
-int32_t StorageModel::InsertPosition(int32_t workChn) {
-  for (;;) {
-    const int32_t at = Random(1, Length(workChn) + 1);
-    if (!MovesSlides(workChn) ||
-        std::none_of(model_.markers.begin(), model_.markers.end(),
-                     [&](const MarkerInfo& marker) { return marker.Position == at; })) {
-      return at;
-    }
-  }
-}
-
-void StorageModel::Begin(const std::string& name) {
-  EditorState& editor = Editor();
-  editor.SelStart = Random(0, 1000);
-  editor.SelEnd = editor.SelStart + Random(0, 1000);
-  editor.ViewStart = Random(1, 1000);
-  editor.ViewLength = Random(0, 50000);
-  model_.view[0] = editor.SelStart;
-  model_.view[1] = editor.SelEnd;
-  model_.view[2] = editor.ViewStart;
-  model_.view[3] = editor.ViewLength;
-  history_.emplace_back(model_, name);
-}
-
-void StorageModel::ModelInsert(int32_t at, int32_t workChn, const Samples* values,
-                               bool movesSlides) {
-  for (int32_t c = 0; c < 2; ++c) {
-    if (workChn != 2 - c) {
-      Samples& channel = model_.channel[c];
-      channel.insert(channel.begin() + at - 1, values[c].begin(), values[c].end());
-    }
-  }
-  if (!movesSlides) return;
-  const auto length = static_cast<int32_t>(values[workChn == 2 ? 1 : 0].size());
-  bool passed = false;
-  for (int32_t& start : model_.slides) {
-    if (start == at && !passed) {
-      passed = true;
-    } else if (start > at || passed) {
-      start += length;
-    }
-  }
-  for (MarkerInfo& marker : model_.markers) marker.Position += marker.Position > at ? length : 0;
-}
-
-void StorageModel::ModelDelete(int32_t at, int32_t workChn, int32_t count, bool movesSlides) {
-  for (int32_t c = 0; c < 2; ++c) {
-    if (workChn != 2 - c) {
-      Samples& channel = model_.channel[c];
-      channel.erase(channel.begin() + at - 1, channel.begin() + at - 1 + count);
-    }
-  }
-  if (!movesSlides) return;
-  const int32_t end = at + count - 1;
-  for (int32_t& start : model_.slides) start = start > end ? start - count : std::min(start, at);
-  std::erase_if(model_.markers,
-                [&](const MarkerInfo& m) { return m.Position >= at && m.Position <= end; });
-  for (MarkerInfo& marker : model_.markers) marker.Position -= marker.Position > end ? count : 0;
-}
-
-void StorageModel::End() {  // the padding that ends every operation on a stereo document
-  if (model_.format[0] != 2) return;
-  const size_t length = std::max(model_.channel[0].size(), model_.channel[1].size());
-  for (Samples& channel : model_.channel) channel.resize(length, 0);
-}
-
-void StorageModel::Edit() {
-  const int32_t workChn = Random(0, 3) == 0 ? Random(1, 2) : 0;
-  const int kind = Length(workChn) < 10 ? 0 : Random(0, 2);
-  const std::string name = std::vector<std::string>{"Paste", "Delete", "Replace"}[kind];
-  Begin(name);
-  const BlockCarrBuffClass* carriers[2] = {};
-  BlockCarrBuffClass made[2];
-  Samples values[2];
-  if (kind != 1) {
-    const int32_t count = Random(1, 1500);
-    for (int32_t c = 0; c < 2; ++c) {
-      if (workChn == 2 - c) continue;
-      made[c] = RandomCarrier(count, c + 1, values[c]);
-      carriers[c] = &made[c];
-    }
-  }
-  if (kind == 0) {
-    const int32_t at = InsertPosition(workChn);
-    document_.WaveDataInsert(at, workChn, carriers[0], carriers[1], name, true);
-    ModelInsert(at, workChn, values, MovesSlides(workChn));
-  } else if (kind == 1) {
-    const int32_t at = Random(1, Length(workChn));
-    const int32_t count = Random(1, std::min(2000, Length(workChn) - at + 1));
-    document_.WaveDataDelete(at, workChn, count, name, true);
-    ModelDelete(at, workChn, count, MovesSlides(workChn));
-  } else {
-    const int32_t at = Random(1, Length(workChn));
-    document_.WaveDataReplace(at, workChn, carriers[0], carriers[1], name, true);
-    for (int32_t c = 1; c <= 2; ++c) {
-      if (workChn == 3 - c) continue;
-      const auto count = static_cast<int32_t>(values[c - 1].size());
-      ModelDelete(at, c, std::min(count, Length(c) - at + 1), false);
-    }
-    ModelInsert(at, workChn, values, false);
-  }
-  End();
-}
-
-void StorageModel::Move() {  // cut a stretch and paste it elsewhere as one operation
-  Begin("Move");
-  const int32_t from = Random(1, Length(0));
-  const int32_t count = Random(1, std::min(2000, Length(0) - from + 1));
-  BlockCarrBuffClass parts[2];
-  document_.WaveCollectData(from, from + count - 1, 0, parts[0], parts[1]);
-  Samples values[2];
-  for (int32_t c = 0; c < 2; ++c) {
-    const Samples& source = model_.channel[c];
-    values[c].assign(source.begin() + from - 1, source.begin() + from - 1 + count);
-  }
-  document_.WaveDataDelete(from, 0, count, "Move", false);
-  ModelDelete(from, 0, count, MovesSlides(0));
-  const int32_t to = InsertPosition(0);
-  document_.WaveDataInsert(to, 0, &parts[0], &parts[1], "Move", true);
-  ModelInsert(to, 0, values, MovesSlides(0));
-  End();
-}
-
-void StorageModel::Effect() {  // collect a stretch, change it sample by sample, put it back
-  Begin("Volume");
-  const int32_t at = Random(1, Length(0));
-  const int32_t count = Random(1, std::min(2000, Length(0) - at + 1));
-  BlockCarrBuffClass parts[2];
-  document_.WaveCollectData(at, at + count - 1, 0, parts[0], parts[1]);
-  for (int32_t c = 0; c < 2; ++c) {
-    for (int32_t i = 1; i <= count; i += Random(1, 3)) {
-      const auto changed =
-          static_cast<int16_t>(c == 0 ? parts[c].WaveLR(i) / 2 : ~parts[c].WaveLR(i));
-      parts[c].WaveLR(i, changed);
-      model_.channel[c][static_cast<size_t>(at + i) - 2] = changed;
-    }
-  }
-  document_.WaveDataReplace(at, 0, &parts[0], &parts[1], "Volume", true);
-  End();
-}
-
-void StorageModel::MarkerEdit() {
-  ProjectData& project = Project();
-  const int kind = Random(project.MarkerCount == 0 ? 1 : 0, 3);
-  if (kind == 0) {  // delete: recorded, then the last marker takes its place
-    Begin("Delete Marker");
-    const int32_t number = Random(1, project.MarkerCount);
-    const MarkerInfo removed = project.Markers[number];
-    document_.MarkerOneChanged(2, number, "Delete Marker", true);
-    project.Markers[number] = project.Markers[project.MarkerCount];
-    RemoveMarker(project.MarkerCount);
-    model_.markers.erase(std::find_if(model_.markers.begin(), model_.markers.end(),
-                                      [&](const MarkerInfo& m) { return SameMarker(m, removed); }));
-  } else if (kind == 1 && Length(0) > 0) {  // add: appended, then recorded
-    Begin("Add Click");
-    const MarkerInfo marker{Random(1, 2), 0.0F, Random(1, Length(0)), Random(1, 4)};
-    AddMarker(marker);
-    document_.MarkerOneChanged(1, project.MarkerCount, "Add Click", true);
-    model_.markers.push_back(marker);
-  } else if (kind == 2) {  // drag a slide boundary between its neighbours
-    Begin("Slide Drag");
-    const int32_t slide = Random(2, project.SlideCount);
-    document_.SlidesBeingChanged("Slide Drag", true);
-    project.Slides[slide].Start =
-        Random(project.Slides[slide - 1].Start, project.Slides[slide + 1].Start);
-    model_.slides[static_cast<size_t>(slide) - 1] = project.Slides[slide].Start;
-  } else {
-    Begin("Format");
-    const int32_t values[3] = {Random(0, 9) < 7 ? 2 : Random(0, 1), 8 * Random(0, 2),
-                               std::vector<int32_t>{0, 22050, 48000}[Random(0, 2)]};
-    document_.WaveDataChangeFmt(values[0], values[1], values[2], "Format");
-    for (int i = 0; i < 3; ++i) model_.format[i] = values[i] != 0 ? values[i] : model_.format[i];
-  }
-}
-
-void StorageModel::DoUndo() {
-  const size_t messages = ui.messages.size();
-  document_.Undo();
-  if (history_.empty()) {
-    ASSERT_EQ(ui.Texts().back(), "Undo Failed");
-    return;
-  }
-  ASSERT_EQ(ui.messages.size(), messages) << ui.messages.back().text;
-  model_ = history_.back().first;
-  history_.pop_back();
-  const EditorState& editor = Editor();
-  EXPECT_EQ(editor.SelStart, model_.view[0]);
-  EXPECT_EQ(editor.SelEnd, model_.view[1]);
-  EXPECT_EQ(editor.ViewStart, model_.view[2]);
-  EXPECT_EQ(editor.ViewLength, model_.view[3]);
-}
-
-void StorageModel::CheckBookkeeping() {
-  // Every block is owned exactly once, by a channel or by an undo item.
-  std::vector<int32_t> owned;
-  for (const ChannelBlockList* channel : {&document_.LeftChannel(), &document_.RightChannel()}) {
-    int32_t start = 1;
-    for (const int32_t block : channel->Blocks()) {
-      ASSERT_EQ(BlockTable[block].Start, start);
-      start += BlockTable[block].Length;
-      owned.push_back(block);
-    }
-  }
-  for (const UndoItem& item : document_.UndoItems()) {
-    owned.insert(owned.end(), item.LeftBlocks.begin(), item.LeftBlocks.end());
-    owned.insert(owned.end(), item.RightBlocks.begin(), item.RightBlocks.end());
-  }
-  std::sort(owned.begin(), owned.end());
-  ASSERT_EQ(std::adjacent_find(owned.begin(), owned.end()), owned.end()) << "a block owned twice";
-  ASSERT_EQ(static_cast<int32_t>(owned.size()), BlocksInUse()) << "blocks leaked";
-  // Memory and file use counts are what the records say.
-  int64_t memory = 0;
-  std::vector<int32_t> uses[2] = {std::vector<int32_t>(TempFileTable.size()),
-                                  std::vector<int32_t>(OrgFileTable.size())};
-  for (const BlockRecord& record : BlockTable) {
-    ASSERT_EQ(record.Data.size(), IsResidentKind(record.Kind) ? size_t(record.Length) : 0u);
-    memory += IsResidentKind(record.Kind) ? 2 * int64_t{record.Length} : 0;
-    if (record.Kind == BlockMemFile || record.Kind == BlockFile) ++uses[0][record.FileRef];
-    if (record.Kind == BlockOrgFile) ++uses[1][record.FileRef];
-  }
-  ASSERT_EQ(memory, MemoryInUse);
-  for (size_t slot = 1; slot < TempFileTable.size(); ++slot) {
-    ASSERT_EQ(TempFileTable[slot].UseCount, uses[0][slot]) << "slot " << slot;
-  }
-  for (size_t entry = 1; entry < OrgFileTable.size(); ++entry) {
-    ASSERT_EQ(OrgFileTable[entry].UseCount, uses[1][entry]) << "entry " << entry;
-  }
-}
-
-void StorageModel::Check(int step) {
-  ASSERT_EQ(document_.WavWaveINos,
-            static_cast<int32_t>(std::max(model_.channel[0].size(), model_.channel[1].size())));
-  if (step % 7 == 0) {
-    // Through loading: every block read becomes resident, the budget writes others out.
-    Samples read[2];
-    document_.WaveCollectBuff(1, document_.WavWaveINos, 0, read[0], read[1]);
-    for (int32_t c = 0; c < 2; ++c) {
-      read[c].resize(model_.channel[c].size());
-      ASSERT_EQ(read[c], model_.channel[c]) << "channel " << c;
-    }
-  } else {
-    // Where the samples lie, without loading.
-    ASSERT_EQ(ChannelSamples(document_, 1), model_.channel[0]);
-    ASSERT_EQ(ChannelSamples(document_, 2), model_.channel[1]);
-  }
-  if (step % 17 == 0 && Length(0) > 0) {
-    // What the player gets: every block in a file, the right samples.
-    const int32_t from = Random(1, Length(0));
-    const int32_t to = Random(from, Length(0));
-    BlockCarrBuffClass parts[2];
-    document_.WaveCollectData_ForPlay(from, to, 0, parts[0], parts[1]);
-    std::vector<int32_t> blocks;
-    parts[0].BuffBlocksGet(blocks);
-    for (const int32_t block : blocks) ASSERT_NE(BlockTable[block].Kind, BlockMemory);
-    ASSERT_EQ(CarrierSamples(parts[1]),
-              Samples(model_.channel[1].begin() + from - 1, model_.channel[1].begin() + to));
-  }
-  ASSERT_EQ(document_.WavFmtChannel, model_.format[0]);
-  ASSERT_EQ(document_.WavFmtBits, model_.format[1]);
-  ASSERT_EQ(document_.WavFmtFreq, model_.format[2]);
-  ASSERT_EQ(SlideStarts(), model_.slides);
-  const auto actual = Sorted({Project().Markers.begin() + 1, Project().Markers.end()});
-  const auto expected = Sorted(model_.markers);
-  ASSERT_EQ(actual.size(), expected.size());
-  for (size_t i = 0; i < actual.size(); ++i) ASSERT_TRUE(SameMarker(actual[i], expected[i])) << i;
-  ASSERT_EQ(window.menuCaption,
-            history_.empty() ? "Undo [Nothing]" : "Undo [" + history_.back().second + "]");
-  CheckBookkeeping();
-}
-
-void StorageModel::Run(uint32_t seed, int steps) {
-  random_.seed(seed);
-  Env().MemoryBudget = 16'000;  // 8,000 samples stay resident at most
-  // The document starts as a stereo source file described block by block.
-  const int32_t frames = 8000;
-  Samples interleaved;
-  for (int32_t i = 0; i < 2 * frames; ++i)
-    interleaved.push_back(static_cast<int16_t>(Random(-32768, 32767)));
-  for (int32_t i = 0; i < frames; ++i) {
-    for (int32_t c = 0; c < 2; ++c)
-      model_.channel[c].push_back(interleaved[2 * static_cast<size_t>(i) + c]);
-  }
-  {
-    BlockCarrBuffClass left, right;
-    DescribeWav(outside.File("source.wav"), 2, 16, interleaved, 1000, left, right);
-    LoadDocument(document_, left, right);
-  }
-  SetSlideStarts({1, 2000, 4000, 6000, frames + 1});
-  model_.slides = SlideStarts();
-  for (int i = 0; i < 12; ++i) {
-    model_.markers.push_back(MarkerInfo{Random(1, 2), 0.0F, Random(1, frames), Random(1, 4)});
-    AddMarker(model_.markers.back());
-  }
-
-  for (int step = 1; step <= steps; ++step) {
-    SCOPED_TRACE("seed " + std::to_string(seed) + ", step " + std::to_string(step));
-    const int choice = Random(1, 100);
-    if (Length(0) < 100 || choice <= 40) {
-      Edit();
-    } else if (choice <= 46) {
-      Move();
-    } else if (choice <= 52) {
-      Effect();
-    } else if (choice <= 62) {
-      MarkerEdit();
-    } else if (choice <= 97) {
-      ASSERT_NO_FATAL_FAILURE(DoUndo());
-    } else if (!history_.empty()) {  // release the oldest operation's undo data
-      window.clearChoice = UndoClearChoice{kUndoClearFirstOne, -1};
-      document_.UndoClearFiles_UserAssisted();
-      history_.erase(history_.begin());
-    }
-    ASSERT_NO_FATAL_FAILURE(Check(step));
-  }
-  // Undo everything that is left, back to the loaded document, then let it all go.
-  while (!history_.empty()) ASSERT_NO_FATAL_FAILURE(DoUndo());
-  ASSERT_NO_FATAL_FAILURE(Check(1));
-  document_.StorageReset();
-  EXPECT_EQ(BlocksInUse(), 0);
-  EXPECT_EQ(MemoryInUse, 0);
-  EXPECT_EQ(TempFilesOnDisk(), 0);
-}
 
 TEST_F(StorageModel, RandomEditsAndUndosSeed1) { Run(1, 1000); }
 TEST_F(StorageModel, RandomEditsAndUndosSeed2) { Run(20240607, 1000); }

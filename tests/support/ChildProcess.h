@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/TempFolder.h"
+
 namespace quorvane::testing {
 
 struct ProgramRun {
@@ -12,13 +14,32 @@ struct ProgramRun {
   std::string err;      // standard error
 };
 
-// Runs `program` (a path, or a name looked up on PATH) with `arguments`, standard input
-// empty, in this process's environment with the NAME=value entries of `environment`
-// replacing or adding variables, and waits for its end. Throws when it cannot be started.
+// `program` (a path, or a name looked up on PATH) started with `arguments`, standard input
+// empty, standard output and error going to files, in this process's environment with the
+// NAME=value entries of `environment` replacing or adding variables and a bare NAME
+// removing one. Throws when it cannot be started; killed when it still runs at the end.
+class RunningProgram {
+ public:
+  RunningProgram(const std::string& program, const std::vector<std::string>& arguments,
+                 const std::vector<std::string>& environment = {});
+  ~RunningProgram();
+  RunningProgram(const RunningProgram&) = delete;
+  RunningProgram& operator=(const RunningProgram&) = delete;
+
+  // Waits until standard error holds `text`; false when the program ends first, or after
+  // a minute.
+  bool AwaitError(const std::string& text);
+  // Waits for the end (after a SIGTERM when `terminate`) and returns what it printed.
+  ProgramRun Wait(bool terminate = false);
+
+ private:
+  TempFolder capture_;
+  int pid_ = -1;
+  int status_ = 0;
+};
+
+// The program run to its end.
 ProgramRun RunProgram(const std::string& program, const std::vector<std::string>& arguments,
                       const std::vector<std::string>& environment = {});
-
-// The lines of a text, without their line ends; a last line without one counts too.
-std::vector<std::string> Lines(const std::string& text);
 
 }  // namespace quorvane::testing

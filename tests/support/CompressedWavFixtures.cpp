@@ -9,20 +9,12 @@
 #include <numbers>
 #include <stdexcept>
 
-#include <spawn.h>
-#include <sys/wait.h>
-
+#include "tests/support/ChildProcess.h"
 #include "tests/support/TempFolder.h"
-
-extern char** environ;
 
 namespace quorvane::testing {
 
 namespace {
-
-void PutLe(std::string& out, uint32_t value, int bytes) {
-  for (int i = 0; i < bytes; ++i) out += static_cast<char>((value >> (8 * i)) & 0xFF);
-}
 
 uint32_t GetLe(const std::string& bytes, size_t at, int width) {
   uint32_t value = 0;
@@ -55,57 +47,19 @@ void WritePcm16Wav(const std::string& path, const std::vector<int16_t>& samples,
   if (!out.flush()) throw std::runtime_error("cannot write " + path);
 }
 
-void RunFfmpeg(const std::vector<std::string>& arguments) {
-  std::vector<std::string> words = {"ffmpeg", "-hide_banner", "-loglevel",
-                                    "error",  "-nostdin",     "-y"};
-  words.insert(words.end(), arguments.begin(), arguments.end());
-  std::vector<char*> argv;
-  for (auto& word : words) argv.push_back(word.data());
-  argv.push_back(nullptr);
-  pid_t child = 0;
-  if (posix_spawnp(&child, "ffmpeg", nullptr, nullptr, argv.data(), environ) != 0) {
-    throw std::runtime_error("ffmpeg cannot be started");
-  }
-  int status = 0;
-  while (waitpid(child, &status, 0) < 0) {
-    if (errno != EINTR) throw std::runtime_error("waiting for ffmpeg failed");
-  }
-  if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
-    std::string command;
-    for (const auto& word : words) command += word + " ";
-    throw std::runtime_error("ffmpeg failed: " + command);
-  }
-}
-
 void EncodeWithFfmpeg(const std::string& source, const std::string& destination,
                       const std::string& codec, const std::vector<std::string>& options) {
-  std::vector<std::string> arguments = {"-i", source};
+  std::vector<std::string> arguments = {"-hide_banner", "-loglevel", "error", "-nostdin",
+                                        "-y",           "-i",        source};
   arguments.insert(arguments.end(), options.begin(), options.end());
   arguments.insert(arguments.end(), {"-c:a", codec, destination});
-  RunFfmpeg(arguments);
+  const ProgramRun run = RunProgram("ffmpeg", arguments);
+  if (run.exitStatus != 0) throw std::runtime_error("ffmpeg failed on " + source + ": " + run.err);
 }
 
 std::vector<int16_t> WavFile::Samples() const {
   std::vector<int16_t> samples(data.size() / 2);
   std::memcpy(samples.data(), data.data(), samples.size() * 2);
-  return samples;
-}
-
-std::vector<int16_t> FileChannel(const WavFile& wav, int channel) {
-  std::vector<int16_t> samples;
-  const size_t channels = wav.channels;
-  const size_t bytes = wav.bitsPerSample / 8U;
-  if (channels == 0 || bytes == 0) return samples;
-  const size_t frames = wav.data.size() / (channels * bytes);
-  for (size_t frame = 0; frame < frames; ++frame) {
-    const size_t at = (frame * channels + static_cast<size_t>(channel - 1)) * bytes;
-    const auto byte = [&](size_t k) { return static_cast<unsigned char>(wav.data[at + k]); };
-    if (bytes == 1) {
-      samples.push_back(static_cast<int16_t>(byte(0) - 128));
-    } else {
-      samples.push_back(static_cast<int16_t>(byte(0) | (byte(1) << 8)));
-    }
-  }
   return samples;
 }
 
@@ -151,9 +105,7 @@ void PatchFactChunk(const std::string& path, std::optional<uint32_t> frames) {
   }
   if (!wav || at + 12 > bytes.size()) throw std::runtime_error("no fact chunk in " + path);
   if (frames) {
-    std::string count;
-    PutLe(count, *frames, 4);
-    bytes.replace(at + 8, 4, count);
+    bytes.replace(at + 8, 4, Le32(*frames));
   } else {
     bytes.replace(at, 4, "JUNK");
   }

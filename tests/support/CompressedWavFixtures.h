@@ -20,10 +20,8 @@ std::vector<int16_t> TestSignal(int channels, int sampleRate, size_t frames);
 void WritePcm16Wav(const std::string& path, const std::vector<int16_t>& samples, int channels,
                    int sampleRate);
 
-// Runs `ffmpeg` (found on PATH, no shell) with these arguments; throws when it fails.
-void RunFfmpeg(const std::vector<std::string>& arguments);
-
-// ffmpeg -i source [options...] -c:a codec destination
+// ffmpeg -i source [options...] -c:a codec destination, run without a shell; throws when
+// it fails.
 void EncodeWithFfmpeg(const std::string& source, const std::string& destination,
                       const std::string& codec, const std::vector<std::string>& options = {});
 
@@ -52,10 +50,6 @@ std::optional<WavFile> ReadWavFile(const std::string& path);
 // would have written it; without a count the chunk is renamed "JUNK", so the file has
 // none. Throws when the file has no `fact` chunk.
 void PatchFactChunk(const std::string& path, std::optional<uint32_t> frames);
-
-// One channel (1 left, 2 right) of a WAV file's samples as the document holds them:
-// 16-bit values, or 8-bit bytes minus 128.
-std::vector<int16_t> FileChannel(const WavFile& wav, int channel);
 
 // One channel of interleaved samples.
 std::vector<int16_t> Channel(const std::vector<int16_t>& interleaved, int channels, int channel);

@@ -19,26 +19,11 @@ void WriteBytes(const std::string& path, const std::string& bytes) {
   if (!out.flush()) throw std::runtime_error("cannot write " + path);
 }
 
-std::string WithoutLineEnd(std::string line) {
-  while (!line.empty() && (line.back() == '\r' || line.back() == '\n')) line.pop_back();
-  return line;
-}
-
 std::string Trimmed(const std::string& text) {
   const size_t first = text.find_first_not_of(" \t");
   if (first == std::string::npos) return "";
-  const size_t last = text.find_last_not_of(" \t");
-  return text.substr(first, last - first + 1);
+  return text.substr(first, text.find_last_not_of(" \t") - first + 1);
 }
-
-// The section name of a header line "[name]", or nothing.
-std::optional<std::string> HeaderName(const std::string& line) {
-  const std::string trimmed = Trimmed(line);
-  if (trimmed.size() < 2 || trimmed.front() != '[' || trimmed.back() != ']') return std::nullopt;
-  return trimmed.substr(1, trimmed.size() - 2);
-}
-
-}  // namespace
 
 std::string ProjectFileText(const ProjectPlan& plan) {
   std::string text = "[Project]\n";
@@ -61,11 +46,10 @@ std::string ProjectFileText(const ProjectPlan& plan) {
     Line(text, "ClickMarkerTimes", slide.clicks);
     Line(text, "AutoMarkerTimes", slide.autos);
   }
-  if (!plan.crlf) return text;
-  std::string crlf;
-  for (const char c : text) crlf += c == '\n' ? std::string("\r\n") : std::string(1, c);
-  return crlf;
+  return text;
 }
+
+}  // namespace
 
 std::string WriteProject(const std::string& path, const ProjectPlan& plan) {
   for (const SlidePlan& slide : plan.slides) {
@@ -94,35 +78,16 @@ SlidePlan TrackSlide(const std::string& track, const std::string& audio,
   return slide;
 }
 
-std::vector<std::string> SectionLines(const std::string& text, const std::string& section) {
-  std::vector<std::string> lines;
+std::optional<std::string> IniValue(const std::string& text, const std::string& section,
+                                    const std::string& key) {
   std::istringstream in(text);
   bool inside = false;
   for (std::string line; std::getline(in, line);) {
-    line = WithoutLineEnd(line);
-    if (const auto name = HeaderName(line)) {
-      inside = *name == section;
-      continue;
-    }
-    if (inside) lines.push_back(line);
-  }
-  return lines;
-}
-
-std::vector<std::string> SectionKeys(const std::string& text, const std::string& section) {
-  std::vector<std::string> keys;
-  for (const std::string& line : SectionLines(text, section)) {
+    if (line.ends_with('\r')) line.pop_back();
     const size_t equals = line.find('=');
-    if (equals != std::string::npos) keys.push_back(Trimmed(line.substr(0, equals)));
-  }
-  return keys;
-}
-
-std::optional<std::string> IniValue(const std::string& text, const std::string& section,
-                                    const std::string& key) {
-  for (const std::string& line : SectionLines(text, section)) {
-    const size_t equals = line.find('=');
-    if (equals != std::string::npos && Trimmed(line.substr(0, equals)) == key) {
+    if (line.starts_with('[')) {
+      inside = line == "[" + section + "]";
+    } else if (inside && equals != std::string::npos && Trimmed(line.substr(0, equals)) == key) {
       return Trimmed(line.substr(equals + 1));
     }
   }

@@ -32,14 +32,11 @@ struct ProjectPlan {
   std::optional<std::string> lameSettings;
   std::optional<std::string> presentationName;
   std::vector<SlidePlan> slides;
-  bool crlf = false;  // lines end in CR LF, as a Windows host writes them
 };
 
-// The project file's text: section "Project", then sections "1", "2", ... of the slides.
-std::string ProjectFileText(const ProjectPlan& plan);
-
-// Writes the project file (and the track files of the slides that carry audio, into the
-// target folder, which is made when missing). Returns `path`.
+// Writes the project file, section "Project" and then sections "1", "2", ... of the slides,
+// and the track files of the slides that carry audio into the target folder, made when
+// missing. Returns `path`.
 std::string WriteProject(const std::string& path, const ProjectPlan& plan);
 
 // A slide of a track file with its audio and duration, and optional marker lists.
@@ -51,11 +48,5 @@ SlidePlan TrackSlide(const std::string& track, const std::string& audio,
 // nothing when the section or the key is missing.
 std::optional<std::string> IniValue(const std::string& text, const std::string& section,
                                     const std::string& key);
-
-// The lines of one section, its header excluded, as they stand in the text.
-std::vector<std::string> SectionLines(const std::string& text, const std::string& section);
-
-// The keys of one section in file order.
-std::vector<std::string> SectionKeys(const std::string& text, const std::string& section);
 
 }  // namespace quorvane::testing

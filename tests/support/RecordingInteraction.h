@@ -1,5 +1,6 @@
-// An interaction for tests: records every message, input box and progress value, and
-// answers from a script (default answers once the script runs out).
+// An interaction for tests: records every message and progress value, and answers
+// messages from a script (default answers once the script runs out) and input boxes with
+// their default text.
 #pragma once
 
 #include <cstdint>
@@ -8,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "core/ErrorReport.h"
 #include "core/Interaction.h"
 
 namespace quorvane::testing {
@@ -21,7 +23,14 @@ class RecordingProgress : public ProgressDisplay {
     values.push_back(value);
   }
   float CurrentProgress() const override { return progress; }
-  void SetIsVisible(bool visible) override;
+  void SetIsVisible(bool visible) override {
+    if (visible && failWhenShownInColor == color) {
+      failWhenShownInColor.reset();
+      ThrowError(kErrorOutOfMemory, "Out of memory");
+    }
+    shown = visible;
+    timesShown += visible ? 1 : 0;
+  }
   bool IsVisible() const override { return shown; }
 
   // The one way tests reach the error handlers of long operations: the display fails once,
@@ -38,28 +47,36 @@ class RecordingProgress : public ProgressDisplay {
 class RecordingInteraction : public Interaction {
  public:
   // Installs itself as the process-wide interaction for its lifetime.
-  RecordingInteraction();
-  ~RecordingInteraction() override;
+  RecordingInteraction() { SetUserInterface(this); }
+  ~RecordingInteraction() override { SetUserInterface(nullptr); }
 
-  MessageAnswer MsgBox(const MessageRequest& request) override;
-  std::optional<std::string> InputBox(const std::string& prompt, const std::string& title,
-                                      const std::string& defaultText) override;
-  void SetBusy(bool busy) override;
+  MessageAnswer MsgBox(const MessageRequest& request) override {
+    messages.push_back(request);
+    if (answers.empty()) return DefaultAnswer(request);
+    const MessageAnswer answer = answers.front();
+    answers.pop_front();
+    return answer;
+  }
+  std::optional<std::string> InputBox(const std::string&, const std::string&,
+                                      const std::string& defaultText) override {
+    return defaultText;
+  }
+  void SetBusy(bool busy) override { busyDepth += busy ? 1 : -1; }
   ProgressDisplay& Progress() override { return progress; }
 
-  // Answers for the next questions, in order.
+  // An answer for the next question, after those given before.
   void Answer(MessageAnswer answer) { answers.push_back(answer); }
-  void AnswerInput(std::optional<std::string> text) { inputs.push_back(std::move(text)); }
 
   // The texts of every message so far.
-  std::vector<std::string> Texts() const;
+  std::vector<std::string> Texts() const {
+    std::vector<std::string> texts;
+    for (const auto& message : messages) texts.push_back(message.text);
+    return texts;
+  }
 
   std::vector<MessageRequest> messages;
-  std::vector<std::string> inputPrompts;
   std::deque<MessageAnswer> answers;
-  std::deque<std::optional<std::string>> inputs;
   int busyDepth = 0;
-  int busyCalls = 0;
   RecordingProgress progress;
 };
 

@@ -7,31 +7,26 @@
 
 namespace quorvane::testing {
 
-void StartTestSession(const std::string& sessionFolder, const std::string& appFolder,
-                      DocumentWindow* window) {
+SessionTest::SessionTest() {
   ResetEnvironment();
-  Env().AppPath = appFolder;
-  Env().SystemTempPath = sessionFolder;
-  Env().TempRoot = sessionFolder;
-  Env().SessionFolder = sessionFolder;
-  Env().SettingsFile = appFolder + "/quorvane-audio.ini";
+  Env().AppPath = files.Path();
+  Env().SystemTempPath = session.Path();
+  Env().TempRoot = session.Path();
+  Env().SessionFolder = session.Path();
+  Env().SettingsFile = files.File("quorvane-audio.ini");
   Env().MemoryBudget = 10'000'000;
   ResetBlockList();
   ResetEditorState();
-  SetProjectDefaults(appFolder);
-  SetDocumentWindow(window);
+  SetProjectDefaults(files.Path());
+  SetDocumentWindow(&menu);
 }
 
-void EndTestSession() {
+SessionTest::~SessionTest() {
   SetDocumentWindow(nullptr);
   ReleaseAllFiles();
   ResetBlockList();
   ResetEnvironment();
 }
-
-SessionTest::SessionTest() { StartTestSession(session.Path(), files.Path(), &menu); }
-
-SessionTest::~SessionTest() { EndTestSession(); }
 
 std::vector<int16_t> SessionTest::ChannelSamples(const FileMemoClass& document, int channel) {
   std::vector<int16_t> samples;
@@ -61,6 +56,8 @@ std::vector<int16_t> Ramp(size_t count, int first, int step) {
   }
   return values;
 }
+
+std::vector<int16_t> Zeros(size_t count) { return std::vector<int16_t>(count, 0); }
 
 std::vector<int16_t> EightBitPattern(size_t count, int seed) {
   std::vector<int16_t> values(count);

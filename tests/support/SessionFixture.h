@@ -1,6 +1,6 @@
-// A fresh session for tests of the layers above the storage engine: a session folder, the
-// block list, the editor state, the project tables, a recording interaction and a
-// recording undo menu, all reset for every case.
+// A fresh session for tests of the storage engine and the layers above it: a session
+// folder, the block list, the editor state, the project tables, a recording interaction and
+// a recording document window, all reset for every case.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -15,27 +15,32 @@
 
 namespace quorvane::testing {
 
-class RecordingUndoMenu : public DocumentWindow {
+// A document window that records what the document shows it and answers the undo-clearing
+// dialog with `clearChoice`.
+class RecordingWindow : public DocumentWindow {
  public:
   void SetUndoMenuItem(const std::string& caption, bool enabled) override {
     menuCaption = caption;
     menuEnabled = enabled;
   }
-  void SetUndoButton(bool, const std::string&) override {}
-  void SetMenu_To_DefaultFormat() override {}
-  UndoClearChoice ShowUndoClearFrm(const std::vector<std::string>&) override { return {}; }
+  void SetUndoButton(bool, const std::string& toolTip) override { buttonToolTip = toolTip; }
+  void SetMenu_To_DefaultFormat() override { ++formatMenuRefreshes; }
+  UndoClearChoice ShowUndoClearFrm(const std::vector<std::string>& entries) override {
+    shownEntries = entries;
+    return clearChoice;
+  }
 
   std::string menuCaption;
   bool menuEnabled = false;
+  std::string buttonToolTip;
+  int formatMenuRefreshes = 0;
+  std::vector<std::string> shownEntries;
+  UndoClearChoice clearChoice;
 };
 
-// Everything a session starts from: the environment with this session folder, an empty block
-// list, fresh editor state and project tables, and the given undo menu. Ended by
-// EndTestSession, which releases every file the block list holds.
-void StartTestSession(const std::string& sessionFolder, const std::string& appFolder,
-                      DocumentWindow* window);
-void EndTestSession();
-
+// Everything a session starts from, for every case: the environment with this session
+// folder, an empty block list, fresh editor state and project tables, the recording window.
+// At the end every file the block list holds is released.
 class SessionTest : public ::testing::Test {
  protected:
   SessionTest();
@@ -45,9 +50,9 @@ class SessionTest : public ::testing::Test {
   static std::vector<int16_t> ChannelSamples(const FileMemoClass& document, int channel);
 
   TempFolder session;  // the session folder
-  TempFolder files;    // where a test keeps its own files
+  TempFolder files;    // where a test keeps its own files, and the program folder
   RecordingInteraction ui;
-  RecordingUndoMenu menu;
+  RecordingWindow menu;
 };
 
 // Interleaves one or two channels.
@@ -56,6 +61,8 @@ std::vector<int16_t> Interleave(const std::vector<int16_t>& left,
 
 // A ramp of `count` values starting at `first`, stepping by `step`, wrapping in 16 bits.
 std::vector<int16_t> Ramp(size_t count, int first = 0, int step = 1);
+
+std::vector<int16_t> Zeros(size_t count);
 
 // `count` 8-bit sample values (-128..127) that change from one sample to the next.
 std::vector<int16_t> EightBitPattern(size_t count, int seed = 0);

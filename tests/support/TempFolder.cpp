@@ -32,6 +32,19 @@ std::string TempFolder::Write(const std::string& name, const std::string& conten
 
 std::string TempFolder::Read(const std::string& name) const { return ReadFileBytes(File(name)); }
 
+ScopedVariable::ScopedVariable(const std::string& name, const std::string& value) : name_(name) {
+  if (const char* previous = std::getenv(name.c_str())) previous_ = previous;
+  ::setenv(name.c_str(), value.c_str(), 1);
+}
+
+ScopedVariable::~ScopedVariable() {
+  if (previous_) {
+    ::setenv(name_.c_str(), previous_->c_str(), 1);
+  } else {
+    ::unsetenv(name_.c_str());
+  }
+}
+
 std::string ReadFileBytes(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
   return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());

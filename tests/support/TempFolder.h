@@ -1,6 +1,7 @@
 // A fresh folder for one test, removed with everything in it at the end.
 #pragma once
 
+#include <optional>
 #include <string>
 
 namespace quorvane::testing {
@@ -21,6 +22,19 @@ class TempFolder {
 
  private:
   std::string path_;
+};
+
+// Sets an environment variable while it lives, then puts back what was there before.
+class ScopedVariable {
+ public:
+  ScopedVariable(const std::string& name, const std::string& value);
+  ~ScopedVariable();
+  ScopedVariable(const ScopedVariable&) = delete;
+  ScopedVariable& operator=(const ScopedVariable&) = delete;
+
+ private:
+  std::string name_;
+  std::optional<std::string> previous_;
 };
 
 // Reads a whole file as bytes ("" when missing).
