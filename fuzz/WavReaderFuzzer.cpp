@@ -37,11 +37,12 @@ namespace {
 
 // Larger inputs are refused: they only make every execution slower.
 constexpr size_t kLargestInput = 1 << 20;
-// A small budget, so that reading a document swaps blocks out to temporary files.
-constexpr int32_t kMemoryBudget = 64 * 1024;
-// Bytes of the file per block: many blocks even for small inputs (the program's runs are
-// 1 MiB, which no small input crosses).
-constexpr int32_t kFileBlockLen = 1024;
+// A tiny budget, so that reading even a seed of a few KB swaps blocks out to temporary
+// files (that starts once five blocks are in memory).
+constexpr int32_t kMemoryBudget = 1024;
+// The reader cuts files into runs of 2 * FileBlockLen bytes, one block per channel each:
+// 512 bytes give a small input many blocks (the program's runs are 1 MiB).
+constexpr int32_t kFileBlockLen = 256;
 // Frames per WaveCollectBuff call, chosen so that calls straddle block boundaries.
 constexpr int32_t kCollectRun = 1000;
 
