@@ -19,8 +19,11 @@ bool g_loopOn = false;
 
 bool LoopOn() { return g_loopOn; }
 
-std::unique_ptr<FileMemoClass> PrepareSession(const std::string& commandLine,
-                                              std::string* failure) {
+void SetLoopOn(bool loop) { g_loopOn = loop; }
+
+std::unique_ptr<FileMemoClass> PrepareSession(
+    const std::string& commandLine, std::string* failure,
+    const std::function<void(FileMemoClass&)>& beforeLoad) {
   Trace("Main: Command line is " + commandLine);
   try {
     std::string path = Trim(commandLine);
@@ -30,6 +33,7 @@ std::unique_ptr<FileMemoClass> PrepareSession(const std::string& commandLine,
     if (!InitTempFolder()) ThrowError(kErrorPathFileAccess, "No session folder could be made");
     InitMemoryBudget();
     auto document = std::make_unique<FileMemoClass>();
+    if (beforeLoad) beforeLoad(*document);
     document->StorageReset();
     // While the tracks are joined the document keeps no undo and moves no slides.
     document->IsTempObject = true;

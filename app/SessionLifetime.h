@@ -3,6 +3,7 @@
 // and folder afterwards.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -15,15 +16,19 @@ class FileMemoClass;
 // by the command line. Nothing (after the project file's message) when the session could
 // not be loaded. A run-time error on the way is only traced, as the editor's start-up
 // shows no message for it; `failure`, when given, receives the same text for a front end
-// that has to say why it stops.
-std::unique_ptr<FileMemoClass> PrepareSession(const std::string& commandLine,
-                                              std::string* failure = nullptr);
+// that has to say why it stops. `beforeLoad`, when given, runs once the document exists and
+// before the project is read: the editor loads its window and progress display there, so
+// that loading already shows its progress.
+std::unique_ptr<FileMemoClass> PrepareSession(
+    const std::string& commandLine, std::string* failure = nullptr,
+    const std::function<void(FileMemoClass&)>& beforeLoad = {});
 
 // Releases the document and every file the storage engine holds, writes the last folder
 // used for audio files (when there is one) and removes the session folder.
 void EndSession(std::unique_ptr<FileMemoClass>& document, const std::string& lastWaveFolder = "");
 
-// The "LoopOn" setting read at start-up.
+// The "LoopOn" setting read at start-up, and the loop switch of the play toolbar.
 bool LoopOn();
+void SetLoopOn(bool loop);
 
 }  // namespace quorvane

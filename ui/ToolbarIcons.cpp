@@ -1,0 +1,129 @@
+#include "ui/ToolbarIcons.h"
+
+#include <QPainter>
+#include <QPainterPath>
+#include <QPixmap>
+#include <map>
+
+namespace quorvane {
+
+namespace {
+
+const std::map<QString, QString>& ThemeNames() {
+  static const std::map<QString, QString> names = {
+      {"PlayNew", "media-playback-start"}, {"PlaySlid", "media-skip-forward"},
+      {"Pause", "media-playback-pause"},   {"Stop", "media-playback-stop"},
+      {"Loop", "media-playlist-repeat"},   {"Record", "media-record"},
+      {"Open", "document-open"},           {"Save", "document-save"},
+      {"ZoomIn", "zoom-in"},               {"ZoomOut", "zoom-out"},
+      {"ZoomSel", "zoom-fit-best"},        {"ZoomSlid", "zoom-original"},
+      {"ZoomAll", "zoom-fit-page"},        {"Undo", "edit-undo"},
+      {"Cut", "edit-cut"},                 {"Copy", "edit-copy"},
+      {"Paste", "edit-paste"},             {"Delete", "edit-delete"},
+  };
+  return names;
+}
+
+// A magnifier with a sign or a letter in it.
+void DrawMagnifier(QPainter& p, const QString& inside) {
+  p.setPen(QPen(QColor(40, 40, 40), 2));
+  p.drawEllipse(QRectF(2, 2, 13, 13));
+  p.drawLine(QPointF(13.5, 13.5), QPointF(20, 20));
+  p.setFont(QFont("DejaVu Sans", 7, QFont::Bold));
+  p.drawText(QRectF(2, 2, 13, 13), Qt::AlignCenter, inside);
+}
+
+QPixmap DrawnIcon(const QString& key) {
+  QPixmap pixmap(22, 22);
+  pixmap.fill(Qt::transparent);
+  QPainter p(&pixmap);
+  p.setRenderHint(QPainter::Antialiasing);
+  const QColor dark(40, 40, 40);
+  p.setPen(Qt::NoPen);
+  p.setBrush(dark);
+  if (key == "PlayNew" || key == "PlaySlid") {
+    p.setBrush(QColor(0, 128, 0));
+    p.drawPolygon(QPolygonF({QPointF(6, 4), QPointF(18, 11), QPointF(6, 18)}));
+    if (key == "PlaySlid") p.fillRect(QRectF(2, 4, 2, 14), QColor(255, 0, 0));
+  } else if (key == "Pause") {
+    p.drawRect(QRectF(6, 4, 4, 14));
+    p.drawRect(QRectF(13, 4, 4, 14));
+  } else if (key == "Stop") {
+    p.drawRect(QRectF(5, 5, 12, 12));
+  } else if (key == "Record") {
+    p.setBrush(QColor(210, 0, 0));
+    p.drawEllipse(QRectF(4, 4, 14, 14));
+  } else if (key == "Loop") {
+    p.setPen(QPen(dark, 2));
+    p.setBrush(Qt::NoBrush);
+    p.drawArc(QRectF(4, 5, 14, 12), 30 * 16, 300 * 16);
+    p.setPen(Qt::NoPen);
+    p.setBrush(dark);
+    p.drawPolygon(QPolygonF({QPointF(15, 2), QPointF(20, 7), QPointF(14, 9)}));
+  } else if (key == "Open") {
+    p.setBrush(QColor(220, 180, 60));
+    p.drawRect(QRectF(2, 6, 18, 13));
+    p.drawRect(QRectF(2, 4, 8, 3));
+  } else if (key == "Save") {
+    p.setBrush(QColor(50, 80, 160));
+    p.drawRect(QRectF(3, 3, 16, 16));
+    p.setBrush(Qt::white);
+    p.drawRect(QRectF(6, 3, 10, 6));
+  } else if (key == "ZoomIn") {
+    DrawMagnifier(p, "+");
+  } else if (key == "ZoomOut") {
+    DrawMagnifier(p, "-");
+  } else if (key == "ZoomSel") {
+    DrawMagnifier(p, "[]");
+  } else if (key == "ZoomSlid") {
+    DrawMagnifier(p, "S");
+  } else if (key == "ZoomAll") {
+    DrawMagnifier(p, "A");
+  } else if (key == "Undo") {
+    p.setPen(QPen(dark, 2));
+    p.setBrush(Qt::NoBrush);
+    p.drawArc(QRectF(5, 6, 13, 12), 270 * 16, 270 * 16);
+    p.setPen(Qt::NoPen);
+    p.setBrush(dark);
+    p.drawPolygon(QPolygonF({QPointF(2, 12), QPointF(9, 8), QPointF(9, 15)}));
+  } else if (key == "Cut") {
+    p.setPen(QPen(dark, 2));
+    p.setBrush(Qt::NoBrush);
+    p.drawEllipse(QRectF(3, 13, 6, 6));
+    p.drawEllipse(QRectF(13, 13, 6, 6));
+    p.drawLine(QPointF(8, 13), QPointF(16, 2));
+    p.drawLine(QPointF(14, 13), QPointF(6, 2));
+  } else if (key == "Copy" || key == "Paste") {
+    p.setPen(QPen(dark, 1.5));
+    p.setBrush(Qt::white);
+    if (key == "Paste") {
+      p.setBrush(QColor(200, 160, 90));
+      p.drawRect(QRectF(3, 4, 13, 16));
+      p.setBrush(Qt::white);
+      p.drawRect(QRectF(9, 9, 10, 11));
+    } else {
+      p.drawRect(QRectF(3, 3, 10, 12));
+      p.drawRect(QRectF(9, 8, 10, 12));
+    }
+  } else if (key == "Delete") {
+    p.setPen(QPen(QColor(200, 0, 0), 3));
+    p.drawLine(QPointF(5, 5), QPointF(17, 17));
+    p.drawLine(QPointF(17, 5), QPointF(5, 17));
+  } else {
+    p.setPen(dark);
+    p.drawText(pixmap.rect(), Qt::AlignCenter, key.left(2));
+  }
+  return pixmap;
+}
+
+}  // namespace
+
+QIcon ToolbarIcon(const QString& key) {
+  const auto found = ThemeNames().find(key);
+  if (found != ThemeNames().end() && QIcon::hasThemeIcon(found->second)) {
+    return QIcon::fromTheme(found->second);
+  }
+  return QIcon(DrawnIcon(key));
+}
+
+}  // namespace quorvane

@@ -1,0 +1,402 @@
+// The window's lifecycle: loading, its menus and toolbars, the layout on resizing, the
+// close question and the end of the session, and what the undo history shows in it.
+#include "ui/WaveEditor_Frm.h"
+
+#include <QAction>
+#include <QCloseEvent>
+#include <QComboBox>
+#include <QFrame>
+#include <QHBoxLayout>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QMenuBar>
+#include <QScrollBar>
+#include <QToolBar>
+
+#include "app/ProjectFile.h"
+#include "app/SessionLifetime.h"
+#include "core/ErrorReport.h"
+#include "core/Interaction.h"
+#include "core/Settings.h"
+#include "core/Trace.h"
+#include "editing/EditCommands.h"
+#include "storage/EditorState.h"
+#include "storage/FileMemoClass.h"
+#include "ui/EditorWindowProc.h"
+#include "ui/HostWindow.h"
+#include "ui/ProgressShowerClass.h"
+#include "ui/PlayerLink.h"
+#include "ui/ToolbarIcons.h"
+#include "ui/UndoClearFrm.h"
+#include "ui/ViewState.h"
+
+namespace quorvane {
+
+namespace {
+
+constexpr int kTopFrameHeight = 34;
+constexpr int kScaleHeight = 18;
+constexpr int kMarkerStripHeight = 32;
+constexpr int kScrollHeight = 17;
+constexpr int kBotFrameHeight = 44;
+constexpr int kParkedX = -20;
+
+const QColor kStripBackground(235, 233, 237);
+const QColor kStripForeground(0, 0, 192);
+const QColor kPlayMark(255, 0, 255);
+const QColor kMouseLine(128, 128, 128);
+
+}  // namespace
+
+WaveEditor_Frm::WaveEditor_Frm() {
+  Trace("Form_Load: Entry");
+  try {
+    setWindowTitle(kAppTitle);
+    resize(900, 560);
+    ConnectToHostWindow(*this);
+    InstallEditorWindowProc(*this);
+
+    central_ = new QWidget(this);
+    setCentralWidget(central_);
+    central_->installEventFilter(this);
+    BuildMenus();
+    BuildToolbars();
+    BuildStrips();
+    BuildLabels();
+
+    blinkCursorTimer_.setInterval(300);
+    blinkMarkerTimer_.setInterval(479);
+    mouseMoveWaitTimer_.setInterval(70);
+    playPosTimer_.setInterval(40);
+    connect(&blinkCursorTimer_, &QTimer::timeout, this, [this] { BlinkCursorTimer_Timer(); });
+    connect(&blinkMarkerTimer_, &QTimer::timeout, this, [this] { BlinkMarkerTimer_Timer(); });
+    connect(&mouseMoveWaitTimer_, &QTimer::timeout, this, [this] { MouseMoveWaitTimer_Timer(); });
+
+    labels_["PlayPosLbl"]->setText("00");
+    markHilitShape_->bounds = QRect(kParkedX, 9, 4, 21);
+    Button("Undo")->setEnabled(false);
+    SetViewColours();
+    SetLoopONOFF();
+    SetDocumentWindow(this);
+    Form_Resize();
+  } catch (const std::exception& error) {
+    TraceError(error, "WaveEditor_Frm", "Form_Load", true);
+  }
+  Trace("Form_Load: Exit");
+}
+
+WaveEditor_Frm::~WaveEditor_Frm() {
+  if (&TheDocumentWindow() == this) SetDocumentWindow(nullptr);
+}
+
+QAction* WaveEditor_Frm::AddMenuItem(QMenu* menu, const QString& name, const QString& caption,
+                                     std::function<void()> handler, const QKeySequence& shortcut) {
+  QAction* action = menu->addAction(caption);
+  action->setObjectName(name);
+  if (!shortcut.isEmpty()) action->setShortcut(shortcut);
+  if (handler) connect(action, &QAction::triggered, this, [handler] { handler(); });
+  menuItems_[name] = action;
+  return action;
+}
+
+void WaveEditor_Frm::BuildMenus() {
+  QMenu* file = menuBar()->addMenu("&File");
+  AddMenuItem(file, "FileImport_Mnu", "&Import", nullptr);
+  AddMenuItem(file, "FileSave_Mnu", "&Save", [this] { FileSave_Mnu_Click(); },
+              QKeySequence::Save);
+  AddMenuItem(file, "FileExit_Mnu", "E&xit", [this] { FileExit_Mnu_Click(); });
+
+  QMenu* edit = menuBar()->addMenu("&Edit");
+  undoMenu_ = AddMenuItem(edit, "Undo_Mnu", "&Undo", [this] { Undo_Mnu_Click(1); },
+                          QKeySequence::Undo);
+  undoMenu_->setEnabled(false);
+  edit->addSeparator();
+  AddMenuItem(edit, "EditCut_Mnu", "Cu&t", nullptr, QKeySequence::Cut);
+  AddMenuItem(edit, "EditCopy_Mnu", "&Copy", nullptr, QKeySequence::Copy);
+  AddMenuItem(edit, "EditPaste_Mnu", "&Paste", nullptr, QKeySequence::Paste);
+  AddMenuItem(edit, "EditDelete_Mnu", "&Delete", [this] { EditDelete_Mnu_Click(); },
+              QKeySequence::Delete);
+  AddMenuItem(edit, "EditSelectAll_Mnu", "&Select All", [this] { EditSelectAll_Mnu_Click(); },
+              QKeySequence::SelectAll);
+  edit->addSeparator();
+  AddMenuItem(edit, "EditNextMarker_Mnu1", "&Next Marker", nullptr);
+  AddMenuItem(edit, "EditNextMarker_Mnu2", "&Previous Marker", nullptr);
+  edit->addSeparator();
+  AddMenuItem(edit, "UndoClear_Mnu", "Clear Undo &Data...", [this] {
+    if (document_ != nullptr) document_->UndoClearFiles_UserAssisted();
+  });
+
+  QMenu* volume = menuBar()->addMenu("&Volume");
+  AddMenuItem(volume, "VolumeMaximize_Mnu", "&Maximize", nullptr);
+  AddMenuItem(volume, "VolumeChange_Mnu", "&Change", nullptr);
+  AddMenuItem(volume, "VolumeDynamicBal_Mnu", "&Dynamic Balance", nullptr);
+
+  QMenu* view = menuBar()->addMenu("&View");
+  const std::array<std::pair<int, const char*>, 5> zooms = {
+      {{1, "&Zoom In"}, {2, "Zoom &Out"}, {4, "&Selection"}, {5, "Sli&de"}, {6, "&All"}}};
+  for (const auto& [index, caption] : zooms) {
+    if (index == 4) view->addSeparator();
+    const int menuIndex = index;
+    AddMenuItem(view, QString("ViewZoom_Mnu%1").arg(index), caption,
+                [this, menuIndex] { ViewZoom_Mnu_Click(menuIndex); });
+  }
+
+  QMenu* insert = menuBar()->addMenu("&Insert");
+  AddMenuItem(insert, "InsertSilence_Mnu", "&Silence", [this] { InsertSilence_Mnu_Click(); });
+  AddMenuItem(insert, "InsertRecording_Mnu", "&Recording", nullptr);
+}
+
+void WaveEditor_Frm::BuildToolbars() {
+  topFrame_ = new QWidget(central_);
+  topFrame_->setObjectName("TopFrame");
+  auto* row = new QHBoxLayout(topFrame_);
+  row->setContentsMargins(2, 0, 2, 0);
+  row->setSpacing(4);
+  const auto toolbar = [&](const char* name) {
+    auto* bar = new QToolBar(name, topFrame_);
+    bar->setObjectName(name);
+    bar->setIconSize(QSize(20, 20));
+    row->addWidget(bar);
+    return bar;
+  };
+  const auto button = [&](QToolBar* bar, const QString& key, const QString& tip,
+                          std::function<void()> handler) {
+    QAction* action = bar->addAction(ToolbarIcon(key), key);
+    action->setObjectName(key);
+    action->setToolTip(tip.isEmpty() ? key : tip);
+    if (handler) connect(action, &QAction::triggered, this, [handler] { handler(); });
+    buttons_[key] = action;
+    return action;
+  };
+
+  playToolbar_ = toolbar("PlayToolbar");
+  for (const auto& [key, tip] : {std::pair{"PlayNew", "Play"}, {"PlaySlid", "Play Slide"},
+                                  {"Pause", "Pause/Continue"}, {"Stop", "Stop"}}) {
+    const QString k = key;
+    button(playToolbar_, key, tip, [this, k] { PlayToolbar_ButtonClick(k); });
+  }
+  QAction* loop = button(playToolbar_, "Loop", "Loop", nullptr);
+  loop->setCheckable(true);
+  connect(loop, &QAction::triggered, this, [this](bool pressed) {
+    SetLoopOn(pressed);
+    SetLoopONOFF();
+  });
+  button(playToolbar_, "Record", "Record", nullptr);
+  Button("Pause")->setEnabled(false);
+  Button("Stop")->setEnabled(false);
+
+  fileToolbar_ = toolbar("FileToolbar");
+  button(fileToolbar_, "Open", "Insert audio file", nullptr);
+  button(fileToolbar_, "Save", "Save", [this] { FileSave_Mnu_Click(); });
+
+  viewToolbar_ = toolbar("ViewToolbar");
+  const std::array<std::tuple<const char*, const char*, int>, 5> zooms = {
+      {{"ZoomIn", "Zoom In (Shift+1)", 1},
+       {"ZoomOut", "Zoom Out (Shift+2)", 2},
+       {"ZoomSel", "View Selection (Shift+3)", 5},
+       {"ZoomSlid", "View Current Slide (Shift+4)", 6},
+       {"ZoomAll", "View All (Shift+5)", 4}}};
+  for (const auto& [key, tip, mode] : zooms) {
+    const int zoomMode = mode;
+    button(viewToolbar_, key, tip, [this, zoomMode] { ZoomView(zoomMode); });
+  }
+
+  editToolbar_ = toolbar("EditToolbar");
+  button(editToolbar_, "Undo", "Undo", [this] { Undo_Mnu_Click(1); });
+  button(editToolbar_, "Cut", "Cut", nullptr);
+  button(editToolbar_, "Copy", "Copy", nullptr);
+  button(editToolbar_, "Paste", "Paste", nullptr);
+  button(editToolbar_, "Delete", "Delete", [this] { EditDelete_Mnu_Click(); });
+
+  slideCombo_ = new QComboBox(topFrame_);
+  slideCombo_->setObjectName("SlideCombo");
+  slideCombo_->setMinimumContentsLength(12);
+  slideCombo_->installEventFilter(this);
+  connect(slideCombo_, &QComboBox::currentIndexChanged, this, [this] { SlideCombo_Click(); });
+  row->addWidget(slideCombo_, 1);
+}
+
+void WaveEditor_Frm::BuildStrips() {
+  scalePic_ = new PictureBox(central_, kStripBackground);
+  scalePic_->setObjectName("ScalePic");
+  markerDrawPic_ = new PictureBox(central_, kStripBackground);
+  markerDrawPic_->setObjectName("MarkerDrawPic");
+  markerDrawPic_->installEventFilter(this);
+  markerDrawPic_->setFocusPolicy(Qt::ClickFocus);
+  markHilitShape_ = &markerDrawPic_->AddShape(QRect(kParkedX, 9, 4, 21), Qt::yellow);
+  markHilitShape_->visible = false;
+  markPickedShape_ = &markerDrawPic_->AddShape(QRect(kParkedX, 2, 7, 26), Qt::black);
+  markPickedShape_->visible = false;
+
+  for (int index = 1; index <= 2; ++index) {
+    auto* picture = new PictureBox(central_, Qt::white);
+    picture->setObjectName(QString("Wave_Pic%1").arg(index));
+    picture->setFocusPolicy(Qt::StrongFocus);
+    picture->setMouseTracking(true);
+    picture->setCursor(Qt::CrossCursor);
+    picture->installEventFilter(this);
+    const auto slot = static_cast<size_t>(index);
+    wavePic_[slot] = picture;
+    mouseLine_[slot] = &picture->AddShape(QRect(kParkedX, 0, 1, 1), kMouseLine, true);
+    blinkPosShp_[slot] = &picture->AddShape(QRect(kParkedX, 0, 3, 1), Qt::black);
+    playPosShp_[slot] = &picture->AddShape(QRect(kParkedX, 0, 3, 1), kPlayMark);
+  }
+
+  hScroll_ = new QScrollBar(Qt::Horizontal, central_);
+  hScroll_->setObjectName("HScroll");
+  hScroll_->setRange(0, kScrollMaximum);
+  hScroll_->installEventFilter(this);
+  connect(hScroll_, &QScrollBar::valueChanged, this, [this] { HScroll_Change(); });
+
+  progDisplayPic_ = new QFrame(central_);
+  progDisplayPic_->setObjectName("ProgDisplayPic");
+  static_cast<QFrame*>(progDisplayPic_)->setFrameStyle(QFrame::Box | QFrame::Plain);
+  progDisplayPic_->setAutoFillBackground(true);
+  progDisplayPic_->setGeometry(0, 0, 280, 26);
+  progBarPic_ = new PictureBox(progDisplayPic_, QColor(255, 255, 255));
+  progBarPic_->setObjectName("ProgBarPic");
+  progBarPic_->setGeometry(3, 3, 274, 20);
+  progDisplayPic_->hide();
+  progress_ = std::make_unique<ProgressShowerClass>(*progDisplayPic_, *progBarPic_);
+}
+
+void WaveEditor_Frm::BuildLabels() {
+  botFrame_ = new QWidget(central_);
+  botFrame_->setObjectName("BotFrame");
+  auto* grid = new QHBoxLayout(botFrame_);
+  grid->setContentsMargins(6, 2, 6, 2);
+  const auto add = [&](const QString& caption, const QString& name, const QString& text) {
+    if (!caption.isEmpty()) grid->addWidget(new QLabel(caption, botFrame_));
+    auto* label = new QLabel(text, botFrame_);
+    label->setObjectName(name);
+    label->setFrameStyle(QFrame::Panel | QFrame::Sunken);
+    label->setMinimumWidth(64);
+    grid->addWidget(label);
+    labels_[name] = label;
+  };
+  add("Total:", "DispTotDurLbl", "00:00:00.000");
+  add("Selection:", "SelectLbl0", "00:00:00.000");
+  add("From:", "SelectLbl1", "00:00:00.000");
+  add("To:", "SelectLbl2", "00:00:00.000");
+  add("Slide:", "DispSlideNoLbl", "00/00");
+  add("Length:", "DispSlideDurLbl", "00:00:00.000");
+  add("Marker:", "DispMarkPosLbl", "00:00:00.000");
+  add("", "DispMarkTypLbl", "");
+  add("Play:", "PlayPosLbl", "00");
+  grid->addStretch(1);
+}
+
+QLabel* WaveEditor_Frm::Label(const QString& name) const {
+  const auto found = labels_.find(name);
+  return found == labels_.end() ? nullptr : found->second;
+}
+
+QAction* WaveEditor_Frm::Button(const QString& key) const {
+  const auto found = buttons_.find(key);
+  return found == buttons_.end() ? nullptr : found->second;
+}
+
+QAction* WaveEditor_Frm::MenuItem(const QString& name) const {
+  const auto found = menuItems_.find(name);
+  return found == menuItems_.end() ? nullptr : found->second;
+}
+
+void WaveEditor_Frm::SetViewColours() {
+  for (int index = 1; index <= 2; ++index) Wave_Pic(index)->SetBackground(Qt::white);
+  scalePic_->SetBackground(kStripBackground);
+  markerDrawPic_->SetBackground(kStripBackground);
+  for (int index = 1; index <= 2; ++index) {
+    playPosShp_[static_cast<size_t>(index)]->border = kPlayMark;
+  }
+}
+
+void WaveEditor_Frm::SetLoopONOFF() {
+  try {
+    Button("Loop")->setChecked(LoopOn());
+    SettingPut("Setting", "LoopOn", LoopOn() ? "1" : "0");
+    PassLoopToPlayer(LoopOn());
+  } catch (const std::exception& error) {
+    UserInterface().Message(LocatedErrorText(ErrorDescription(error), "WaveEditor_Frm",
+                                             "SetLoopONOFF", ErrorLine(error)));
+  }
+}
+
+void WaveEditor_Frm::Form_Resize() {
+  const int width = std::max(central_->width(), 300);
+  const int height = std::max(central_->height(), 200);
+  topFrame_->setGeometry(0, 0, width, kTopFrameHeight);
+  scalePic_->setGeometry(0, kTopFrameHeight, width, kScaleHeight);
+  markerDrawPic_->setGeometry(0, kTopFrameHeight + kScaleHeight - 1, width, kMarkerStripHeight);
+  botFrame_->setGeometry(0, height - kBotFrameHeight, width, kBotFrameHeight);
+  hScroll_->setGeometry(0, height - kBotFrameHeight - kScrollHeight, width, kScrollHeight);
+  slideCombo_->setMinimumWidth(std::max(width / 6, 800 / 15));
+  progDisplayPic_->move((central_->width() - progDisplayPic_->width()) / 2,
+                        kTopFrameHeight + (kScaleHeight - progDisplayPic_->height()) / 2);
+  Refresh_Wave_View();
+}
+
+// ---- Closing ---------------------------------------------------------------------------
+
+bool WaveEditor_Frm::Form_QueryUnload() {
+  if (Editor().WaveChanged) {
+    MessageRequest question;
+    question.text = "The current waveform has changed.\nDo you wish to to save it?";
+    question.icon = MessageIcon::Question;
+    question.buttons = MessageButtons::YesNoCancel;
+    const MessageAnswer answer = UserInterface().MsgBox(question);
+    if (answer == MessageAnswer::Cancel) return false;
+    if (answer == MessageAnswer::Yes) FileSave_Mnu_Click();
+  }
+  BusyPointer busy;
+  PlayControl(6);
+  if (SoundDriverHandle() != 0) SoundDriverSwitch(false, *this);
+  blinkCursorTimer_.stop();
+  blinkMarkerTimer_.stop();
+  playPosTimer_.stop();
+  document_ = nullptr;
+  if (sessionEnd_) sessionEnd_(lastWaveDir_);
+  return true;
+}
+
+void WaveEditor_Frm::closeEvent(QCloseEvent* event) {
+  if (unloaded_) {
+    event->accept();
+    return;
+  }
+  if (!Form_QueryUnload()) {
+    event->ignore();
+    return;
+  }
+  unloaded_ = true;
+  event->accept();
+  SetDocumentWindow(nullptr);
+  emit Unloaded();
+}
+
+void WaveEditor_Frm::FileExit_Mnu_Click() { close(); }
+
+void WaveEditor_Frm::FileSave_Mnu_Click() {
+  if (document_ == nullptr) return;
+  if (IsPlaying()) PlayControl(2);
+  ProjectFileSave(*document_);
+}
+
+// ---- What the undo history shows -------------------------------------------------------
+
+void WaveEditor_Frm::SetUndoMenuItem(const std::string& caption, bool enabled) {
+  undoMenu_->setText(QString::fromStdString(caption));
+  undoMenu_->setEnabled(enabled);
+}
+
+void WaveEditor_Frm::SetUndoButton(bool enabled, const std::string& toolTip) {
+  Button("Undo")->setEnabled(enabled);
+  if (!toolTip.empty()) Button("Undo")->setToolTip(QString::fromStdString(toolTip));
+}
+
+UndoClearChoice WaveEditor_Frm::ShowUndoClearFrm(const std::vector<std::string>& AvailList) {
+  UndoClearFrm dialog(this, AvailList);
+  dialog.exec();
+  return dialog.Choice();
+}
+
+}  // namespace quorvane

@@ -1,0 +1,182 @@
+// The editor window: the toolbars and slide chooser on top, the time scale, the marker
+// strip, one wave picture per channel, the scroll bar and the labels below. It draws what
+// the document and the view state say and turns the mouse, keys, menus and toolbars into
+// calls of the document, the edit commands and the view arithmetic; it never reaches into
+// the block tables.
+#pragma once
+
+#include <QMainWindow>
+#include <QPixmap>
+#include <QTimer>
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+
+#include "storage/DocumentWindow.h"
+#include "ui/PictureBox.h"
+
+class QAction;
+class QComboBox;
+class QLabel;
+class QScrollBar;
+class QToolBar;
+
+namespace quorvane {
+
+class FileMemoClass;
+class ProgressShowerClass;
+
+// The scroll bar's range is 0 to this.
+inline constexpr int32_t kScrollMaximum = 10000;
+
+class WaveEditor_Frm : public QMainWindow, public DocumentWindow {
+  Q_OBJECT
+
+ public:
+  // Form_Load: builds the window (not shown) and installs it as the document's window.
+  WaveEditor_Frm();
+  ~WaveEditor_Frm() override;
+
+  // The document the window shows and edits; null before loading and after the session.
+  void AttachDocument(FileMemoClass* document) { document_ = document; }
+  // What ends the session after the window agreed to close: releasing the document and
+  // the storage engine's files and folders.
+  void SetSessionEnd(std::function<void(const std::string& lastWaveDir)> end) {
+    sessionEnd_ = std::move(end);
+  }
+  ProgressShowerClass& ProgressShower() { return *progress_; }
+
+  // Drawing of the view.
+  void Refresh_Wave_View();
+  void RefreshDrawScale();
+  void RefreshDrawMarkers();
+  void RefreshScrollScale();
+  void PositionBlinkCursor();
+  void UpdateSlideInfo();
+  void UpdateSelectionLabels(bool Dragging);
+  void UpdateSlideCombo();
+  void DrawMarkerFlag(int32_t X, int32_t Kind, int32_t Number, int32_t TextColour);
+
+  // Commands reached from menus, toolbars and keys.
+  void ZoomView(int32_t Mode);
+  void ViewZoom_Mnu_Click(int32_t Index);
+  void FileSave_Mnu_Click();
+  void FileExit_Mnu_Click();
+  void Undo_Mnu_Click(int32_t Index);
+  void EditDelete_Mnu_Click();
+  void EditSelectAll_Mnu_Click();
+  void InsertSilence_Mnu_Click();
+  void PlayToolbar_ButtonClick(const QString& key);
+
+  // DocumentWindow: the undo menu entry, the undo button and the undo-clearing dialog.
+  void SetUndoMenuItem(const std::string& caption, bool enabled) override;
+  void SetUndoButton(bool enabled, const std::string& toolTip) override;
+  void SetMenu_To_DefaultFormat() override {}
+  UndoClearChoice ShowUndoClearFrm(const std::vector<std::string>& AvailList) override;
+
+  // Elements, for the tests and the benchmark that look at what a user sees.
+  PictureBox* Wave_Pic(int index) const { return wavePic_[static_cast<size_t>(index)]; }
+  const QPixmap& WaveBak_Pic(int index) const { return waveBak_[static_cast<size_t>(index)]; }
+  PictureBox* ScalePic() const { return scalePic_; }
+  PictureBox* MarkerDrawPic() const { return markerDrawPic_; }
+  QScrollBar* HScroll() const { return hScroll_; }
+  QComboBox* SlideCombo() const { return slideCombo_; }
+  QLabel* Label(const QString& name) const;
+  QAction* Button(const QString& key) const;
+  QAction* MenuItem(const QString& name) const;
+  // Samples read from the document by drawing since the last reset.
+  int64_t DocumentReads() const { return documentReads_; }
+  void ResetDocumentReads() { documentReads_ = 0; }
+
+  // Mouse and key handlers of the wave pictures (Index 1 left, 2 right).
+  void Wave_Pic_MouseDown(int Index, double X);
+  void Wave_Pic_MouseMove(int Index, double X);
+  void Wave_Pic_MouseUp(int Index, double X);
+  void Wave_Pic_KeyPress(int Index, const QString& Key);
+  void Wave_Pic_KeyUp(int Index, int KeyCode, int Shift);
+  void HScroll_Change();
+
+ signals:
+  // The window has closed and the session has ended.
+  void Unloaded();
+
+ protected:
+  void closeEvent(QCloseEvent* event) override;
+  bool eventFilter(QObject* watched, QEvent* event) override;
+
+ private:
+  void BuildMenus();
+  void BuildToolbars();
+  void BuildStrips();
+  void BuildLabels();
+  void Form_Resize();
+  bool Form_QueryUnload();
+  void SetViewColours();
+  void SetLoopONOFF();
+  void SlideCombo_Click();
+  void BlinkCursorTimer_Timer();
+  void BlinkMarkerTimer_Timer();
+  void MouseMoveWaitTimer_Timer();
+  void LayoutWaveArea();
+  void DrawWaveform(int index, int32_t first, int32_t last, int32_t step);
+  void DrawDragSelection(int32_t anchor, int32_t position);
+  void MoveMouseLines(int x);
+  bool SelectionEdgeUnderMouse(double X, bool startEdge) const;
+  void SelectSlideInChooser(int32_t slide);
+  int32_t Length() const;
+  QAction* AddMenuItem(QMenu* menu, const QString& name, const QString& caption,
+                       std::function<void()> handler, const QKeySequence& shortcut = {});
+
+  FileMemoClass* document_ = nullptr;
+  std::function<void(const std::string&)> sessionEnd_;
+  std::unique_ptr<ProgressShowerClass> progress_;
+  std::string lastWaveDir_;
+  bool unloaded_ = false;
+
+  QWidget* central_ = nullptr;
+  QWidget* topFrame_ = nullptr;
+  QWidget* botFrame_ = nullptr;
+  QToolBar* playToolbar_ = nullptr;
+  QToolBar* fileToolbar_ = nullptr;
+  QToolBar* viewToolbar_ = nullptr;
+  QToolBar* editToolbar_ = nullptr;
+  QComboBox* slideCombo_ = nullptr;
+  PictureBox* scalePic_ = nullptr;
+  PictureBox* markerDrawPic_ = nullptr;
+  std::array<PictureBox*, 3> wavePic_{};  // 1 left, 2 right
+  std::array<QPixmap, 3> waveBak_;
+  std::array<OverlayShape*, 3> blinkPosShp_{};
+  std::array<OverlayShape*, 3> playPosShp_{};
+  std::array<OverlayShape*, 3> mouseLine_{};
+  OverlayShape* markHilitShape_ = nullptr;
+  OverlayShape* markPickedShape_ = nullptr;
+  QScrollBar* hScroll_ = nullptr;
+  QWidget* progDisplayPic_ = nullptr;
+  PictureBox* progBarPic_ = nullptr;
+  std::map<QString, QLabel*> labels_;
+  std::map<QString, QAction*> buttons_;
+  std::map<QString, QAction*> menuItems_;
+  QAction* undoMenu_ = nullptr;
+
+  QTimer blinkCursorTimer_;
+  QTimer blinkMarkerTimer_;
+  QTimer mouseMoveWaitTimer_;
+  QTimer playPosTimer_;
+  bool blinkCursorOn_ = false;
+  bool blinkMarkerOn_ = false;
+
+  bool MouseIsDown = false;
+  int32_t DragAnchor = 0;
+  int32_t DragFirst = 0;
+  int32_t DragLast = 0;
+  bool ClickSettling = false;
+  bool DragMoved = false;
+  bool ScrollUpdating = false;
+  bool ChooserUpdating = false;
+  int64_t documentReads_ = 0;
+};
+
+}  // namespace quorvane
