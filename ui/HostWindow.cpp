@@ -25,8 +25,8 @@ struct FreeDeleter {
 
 // WM_CLASS holds the instance name and the class name, each ending in a zero byte.
 std::string WindowClass(xcb_connection_t* connection, xcb_window_t window) {
-  const xcb_get_property_cookie_t cookie = xcb_get_property(
-      connection, 0, window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 0, 256);
+  const xcb_get_property_cookie_t cookie =
+      xcb_get_property(connection, 0, window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 0, 256);
   std::unique_ptr<xcb_get_property_reply_t, FreeDeleter> reply(
       xcb_get_property_reply(connection, cookie, nullptr));
   if (!reply) return {};

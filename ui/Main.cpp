@@ -5,7 +5,6 @@
 #include <QStringList>
 #include <algorithm>
 #include <cctype>
-#include <memory>
 
 #include "app/SessionLifetime.h"
 #include "core/ErrorReport.h"
@@ -15,7 +14,6 @@
 #include "storage/FileMemoClass.h"
 #include "ui/PlayerLink.h"
 #include "ui/ProgressShowerClass.h"
-#include "ui/QtInteraction.h"
 #include "ui/ViewState.h"
 #include "ui/WaveEditor_Frm.h"
 
@@ -35,60 +33,71 @@ std::string Lower(std::string text) {
   return text;
 }
 
-// Installs the window's interaction for the session and the default one afterwards.
-class InstalledInteraction {
- public:
-  explicit InstalledInteraction(Interaction& interaction) { SetUserInterface(&interaction); }
-  ~InstalledInteraction() { SetUserInterface(nullptr); }
-  InstalledInteraction(const InstalledInteraction&) = delete;
-  InstalledInteraction& operator=(const InstalledInteraction&) = delete;
-};
-
 }  // namespace
 
-MainOutcome Main(const std::string& CommandLine) {
-  const std::string working =
-      Trim(CommandLine.empty() ? ProcessCommandLine() : CommandLine);
-  if (Lower(working) == "-embedding") {
-    Trace("Main: Command line is " + CommandLine);
-    return MainOutcome::Embedding;
-  }
+std::unique_ptr<EditorSession> EditorSession::Open(const std::string& commandLine,
+                                                   Interaction* interaction) {
+  std::unique_ptr<EditorSession> session(new EditorSession);
+  session->interaction_ = interaction != nullptr ? interaction : &session->qtInteraction_;
+  SetUserInterface(session->interaction_);
   ResetViewState();
   View().ViewAll = true;
   InitScaleSteps();
 
-  QtInteraction interaction;
-  InstalledInteraction installed(interaction);
-  std::unique_ptr<WaveEditor_Frm> window;
-  std::unique_ptr<FileMemoClass> document =
-      PrepareSession(working, nullptr, [&](FileMemoClass& created) {
-        window = std::make_unique<WaveEditor_Frm>();
-        window->AttachDocument(&created);
-        interaction.SetOwner(window.get());
-        interaction.SetProgress(&window->ProgressShower());
-      });
-  if (!document) return MainOutcome::ProjectNotLoaded;
-
+  EditorSession& s = *session;
+  s.document_ = PrepareSession(commandLine, nullptr, [&s](FileMemoClass& created) {
+    s.window_ = std::make_unique<WaveEditor_Frm>();
+    s.window_->AttachDocument(&created);
+    s.qtInteraction_.SetOwner(s.window_.get());
+    s.qtInteraction_.SetProgress(&s.window_->ProgressShower());
+  });
+  if (!s.document_) return nullptr;
   try {
-    window->Refresh_Wave_View();
-    window->UpdateSlideCombo();
+    s.window_->Refresh_Wave_View();
+    s.window_->UpdateSlideCombo();
     {
       BusyPointer busy;
-      SoundDriverSwitch(true, *window);
+      SoundDriverSwitch(true, *s.window_);
     }
-    window->SetSessionEnd(
-        [&document](const std::string& lastWaveDir) { EndSession(document, lastWaveDir); });
-    QEventLoop modal;
-    QObject::connect(window.get(), &WaveEditor_Frm::Unloaded, &modal, &QEventLoop::quit);
-    window->show();
-    modal.exec();
+    s.window_->SetSessionEnd(
+        [&s](const std::string& lastWaveDir) { EndSession(s.document_, lastWaveDir); });
   } catch (const std::exception& error) {
     TraceError(error, "QuorvaneModOld", "Main");
   }
-  interaction.SetProgress(nullptr);
-  interaction.SetOwner(nullptr);
-  window.reset();
-  if (document) EndSession(document);
+  return session;
+}
+
+EditorSession::~EditorSession() {
+  qtInteraction_.SetProgress(nullptr);
+  qtInteraction_.SetOwner(nullptr);
+  window_.reset();
+  if (document_) EndSession(document_);
+  if (&UserInterface() == interaction_) SetUserInterface(nullptr);
+}
+
+void EditorSession::ShowModal() {
+  QEventLoop modal;
+  QObject::connect(window_.get(), &WaveEditor_Frm::Unloaded, &modal, &QEventLoop::quit);
+  window_->show();
+  modal.exec();
+}
+
+MainOutcome Main(const std::string& CommandLine) {
+  const std::string working = Trim(CommandLine.empty() ? ProcessCommandLine() : CommandLine);
+  if (Lower(working) == "-embedding") {
+    Trace("Main: Command line is " + CommandLine);
+    return MainOutcome::Embedding;
+  }
+  std::unique_ptr<EditorSession> session = EditorSession::Open(working);
+  if (!session) {
+    SetUserInterface(nullptr);
+    return MainOutcome::ProjectNotLoaded;
+  }
+  try {
+    session->ShowModal();
+  } catch (const std::exception& error) {
+    TraceError(error, "QuorvaneModOld", "Main");
+  }
   return MainOutcome::SessionEnded;
 }
 

@@ -7,7 +7,9 @@
 namespace quorvane {
 
 ProgressShowerClass::ProgressShowerClass(QWidget& ProgDisplayPic, PictureBox& ProgBarPic)
-    : panel_(ProgDisplayPic), bar_(ProgBarPic), width_(ProgBarPic.width()),
+    : panel_(ProgDisplayPic),
+      bar_(ProgBarPic),
+      width_(ProgBarPic.width()),
       height_(ProgBarPic.height()) {}
 
 void ProgressShowerClass::SetCurrentProgress(float value) {

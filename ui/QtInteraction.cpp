@@ -13,11 +13,16 @@ namespace {
 
 QMessageBox::Icon BoxIcon(MessageIcon icon) {
   switch (icon) {
-    case MessageIcon::Critical: return QMessageBox::Critical;
-    case MessageIcon::Question: return QMessageBox::Question;
-    case MessageIcon::Exclamation: return QMessageBox::Warning;
-    case MessageIcon::Information: return QMessageBox::Information;
-    case MessageIcon::None: break;
+    case MessageIcon::Critical:
+      return QMessageBox::Critical;
+    case MessageIcon::Question:
+      return QMessageBox::Question;
+    case MessageIcon::Exclamation:
+      return QMessageBox::Warning;
+    case MessageIcon::Information:
+      return QMessageBox::Information;
+    case MessageIcon::None:
+      break;
   }
   return QMessageBox::NoIcon;
 }
@@ -26,14 +31,18 @@ std::vector<std::pair<MessageAnswer, QMessageBox::StandardButton>> Buttons(Messa
   using A = MessageAnswer;
   using B = QMessageBox;
   switch (buttons) {
-    case MessageButtons::OkOnly: return {{A::Ok, B::Ok}};
-    case MessageButtons::OkCancel: return {{A::Ok, B::Ok}, {A::Cancel, B::Cancel}};
+    case MessageButtons::OkOnly:
+      return {{A::Ok, B::Ok}};
+    case MessageButtons::OkCancel:
+      return {{A::Ok, B::Ok}, {A::Cancel, B::Cancel}};
     case MessageButtons::AbortRetryIgnore:
       return {{A::Abort, B::Abort}, {A::Retry, B::Retry}, {A::Ignore, B::Ignore}};
     case MessageButtons::YesNoCancel:
       return {{A::Yes, B::Yes}, {A::No, B::No}, {A::Cancel, B::Cancel}};
-    case MessageButtons::YesNo: return {{A::Yes, B::Yes}, {A::No, B::No}};
-    case MessageButtons::RetryCancel: return {{A::Retry, B::Retry}, {A::Cancel, B::Cancel}};
+    case MessageButtons::YesNo:
+      return {{A::Yes, B::Yes}, {A::No, B::No}};
+    case MessageButtons::RetryCancel:
+      return {{A::Retry, B::Retry}, {A::Cancel, B::Cancel}};
   }
   return {{A::Ok, B::Ok}};
 }
@@ -56,7 +65,8 @@ MessageAnswer QtInteraction::MsgBox(const MessageRequest& request) {
     if (chosen == button) return answer;
   }
   // Closed with the window's close box: the escape answer, else the default one.
-  if (request.buttons == MessageButtons::YesNoCancel || request.buttons == MessageButtons::OkCancel ||
+  if (request.buttons == MessageButtons::YesNoCancel ||
+      request.buttons == MessageButtons::OkCancel ||
       request.buttons == MessageButtons::RetryCancel) {
     return MessageAnswer::Cancel;
   }
@@ -82,8 +92,6 @@ void QtInteraction::SetBusy(bool busy) {
   }
 }
 
-ProgressDisplay& QtInteraction::Progress() {
-  return progress_ != nullptr ? *progress_ : noPanel_;
-}
+ProgressDisplay& QtInteraction::Progress() { return progress_ != nullptr ? *progress_ : noPanel_; }
 
 }  // namespace quorvane

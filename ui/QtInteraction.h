@@ -2,8 +2,8 @@
 // boxes over the editor window, the wait cursor and the window's progress panel.
 #pragma once
 
-#include <QWidget>
 #include <QPointer>
+#include <QWidget>
 
 #include "core/Interaction.h"
 

@@ -11,15 +11,24 @@ namespace {
 
 const std::map<QString, QString>& ThemeNames() {
   static const std::map<QString, QString> names = {
-      {"PlayNew", "media-playback-start"}, {"PlaySlid", "media-skip-forward"},
-      {"Pause", "media-playback-pause"},   {"Stop", "media-playback-stop"},
-      {"Loop", "media-playlist-repeat"},   {"Record", "media-record"},
-      {"Open", "document-open"},           {"Save", "document-save"},
-      {"ZoomIn", "zoom-in"},               {"ZoomOut", "zoom-out"},
-      {"ZoomSel", "zoom-fit-best"},        {"ZoomSlid", "zoom-original"},
-      {"ZoomAll", "zoom-fit-page"},        {"Undo", "edit-undo"},
-      {"Cut", "edit-cut"},                 {"Copy", "edit-copy"},
-      {"Paste", "edit-paste"},             {"Delete", "edit-delete"},
+      {"PlayNew", "media-playback-start"},
+      {"PlaySlid", "media-skip-forward"},
+      {"Pause", "media-playback-pause"},
+      {"Stop", "media-playback-stop"},
+      {"Loop", "media-playlist-repeat"},
+      {"Record", "media-record"},
+      {"Open", "document-open"},
+      {"Save", "document-save"},
+      {"ZoomIn", "zoom-in"},
+      {"ZoomOut", "zoom-out"},
+      {"ZoomSel", "zoom-fit-best"},
+      {"ZoomSlid", "zoom-original"},
+      {"ZoomAll", "zoom-fit-page"},
+      {"Undo", "edit-undo"},
+      {"Cut", "edit-cut"},
+      {"Copy", "edit-copy"},
+      {"Paste", "edit-paste"},
+      {"Delete", "edit-delete"},
   };
   return names;
 }

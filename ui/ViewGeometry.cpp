@@ -34,9 +34,7 @@ int32_t LastDrawnPosition(int32_t length) {
   return std::min(Editor().ViewStart + Editor().ViewLength, length);
 }
 
-double PixelX(double position) {
-  return (position - Editor().ViewStart) * View().PixelsPerSample;
-}
+double PixelX(double position) { return (position - Editor().ViewStart) * View().PixelsPerSample; }
 
 int32_t PixelOf(double position) { return RoundHalfEven(PixelX(position)); }
 
@@ -47,9 +45,7 @@ int32_t PositionAtPixel(double x, int32_t length) {
 
 int32_t WaveStep() { return std::max(RoundHalfEven(0.85 / View().PixelsPerSample), 1); }
 
-int32_t FirstLeftPosition(int32_t step) {
-  return std::max(Editor().ViewStart / step * step, 1);
-}
+int32_t FirstLeftPosition(int32_t step) { return std::max(Editor().ViewStart / step * step, 1); }
 
 float ScaleSpacing(double viewSeconds, int32_t viewPixels) {
   const double ticks = std::floor(viewPixels / 65.0);

@@ -24,8 +24,8 @@
 #include "storage/FileMemoClass.h"
 #include "ui/EditorWindowProc.h"
 #include "ui/HostWindow.h"
-#include "ui/ProgressShowerClass.h"
 #include "ui/PlayerLink.h"
+#include "ui/ProgressShowerClass.h"
 #include "ui/ToolbarIcons.h"
 #include "ui/UndoClearFrm.h"
 #include "ui/ViewState.h"
@@ -102,22 +102,23 @@ QAction* WaveEditor_Frm::AddMenuItem(QMenu* menu, const QString& name, const QSt
 void WaveEditor_Frm::BuildMenus() {
   QMenu* file = menuBar()->addMenu("&File");
   AddMenuItem(file, "FileImport_Mnu", "&Import", nullptr);
-  AddMenuItem(file, "FileSave_Mnu", "&Save", [this] { FileSave_Mnu_Click(); },
-              QKeySequence::Save);
+  AddMenuItem(
+      file, "FileSave_Mnu", "&Save", [this] { FileSave_Mnu_Click(); }, QKeySequence::Save);
   AddMenuItem(file, "FileExit_Mnu", "E&xit", [this] { FileExit_Mnu_Click(); });
 
   QMenu* edit = menuBar()->addMenu("&Edit");
-  undoMenu_ = AddMenuItem(edit, "Undo_Mnu", "&Undo", [this] { Undo_Mnu_Click(1); },
-                          QKeySequence::Undo);
+  undoMenu_ = AddMenuItem(
+      edit, "Undo_Mnu", "&Undo", [this] { Undo_Mnu_Click(1); }, QKeySequence::Undo);
   undoMenu_->setEnabled(false);
   edit->addSeparator();
   AddMenuItem(edit, "EditCut_Mnu", "Cu&t", nullptr, QKeySequence::Cut);
   AddMenuItem(edit, "EditCopy_Mnu", "&Copy", nullptr, QKeySequence::Copy);
   AddMenuItem(edit, "EditPaste_Mnu", "&Paste", nullptr, QKeySequence::Paste);
-  AddMenuItem(edit, "EditDelete_Mnu", "&Delete", [this] { EditDelete_Mnu_Click(); },
-              QKeySequence::Delete);
-  AddMenuItem(edit, "EditSelectAll_Mnu", "&Select All", [this] { EditSelectAll_Mnu_Click(); },
-              QKeySequence::SelectAll);
+  AddMenuItem(
+      edit, "EditDelete_Mnu", "&Delete", [this] { EditDelete_Mnu_Click(); }, QKeySequence::Delete);
+  AddMenuItem(
+      edit, "EditSelectAll_Mnu", "&Select All", [this] { EditSelectAll_Mnu_Click(); },
+      QKeySequence::SelectAll);
   edit->addSeparator();
   AddMenuItem(edit, "EditNextMarker_Mnu1", "&Next Marker", nullptr);
   AddMenuItem(edit, "EditNextMarker_Mnu2", "&Previous Marker", nullptr);
@@ -170,8 +171,10 @@ void WaveEditor_Frm::BuildToolbars() {
   };
 
   playToolbar_ = toolbar("PlayToolbar");
-  for (const auto& [key, tip] : {std::pair{"PlayNew", "Play"}, {"PlaySlid", "Play Slide"},
-                                  {"Pause", "Pause/Continue"}, {"Stop", "Stop"}}) {
+  for (const auto& [key, tip] : {std::pair{"PlayNew", "Play"},
+                                 {"PlaySlid", "Play Slide"},
+                                 {"Pause", "Pause/Continue"},
+                                 {"Stop", "Stop"}}) {
     const QString k = key;
     button(playToolbar_, key, tip, [this, k] { PlayToolbar_ButtonClick(k); });
   }

@@ -49,9 +49,9 @@ QFont StripFont() {
 
 // A box with both corners included, as the flags are specified.
 void FillBox(QPainter& painter, int x1, int y1, int x2, int y2, const QColor& colour) {
-  painter.fillRect(QRect(QPoint(std::min(x1, x2), std::min(y1, y2)),
-                         QPoint(std::max(x1, x2), std::max(y1, y2))),
-                   colour);
+  painter.fillRect(
+      QRect(QPoint(std::min(x1, x2), std::min(y1, y2)), QPoint(std::max(x1, x2), std::max(y1, y2))),
+      colour);
 }
 
 void Line(QPainter& painter, int x1, int y1, int x2, int y2, const QColor& colour) {
@@ -65,9 +65,7 @@ void TextAt(QPainter& painter, int x, int top, const QString& text, const QColor
   painter.drawText(x, top + painter.fontMetrics().ascent(), text);
 }
 
-bool ValidSlide(int32_t index) {
-  return index >= 1 && index <= Project().SlideEntryCount;
-}
+bool ValidSlide(int32_t index) { return index >= 1 && index <= Project().SlideEntryCount; }
 
 }  // namespace
 
@@ -142,14 +140,12 @@ void WaveEditor_Frm::Refresh_Wave_View() {
       painter.drawLine(QLineF(0, y, width, y));
     }
     const bool selectionTouches =
-        editor.SelStart != 0 &&
-        ((editor.SelStart >= editor.ViewStart && editor.SelStart <= last) ||
-         (editor.SelEnd >= editor.ViewStart && editor.SelEnd <= last) ||
-         (editor.SelStart <= editor.ViewStart && editor.SelEnd >= last));
+        editor.SelStart != 0 && ((editor.SelStart >= editor.ViewStart && editor.SelStart <= last) ||
+                                 (editor.SelEnd >= editor.ViewStart && editor.SelEnd <= last) ||
+                                 (editor.SelStart <= editor.ViewStart && editor.SelEnd >= last));
     if (selectionTouches) {
       FillBox(painter, PixelOf(std::max(editor.SelStart, editor.ViewStart)), 0,
-              PixelOf(std::min(editor.SelEnd, last)), picture->height() - 1,
-              kSelectionBackground);
+              PixelOf(std::min(editor.SelEnd, last)), picture->height() - 1, kSelectionBackground);
     }
   }
   const int32_t step = WaveStep();
@@ -203,8 +199,8 @@ void WaveEditor_Frm::RefreshDrawScale() {
   }
   const EditorState& editor = Editor();
   const ViewState& view = View();
-  const double spacing = ScaleSpacing(static_cast<double>(editor.ViewLength) / rate,
-                                      view.ViewPixels);
+  const double spacing =
+      ScaleSpacing(static_cast<double>(editor.ViewLength) / rate, view.ViewPixels);
   QPainter painter(&scalePic_->Image());
   painter.setFont(StripFont());
   const double firstTick = std::floor((static_cast<double>(editor.ViewStart) / rate) / spacing);
@@ -304,7 +300,8 @@ void WaveEditor_Frm::RefreshDrawMarkers() {
     kind = marker.Kind == kClickMarker ? "Click" : (marker.Kind == kAutoMarker ? "Auto" : "");
     if (marker.Slide >= 1 && marker.Slide <= project.SlideCount && document_->WavFmtFreq > 0) {
       const double seconds =
-          static_cast<double>(marker.Position - project.Slides[static_cast<size_t>(marker.Slide)].Start) /
+          static_cast<double>(marker.Position -
+                              project.Slides[static_cast<size_t>(marker.Slide)].Start) /
           document_->WavFmtFreq;
       position = QString::fromStdString(FormatScaleTime(static_cast<float>(seconds)));
     }
@@ -339,8 +336,7 @@ void WaveEditor_Frm::DrawMarkerFlag(int32_t X, int32_t Kind, int32_t Number, int
     Line(painter, X + 2, 10, X + 2, 29, kBevelDark);
     Line(painter, X, 29, X + 3, 29, kBevelDark);
     if (TextColour != -1) {
-      TextAt(painter, X + 4, 11,
-             QString("%1%2").arg(Kind == kClickMarker ? "C" : "A").arg(Number),
+      TextAt(painter, X + 4, 11, QString("%1%2").arg(Kind == kClickMarker ? "C" : "A").arg(Number),
              FromRgb(static_cast<uint32_t>(TextColour)));
     }
   } else {

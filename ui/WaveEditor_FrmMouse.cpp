@@ -4,8 +4,8 @@
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
-#include <QToolBar>
 #include <QScrollBar>
+#include <QToolBar>
 #include <array>
 
 #include "core/Interaction.h"
@@ -26,9 +26,8 @@ namespace {
 // The key code of a released key as the zoom keys count it: the digits 1 to 5 are 49 to 53
 // also when Shift turned them into other characters on the way.
 int DigitKeyCode(const QKeyEvent& key) {
-  static constexpr std::array<int, 5> kShiftedDigits = {Qt::Key_Exclam, Qt::Key_At,
-                                                        Qt::Key_NumberSign, Qt::Key_Dollar,
-                                                        Qt::Key_Percent};
+  static constexpr std::array<int, 5> kShiftedDigits = {
+      Qt::Key_Exclam, Qt::Key_At, Qt::Key_NumberSign, Qt::Key_Dollar, Qt::Key_Percent};
   for (int digit = 0; digit < 5; ++digit) {
     if (key.key() == Qt::Key_1 + digit || key.key() == kShiftedDigits[static_cast<size_t>(digit)]) {
       return 49 + digit;
@@ -172,12 +171,23 @@ void WaveEditor_Frm::Wave_Pic_KeyUp(int /*Index*/, int KeyCode, int Shift) {
 void WaveEditor_Frm::ViewZoom_Mnu_Click(int32_t Index) {
   // Menu entries 1, 2, 4, 5, 6: in, out, selection, slide, all.
   switch (Index) {
-    case 1: ZoomView(1); break;
-    case 2: ZoomView(2); break;
-    case 4: ZoomView(5); break;
-    case 5: ZoomView(6); break;
-    case 6: ZoomView(4); break;
-    default: break;
+    case 1:
+      ZoomView(1);
+      break;
+    case 2:
+      ZoomView(2);
+      break;
+    case 4:
+      ZoomView(5);
+      break;
+    case 5:
+      ZoomView(6);
+      break;
+    case 6:
+      ZoomView(4);
+      break;
+    default:
+      break;
   }
 }
 
@@ -186,8 +196,11 @@ void WaveEditor_Frm::ZoomView(int32_t Mode) {
     case ZoomOutcome::NoSelection:
       UserInterface().Message("No selection found", MessageIcon::Exclamation);
       break;
-    case ZoomOutcome::Redraw: Refresh_Wave_View(); break;
-    case ZoomOutcome::Unchanged: break;
+    case ZoomOutcome::Redraw:
+      Refresh_Wave_View();
+      break;
+    case ZoomOutcome::Unchanged:
+      break;
   }
 }
 
@@ -292,7 +305,8 @@ bool WaveEditor_Frm::eventFilter(QObject* watched, QEvent* event) {
       Wave_Pic_KeyUp(index, DigitKeyCode(*key), shift);
       return false;
     }
-    default: return QMainWindow::eventFilter(watched, event);
+    default:
+      return QMainWindow::eventFilter(watched, event);
   }
 }
 
