@@ -152,4 +152,32 @@ std::string BenchFolder(const std::string& name) {
   return pattern;
 }
 
+std::string WritePresentation(const std::string& folder, int slides, int seconds, int rate,
+                              int baseFrequency) {
+  std::filesystem::create_directories(folder + "/tracks");
+  std::ofstream project(folder + "/project.ini");
+  project << "[Project]\nTargetFolder=" << folder << "/tracks\nSlideCount=" << slides
+          << "\nBaseFrequency=" << baseFrequency << "\nBaseBits=16\n";
+  const std::vector<std::string> tracks = PresentationTracks(folder, slides);
+  for (int n = 1; n <= slides; ++n) {
+    const std::string& track = tracks[static_cast<size_t>(n) - 1];
+    if (!std::filesystem::exists(track)) {
+      WriteToneWav(track, 2, rate, 16, static_cast<int64_t>(seconds) * rate,
+                   static_cast<int64_t>(n) * 977);
+    }
+    project << "[" << n << "]\nSlideTitle=Slide " << n << "\nSlideTrack=slide" << n
+            << ".wav\nDuration=" << seconds
+            << ".0\nClickMarkerTimes=1.5,30.25\nAutoMarkerTimes=12.0\n";
+  }
+  return folder + "/project.ini";
+}
+
+std::vector<std::string> PresentationTracks(const std::string& folder, int slides) {
+  std::vector<std::string> tracks;
+  for (int n = 1; n <= slides; ++n) {
+    tracks.push_back(folder + "/tracks/slide" + std::to_string(n) + ".wav");
+  }
+  return tracks;
+}
+
 }  // namespace quorvane::bench

@@ -43,6 +43,13 @@ void ReadWholeFile(const std::string& path);
 void WriteToneWav(const std::string& path, int channels, int rate, int bits, int64_t frames,
                   int64_t firstFrame = 0);
 
+// A presentation as a host writes it: `slides` stereo 16-bit tracks of `seconds` each at
+// `rate` (kept when they already exist), each with two click and one auto marker, and a
+// project file that lists them. Returns the project file's path.
+std::string WritePresentation(const std::string& folder, int slides, int seconds, int rate,
+                              int baseFrequency);
+std::vector<std::string> PresentationTracks(const std::string& folder, int slides);
+
 // A fresh folder for the benchmark's files, removed with its contents at exit.
 std::string BenchFolder(const std::string& name);
 

@@ -14,6 +14,8 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "storage/DocumentWindow.h"
 #include "ui/PictureBox.h"
@@ -23,6 +25,7 @@ class QComboBox;
 class QLabel;
 class QScrollBar;
 class QToolBar;
+class QPainter;
 
 namespace quorvane {
 
@@ -123,6 +126,7 @@ class WaveEditor_Frm : public QMainWindow, public DocumentWindow {
   void LayoutWaveArea();
   void DrawWaveform(int index, int32_t first, int32_t last, int32_t step);
   void DrawDragSelection(int32_t anchor, int32_t position);
+  void DrawFlagLines();
   void MoveMouseLines(int x);
   bool SelectionEdgeUnderMouse(double X, bool startEdge) const;
   void SelectSlideInChooser(int32_t slide);
@@ -177,6 +181,8 @@ class WaveEditor_Frm : public QMainWindow, public DocumentWindow {
   bool ScrollUpdating = false;
   bool ChooserUpdating = false;
   int64_t documentReads_ = 0;
+  QPainter* stripPainter_ = nullptr;               // open while the strip's flags are drawn
+  std::vector<std::pair<int, QColor>> flagLines_;  // flag lines still to draw in the waves
 };
 
 }  // namespace quorvane

@@ -5,6 +5,7 @@
 #include <QLabel>
 #include <QPainter>
 #include <QScrollBar>
+#include <optional>
 #include <vector>
 
 #include "core/Interaction.h"
@@ -264,6 +265,9 @@ void WaveEditor_Frm::RefreshDrawMarkers() {
   }
   RefreshDrawScale();
 
+  QPainter stripPainter(&markerDrawPic_->Image());
+  stripPainter.setFont(StripFont());
+  stripPainter_ = &stripPainter;
   for (int32_t i = 1; i <= project.SlideEntryCount; ++i) {
     const int32_t x = PixelOf(project.Slides[static_cast<size_t>(i)].Start);
     const uint32_t colour = i == view.CurrentSlide ? kCurrentSlideText : kOtherSlideText;
@@ -285,6 +289,9 @@ void WaveEditor_Frm::RefreshDrawMarkers() {
       if (i == view.CurrentMarker) currentX = x;
     }
   }
+  stripPainter_ = nullptr;
+  stripPainter.end();
+  DrawFlagLines();
   if (currentX >= 0) {
     markHilitShape_->MoveToX(currentX - 1);
     markHilitShape_->visible = true;
@@ -313,10 +320,14 @@ void WaveEditor_Frm::RefreshDrawMarkers() {
 
 void WaveEditor_Frm::DrawMarkerFlag(int32_t X, int32_t Kind, int32_t Number, int32_t TextColour) {
   if (X < 0 || X > markerDrawPic_->width()) return;
-  QPainter painter(&markerDrawPic_->Image());
-  painter.setFont(StripFont());
+  // The strip's painter stays open while the whole strip is drawn; a single flag opens one.
+  std::optional<QPainter> ownPainter;
+  if (stripPainter_ == nullptr) {
+    ownPainter.emplace(&markerDrawPic_->Image());
+    ownPainter->setFont(StripFont());
+  }
+  QPainter& painter = stripPainter_ != nullptr ? *stripPainter_ : *ownPainter;
   QColor face;
-  QString label;
   if (Kind == 0) {
     face = kSlideFace;
     FillBox(painter, X - 2, 2, X + 3, 27, face);
@@ -342,11 +353,18 @@ void WaveEditor_Frm::DrawMarkerFlag(int32_t X, int32_t Kind, int32_t Number, int
   } else {
     return;
   }
+  flagLines_.emplace_back(X, face);
+  if (stripPainter_ == nullptr) DrawFlagLines();
+}
+
+void WaveEditor_Frm::DrawFlagLines() {
   const int pictures = document_ != nullptr && document_->WavFmtChannel >= 2 ? 2 : 1;
   for (int index = 1; index <= pictures; ++index) {
     QPainter wave(&Wave_Pic(index)->Image());
-    Line(wave, X, 0, X, Wave_Pic(index)->height(), face);
+    const int bottom = Wave_Pic(index)->height();
+    for (const auto& [x, colour] : flagLines_) Line(wave, x, 0, x, bottom, colour);
   }
+  flagLines_.clear();
 }
 
 void WaveEditor_Frm::RefreshScrollScale() {

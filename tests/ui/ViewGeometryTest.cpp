@@ -28,8 +28,8 @@ class ViewGeometry : public ::testing::Test {
 
 TEST(FormatScaleTime, ShowsHoursAndMinutesOnlyWhenThereAreAny) {
   const std::vector<std::pair<float, std::string>> cases = {
-      {0.0F, "00"},          {0.5F, "00.50"},   {75.25F, "01:15.25"}, {3725.0F, "1:02:05"},
-      {59.999F, "01:00"},    {-2.0F, "-02"},    {0.125F, "00.12"},    {36000.0F, "10:00:00"}};
+      {0.0F, "00"},       {0.5F, "00.50"}, {75.25F, "01:15.25"}, {3725.0F, "1:02:05"},
+      {59.999F, "01:00"}, {-2.0F, "-02"},  {0.125F, "00.12"},    {36000.0F, "10:00:00"}};
   for (const auto& [seconds, text] : cases) EXPECT_EQ(FormatScaleTime(seconds), text) << seconds;
 }
 
@@ -41,14 +41,14 @@ TEST_F(ViewGeometry, ZoomModesMoveTheViewAsTheirArithmeticSays) {
   };
   const int32_t documentLength = 100000;
   const std::vector<Case> cases = {
-      {1, 1001, 100, 0, 0, ZoomOutcome::Redraw, 1021, 60},        // the middle stays
-      {1, 1001, 20, 0, 0, ZoomOutcome::Unchanged, 1001, 20},      // too short to zoom in
-      {2, 1, 600, 0, 0, ZoomOutcome::Redraw, 1, 1000},            // held at the start
-      {2, 99500, 400, 0, 0, ZoomOutcome::Redraw, 99333, 667},     // pulled back from the end
-      {5, 1, 100, 500, 900, ZoomOutcome::Redraw, 500, 400},       // the selection
-      {5, 1, 100, 700, 700, ZoomOutcome::Redraw, 700, 99300},     // a position: to the end
-      {5, 1, 100, 0, 0, ZoomOutcome::NoSelection, 1, 100},        // nothing selected
-      {3, 5, 100, 0, 0, ZoomOutcome::Unchanged, 5, 100},          // no such mode
+      {1, 1001, 100, 0, 0, ZoomOutcome::Redraw, 1021, 60},     // the middle stays
+      {1, 1001, 20, 0, 0, ZoomOutcome::Unchanged, 1001, 20},   // too short to zoom in
+      {2, 1, 600, 0, 0, ZoomOutcome::Redraw, 1, 1000},         // held at the start
+      {2, 99500, 400, 0, 0, ZoomOutcome::Redraw, 99333, 667},  // pulled back from the end
+      {5, 1, 100, 500, 900, ZoomOutcome::Redraw, 500, 400},    // the selection
+      {5, 1, 100, 700, 700, ZoomOutcome::Redraw, 700, 99300},  // a position: to the end
+      {5, 1, 100, 0, 0, ZoomOutcome::NoSelection, 1, 100},     // nothing selected
+      {3, 5, 100, 0, 0, ZoomOutcome::Unchanged, 5, 100},       // no such mode
   };
   for (const Case& c : cases) {
     Editor().ViewStart = c.start;

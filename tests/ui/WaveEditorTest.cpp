@@ -192,8 +192,7 @@ TEST_F(WaveEditorWindow, ClosingAsksAboutUnsavedChangesAndCancelKeepsTheSession)
   EXPECT_EQ(unloaded.count(), 1);
   EXPECT_EQ(session->Document(), nullptr) << "the session ended with the window";
   EXPECT_FALSE(std::filesystem::exists(sessionFolder));
-  EXPECT_EQ(IniValue(ReadFileBytes(project), "1", "Duration"), std::nullopt)
-      << "nothing was saved";
+  EXPECT_EQ(IniValue(ReadFileBytes(project), "1", "Duration"), std::nullopt) << "nothing was saved";
 }
 
 TEST_F(WaveEditorWindow, AnUnchangedDocumentClosesWithoutAQuestion) {

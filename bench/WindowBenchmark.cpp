@@ -1,0 +1,143 @@
+// Figures of the editor window on a two-hour, 60-slide stereo presentation whose blocks lie
+// in the source files: start-up to the first drawn window, a full redraw of a 1920-pixel
+// view at three zooms with its count of document reads, and one mouse-move step of a drag.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <QApplication>
+#include <QTest>
+#include <iostream>
+
+#include "bench/BenchSupport.h"
+#include "core/BatchInteraction.h"
+#include "platform/FileHandle.h"
+#include "storage/EditorState.h"
+#include "storage/FileMemoClass.h"
+#include "ui/Main.h"
+#include "ui/PictureBox.h"
+#include "ui/ViewGeometry.h"
+#include "ui/ViewState.h"
+#include "ui/WaveEditor_Frm.h"
+
+using namespace quorvane;
+using namespace quorvane::bench;
+
+namespace {
+
+constexpr int kRate = 44100;
+constexpr int kSlides = 60;
+constexpr int kSlideSeconds = 120;
+constexpr int kViewPixels = 1920;
+
+// What reading the same frames straight from the files costs: one pread per drawn line.
+double PreadPeerMilliseconds(const std::vector<std::string>& tracks, int64_t lines) {
+  std::vector<FileHandle> files;
+  for (const auto& track : tracks) files.emplace_back(::open(track.c_str(), O_RDONLY));
+  const int64_t framesPerTrack = static_cast<int64_t>(kSlideSeconds) * kRate;
+  const int64_t step = framesPerTrack * kSlides / lines;
+  std::vector<double> times;
+  int32_t checksum = 0;
+  for (int pass = 0; pass < 11; ++pass) {
+    const auto started = Clock::now();
+    for (int64_t line = 0; line < lines; ++line) {
+      const int64_t frame = line * step;
+      int16_t sample[2];
+      const FileHandle& file = files[static_cast<size_t>(frame / framesPerTrack)];
+      if (::pread(file.Descriptor(), sample, 4, 44 + (frame % framesPerTrack) * 4) == 4) {
+        checksum += sample[0];
+      }
+    }
+    times.push_back(Milliseconds(Clock::now() - started));
+  }
+  if (checksum == 42) std::cout << "";
+  return Median(times);
+}
+
+double RedrawMilliseconds(WaveEditor_Frm& window) {
+  std::vector<double> times;
+  for (int pass = 0; pass < 11; ++pass) {
+    const auto started = Clock::now();
+    window.Refresh_Wave_View();
+    times.push_back(Milliseconds(Clock::now() - started));
+  }
+  return Median(times);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  qputenv("QT_QPA_PLATFORM", "offscreen");
+  QApplication application(argc, argv);
+  const std::string folder = BenchFolder("window");
+  const std::string project = WritePresentation(folder, kSlides, kSlideSeconds, kRate, kRate);
+  const auto tracks = PresentationTracks(folder, kSlides);
+  for (const auto& track : tracks) ReadWholeFile(track);
+  BatchInteraction quiet(std::cerr);
+
+  const auto opening = Clock::now();
+  std::unique_ptr<EditorSession> session = EditorSession::Open(project, &quiet);
+  if (!session) {
+    std::cerr << "bench_window: the presentation did not open\n";
+    return 1;
+  }
+  WaveEditor_Frm& window = session->Window();
+  window.resize(kViewPixels, 700);
+  window.show();
+  if (!QTest::qWaitForWindowExposed(&window)) return 1;
+  application.processEvents();
+  const double startup = Milliseconds(Clock::now() - opening);
+  const ProgramRun soxi = RunProgram([&] {
+    std::vector<std::string> arguments{"soxi", "-D"};
+    arguments.insert(arguments.end(), tracks.begin(), tracks.end());
+    return arguments;
+  }());
+  Figure("Start-up to the first drawn window, 2 h in 60 slides", startup, "ms",
+         "soxi reading the 60 headers", soxi.seconds * 1000.0, "ms");
+  Limit(startup < 300.0, "start-up under 300 ms");
+
+  const int32_t length = session->Document()->WavWaveINos;
+  struct Zoom {
+    const char* name;
+    int32_t start, length;
+  };
+  const int32_t slide = static_cast<int32_t>(kSlideSeconds) * kRate;
+  for (const Zoom& zoom : {Zoom{"all", 1, length}, Zoom{"one slide", 30 * slide + 1, slide},
+                           Zoom{"100 samples", 30 * slide + 1000, 100}}) {
+    View().ViewAll = zoom.length == length;
+    Editor().ViewStart = zoom.start;
+    Editor().ViewLength = zoom.length;
+    window.Refresh_Wave_View();
+    window.ResetDocumentReads();
+    window.Refresh_Wave_View();
+    const int64_t reads = window.DocumentReads();
+    const double redraw = RedrawMilliseconds(window);
+    Figure(std::string("Refresh_Wave_View of a ") + std::to_string(View().ViewPixels) +
+               "-pixel view, zoom " + zoom.name + " (" + std::to_string(reads) +
+               " document reads)",
+           redraw, "ms", "pread of as many frames", PreadPeerMilliseconds(tracks, reads / 2),
+           "ms");
+    Limit(redraw < 8.0, std::string("redraw under 8 ms at zoom ") + zoom.name);
+  }
+
+  // A drag from the end edge of a selection: every move is two block transfers per channel.
+  View().ViewAll = true;
+  Editor().SelStart = length / 4;
+  Editor().SelEnd = length / 2;
+  window.Refresh_Wave_View();
+  window.Wave_Pic_MouseDown(1, PixelOf(Editor().SelEnd));
+  window.ResetDocumentReads();
+  std::vector<double> steps;
+  for (int x = 100; x < 1800; x += 17) {
+    const auto started = Clock::now();
+    window.Wave_Pic_MouseMove(1, x);
+    steps.push_back(Milliseconds(Clock::now() - started));
+  }
+  const int64_t dragReads = window.DocumentReads();
+  window.Wave_Pic_MouseUp(1, 1800);
+  const double redraw = RedrawMilliseconds(window);
+  Figure("One mouse-move step of a drag (" + std::to_string(dragReads) + " document reads)",
+         Median(steps), "ms", "a full redraw", redraw, "ms");
+  Limit(Percentile(steps, 0.5) < 1.0 && dragReads == 0, "a drag step under 1 ms, no read");
+  session.reset();
+  return AllWithinLimits() ? 0 : 1;
+}
