@@ -1,7 +1,6 @@
 #include "editing/DynamicCompress.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstdlib>
 #include <vector>
 
@@ -22,6 +21,8 @@ namespace {
 
 // The window's average and the gain it gives, both kept from one sample to the next: the
 // average changes little, so the division of the gain is mostly skipped.
+constexpr float kRoundingShift = 12582912.0F;
+
 class WindowScaling {
  public:
   WindowScaling(int32_t width, int32_t target, int32_t cutOff, int32_t bits)
@@ -52,12 +53,13 @@ class WindowScaling {
     gain_ = static_cast<float>(static_cast<double>(target_) / static_cast<double>(average_));
   }
 
-  // gain x s in single precision, rounded half to even (the default rounding mode) and
-  // clipped; s itself below the cut-off.
+  // gain x s in single precision, clipped, then rounded half to even. Clipping first
+  // changes nothing, the limits being whole numbers; below 2^22, adding and taking away
+  // 1.5 x 2^23 leaves the float rounded half to even (the default rounding mode).
   int16_t Scale(int16_t sample) const {
     if (!scales_) return sample;
-    const float product = std::nearbyint(gain_ * static_cast<float>(sample));
-    return static_cast<int16_t>(std::clamp(product, lower_, upper_));
+    const float clipped = std::clamp(gain_ * static_cast<float>(sample), lower_, upper_);
+    return static_cast<int16_t>((clipped + kRoundingShift) - kRoundingShift);
   }
 
  private:
