@@ -2,6 +2,7 @@
 // samples, slides and markers, with its undo name, and what undo brings back.
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <fstream>
 
 #include "core/Environment.h"
@@ -51,6 +52,9 @@ TEST_F(EditCommands, CutThenPasteMovesAStretchWithItsUndoNames) {
   EXPECT_EQ(Editor().SelStart, 901);
   EXPECT_EQ(Editor().SelEnd, 1100);
 
+  // The editor pastes its own clip from its clip buffers, not from the description files.
+  std::filesystem::remove(files.File("InfoLeft.dat"));
+  std::filesystem::remove(files.File("InfoRight.dat"));
   Select(2001, 2001);
   EditPaste(document);
   ExpectDocument(Joined({SignalRun(0, 0, 900), SignalRun(0, 1100, 1100), SignalRun(0, 900, 200),
