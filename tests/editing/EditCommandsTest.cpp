@@ -69,6 +69,9 @@ TEST_F(EditCommands, CutThenPasteMovesAStretchWithItsUndoNames) {
   EditUndo(document);
   ExpectUntouched();
   EXPECT_EQ(Editor().CursorPos, 0);
+  EditSelectAll(document);
+  EXPECT_EQ(Editor().SelStart, 1);
+  EXPECT_EQ(Editor().SelEnd, 3000);
 }
 
 TEST_F(EditCommands, EachCommandNeedsItsKindOfSelection) {
@@ -88,17 +91,6 @@ TEST_F(EditCommands, EachCommandNeedsItsKindOfSelection) {
   Select(5, 5);
   EXPECT_FALSE(EditCopy(document));
   EXPECT_EQ(ui.messages.size(), 0u);
-}
-
-TEST_F(EditCommands, DeleteAndSelectAll) {
-  Select(101, 200);
-  EditDelete(document);
-  EXPECT_EQ(document.WavWaveINos, 2900);
-  EXPECT_EQ(menu.menuCaption, "Undo [Delete]");
-  EXPECT_EQ(Editor().SelStart, 101);
-  EditSelectAll(document);
-  EXPECT_EQ(Editor().SelStart, 1);
-  EXPECT_EQ(Editor().SelEnd, 2900);
 }
 
 TEST_F(EditCommands, ACopyThatCannotWriteItsDescriptionSaysSoAndCutDeletesNothing) {

@@ -80,18 +80,23 @@ class Effects : public StorageTest {
   FileMemoClass document;
 };
 
-TEST_F(Effects, ChangeVolumeRoundsHalfToEvenAndClips) {
+TEST_F(Effects, VolumeRoundsHalfToEvenAndClipsMaximizeReachesFullScale) {
   struct Case {
-    int32_t percent;
+    int32_t percent;  // -1: Maximize
     int16_t in, out;
   };
-  for (const Case& c : {Case{150, 3, 4}, Case{150, 5, 8}, Case{200, 20000, 32767},
-                        Case{200, -20000, -32768}, Case{0, 1234, 0}, Case{100, -7, -7}}) {
+  // Maximize of a peak of -32768 scales by 32767 / 32768; silence stays silent.
+  for (const Case& c :
+       {Case{150, 3, 4}, Case{150, 5, 8}, Case{200, 20000, 32767}, Case{200, -20000, -32768},
+        Case{0, 1234, 0}, Case{100, -7, -7}, Case{-1, -32768, -32767}, Case{-1, 0, 0}}) {
     Load(std::vector<int16_t>(20, c.in), {});
     Select(2, 19);
-    ASSERT_TRUE(ChangeVolume(document, c.percent));
+    ASSERT_TRUE(c.percent < 0 ? Maximize(document) : ChangeVolume(document, c.percent));
     EXPECT_EQ(QuickSamples(document, 1), Joined({{c.in}, std::vector<int16_t>(18, c.out), {c.in}}));
-    EXPECT_EQ(menu.menuCaption, "Undo [Change Volume]");
+    EXPECT_EQ(menu.menuCaption, c.percent < 0 ? "Undo [Maximize]" : "Undo [Change Volume]");
+    // Without a range neither does anything.
+    Select(3, 3);
+    EXPECT_FALSE(c.percent < 0 ? Maximize(document) : ChangeVolume(document, c.percent));
   }
 }
 
@@ -130,19 +135,6 @@ TEST_F(Effects, ChangeVolumeAndMaximizeMatchThePlainComputationAcrossBlocks) {
   EXPECT_EQ(menu.menuCaption, "Undo [Maximize]");
   EXPECT_EQ(ui.busyDepth, 0);
   EXPECT_FALSE(ui.progress.shown);
-}
-
-TEST_F(Effects, MaximizeOfFullNegativeScaleAndOfSilence) {
-  Load(Joined({{-32768, 16384}, Zeros(8)}), {});
-  Select(1, 2);
-  ASSERT_TRUE(Maximize(document));
-  Select(3, 10);
-  ASSERT_TRUE(Maximize(document));
-  EXPECT_EQ(QuickSamples(document, 1), Joined({{-32767, 16384}, Zeros(8)}));
-  // Without a range nothing happens.
-  Select(3, 3);
-  EXPECT_FALSE(Maximize(document));
-  EXPECT_FALSE(ChangeVolume(document, 150));
 }
 
 TEST_F(Effects, VolumeDialogLabelsAndSetting) {
