@@ -1,6 +1,8 @@
 #include "batch/BatchCommandLine.h"
 
+#include <algorithm>
 #include <charconv>
+#include <utility>
 
 #include "core/Numbers.h"
 
@@ -15,6 +17,19 @@ std::optional<int32_t> Position(const std::string& word) {
   if (error != std::errc() || end != word.data() + word.size()) return std::nullopt;
   return value;
 }
+
+// A decimal number with an optional fraction, nothing else.
+bool IsDecimal(const std::string& word) {
+  double value = 0;
+  const auto [end, error] =
+      std::from_chars(word.data(), word.data() + word.size(), value, std::chars_format::fixed);
+  return error == std::errc() && end == word.data() + word.size();
+}
+
+const std::vector<std::pair<std::string, BatchCommand::Kind>> kRangeCommands = {
+    {"samples", BatchCommand::Kind::Samples}, {"delete", BatchCommand::Kind::Delete},
+    {"select", BatchCommand::Kind::Select},   {"copy", BatchCommand::Kind::Copy},
+    {"cut", BatchCommand::Kind::Cut},         {"maximize", BatchCommand::Kind::Maximize}};
 
 }  // namespace
 
@@ -33,14 +48,55 @@ std::optional<BatchScript> ParseBatchCommandLine(const std::vector<std::string>&
                      : name == "undo" ? BatchCommand::Kind::Undo
                                       : BatchCommand::Kind::Save;
       i += 1;
-    } else if (name == "samples" || name == "delete") {
+    } else if (const auto range =
+                   std::find_if(kRangeCommands.begin(), kRangeCommands.end(),
+                                [&name](const auto& entry) { return entry.first == name; });
+               range != kRangeCommands.end()) {
       const auto from = argument(1);
       const auto to = argument(2);
       if (!from || !to || *from < 1 || *to < *from) return std::nullopt;
       if (name == "samples" && *to - *from + 1 > kMostSamplesPrinted) return std::nullopt;
-      command.kind = name == "samples" ? BatchCommand::Kind::Samples : BatchCommand::Kind::Delete;
+      command.kind = range->second;
       command.from = *from;
       command.to = *to;
+      i += 3;
+    } else if (name == "volume") {
+      const auto percent = argument(1);
+      const auto from = argument(2);
+      const auto to = argument(3);
+      if (!percent || *percent < 0 || *percent > 200) return std::nullopt;
+      if (!from || !to || *from < 1 || *to < *from) return std::nullopt;
+      command.kind = BatchCommand::Kind::Volume;
+      command.percent = *percent;
+      command.from = *from;
+      command.to = *to;
+      i += 4;
+    } else if (name == "dynamic") {
+      const auto from = argument(4);
+      const auto to = argument(5);
+      if (i + 5 >= words.size() || !IsDecimal(words[i + 1]) || !argument(2) || !argument(3)) {
+        return std::nullopt;
+      }
+      if (!from || !to || *from < 1 || *to < *from) return std::nullopt;
+      command.kind = BatchCommand::Kind::Dynamic;
+      command.seconds = words[i + 1];
+      command.target = words[i + 2];
+      command.cutOff = words[i + 3];
+      command.from = *from;
+      command.to = *to;
+      i += 6;
+    } else if (name == "paste") {
+      const auto at = argument(1);
+      if (!at || *at < 1) return std::nullopt;
+      command.kind = BatchCommand::Kind::Paste;
+      command.from = *at;
+      i += 2;
+    } else if (name == "insert-file") {
+      const auto at = argument(1);
+      if (!at || *at < 1 || i + 2 >= words.size() || words[i + 2].empty()) return std::nullopt;
+      command.kind = BatchCommand::Kind::InsertFile;
+      command.from = *at;
+      command.path = words[i + 2];
       i += 3;
     } else if (name == "insert-silence") {
       const auto at = argument(1);
@@ -66,6 +122,13 @@ std::string BatchUsage() {
          "  delete FROM TO           delete that range, as the Delete command does\n"
          "  insert-silence AT SECONDS  insert SECONDS (rounded, at least 1) of silence\n"
          "                           before sample AT\n"
+         "  select FROM TO           select FROM..TO (FROM = TO: a position)\n"
+         "  copy FROM TO, cut FROM TO  copy (and cut) that range to the clipboard\n"
+         "  paste AT                 paste the clipboard before sample AT\n"
+         "  insert-file AT PATH      insert a wav or mp3 file before sample AT\n"
+         "  volume PERCENT FROM TO   change the volume of that range (0 to 200 percent)\n"
+         "  maximize FROM TO         maximize that range\n"
+         "  dynamic SECONDS TARGET CUTOFF FROM TO  dynamic compress/expand of that range\n"
          "  undo                     undo the last operation\n"
          "  save                     save the slides and the project file\n"
          "positions count samples from 1\n";

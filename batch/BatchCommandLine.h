@@ -9,11 +9,30 @@
 namespace quorvane {
 
 struct BatchCommand {
-  enum class Kind { Info, Samples, Delete, InsertSilence, Undo, Save };
+  enum class Kind {
+    Info,
+    Samples,
+    Delete,
+    InsertSilence,
+    Undo,
+    Save,
+    Select,
+    Copy,
+    Cut,
+    Paste,
+    InsertFile,
+    Volume,
+    Maximize,
+    Dynamic
+  };
   Kind kind = Kind::Info;
-  int32_t from = 0;     // samples, delete: first position; insert-silence: the position
-  int32_t to = 0;       // samples, delete: last position
-  std::string seconds;  // insert-silence: the answer as given
+  int32_t from = 0;  // the range's first position; insert-silence, paste, insert-file: the position
+  int32_t to = 0;    // the range's last position
+  std::string seconds;  // insert-silence: the answer as given; dynamic: the window's seconds
+  std::string path;     // insert-file: the audio file
+  int32_t percent = 0;  // volume: the slider's value
+  std::string target;   // dynamic: target volume in percent
+  std::string cutOff;   // dynamic: cut-off volume in percent
 };
 
 struct BatchScript {

@@ -1,12 +1,20 @@
 #include "batch/BatchRunner.h"
 
 #include <memory>
+#include <string>
+#include <utility>
 
 #include "app/ProjectFile.h"
 #include "app/SessionLifetime.h"
 #include "batch/BatchOutput.h"
 #include "core/Interaction.h"
+#include "editing/ClipboardExchange.h"
+#include "editing/DynCompFrm.h"
+#include "editing/DynamicCompress.h"
 #include "editing/EditCommands.h"
+#include "editing/InsertAudioFile.h"
+#include "editing/VolumeChgFrm.h"
+#include "editing/VolumeEffects.h"
 #include "storage/DocumentWindow.h"
 #include "storage/EditorState.h"
 #include "storage/FileMemoClass.h"
@@ -34,7 +42,15 @@ bool InsideDocument(const BatchCommand& command, const FileMemoClass& document) 
   switch (command.kind) {
     case BatchCommand::Kind::Samples:
     case BatchCommand::Kind::Delete:
+    case BatchCommand::Kind::Select:
+    case BatchCommand::Kind::Copy:
+    case BatchCommand::Kind::Cut:
+    case BatchCommand::Kind::Volume:
+    case BatchCommand::Kind::Maximize:
+    case BatchCommand::Kind::Dynamic:
       return command.to <= document.WavWaveINos;
+    case BatchCommand::Kind::Paste:
+    case BatchCommand::Kind::InsertFile:
     case BatchCommand::Kind::InsertSilence:
       // Silence goes in before a sample of the document. Before the position after the last
       // one it would lie beyond the last slide's end, and saving would drop it.
@@ -47,6 +63,48 @@ bool InsideDocument(const BatchCommand& command, const FileMemoClass& document) 
 void Select(int32_t from, int32_t to) {
   Editor().SelStart = from;
   Editor().SelEnd = to;
+}
+
+// The file insert's dialogs answered from the command: the file given, inserted at the
+// cursor.
+class GivenFile : public InsertFilePrompts {
+ public:
+  explicit GivenFile(std::string path) : path_(std::move(path)) {}
+  std::string SelectFile(const OpenFileRequest&) override { return path_; }
+  void ShowInsertPosFrm(InsertPosFrm& form) override {
+    form.InsertPosOpn = kInsertAtCursor;
+    form.OkClicked = form.CursorOptionEnabled;
+  }
+
+ private:
+  std::string path_;
+};
+
+// The Change Volume dialog closed with Ok at `percent`, then the command.
+void VolumeCommand(FileMemoClass& document, int32_t percent) {
+  VolumeChgFrm form;
+  form.UpdateForm();
+  form.VolSlider_Change(percent);
+  form.OkBtn_Click();
+  ChangeVolume(document, form.VolSlider);
+}
+
+// The dynamic dialog's boxes filled from the command and checked as OK checks them: a
+// refused value is told with the dialog's message and changes nothing.
+void DynamicCommand(FileMemoClass& document, const BatchCommand& command) {
+  DynCompFrm form;
+  form.Form_Load();
+  form.SampDurTxt = command.seconds;
+  form.TargetVolTxt = command.target;
+  form.CutOffVolTxt = command.cutOff;
+  DynamicParameters values;
+  if (const auto refusal = form.CheckValues(values)) {
+    UserInterface().Message(*refusal, MessageIcon::Exclamation);
+    return;
+  }
+  form.OkClicked = true;
+  form.Form_Unload();
+  DynamicCompressExpand(document, values);
 }
 
 }  // namespace
@@ -92,6 +150,39 @@ int RunBatchScript(const BatchScript& script, std::ostream& out, std::ostream& e
           status = 2;
         }
         break;
+      case BatchCommand::Kind::Select:
+        Select(command.from, command.to);
+        break;
+      case BatchCommand::Kind::Copy:
+        Select(command.from, command.to);
+        EditCopy(*document);
+        break;
+      case BatchCommand::Kind::Cut:
+        Select(command.from, command.to);
+        EditCut(*document);
+        break;
+      case BatchCommand::Kind::Paste:
+        Select(command.from, command.from);
+        EditPaste(*document);
+        break;
+      case BatchCommand::Kind::InsertFile: {
+        Editor().CursorPos = command.from;
+        GivenFile prompts(command.path);
+        InsertAudioFile(*document, "", 1, prompts);
+        break;
+      }
+      case BatchCommand::Kind::Volume:
+        Select(command.from, command.to);
+        VolumeCommand(*document, command.percent);
+        break;
+      case BatchCommand::Kind::Maximize:
+        Select(command.from, command.to);
+        Maximize(*document);
+        break;
+      case BatchCommand::Kind::Dynamic:
+        Select(command.from, command.to);
+        DynamicCommand(*document, command);
+        break;
       case BatchCommand::Kind::Undo:
         EditUndo(*document);
         break;
@@ -102,6 +193,7 @@ int RunBatchScript(const BatchScript& script, std::ostream& out, std::ostream& e
     out.flush();
     if (status != 0) break;
   }
+  ClipboardRelease();
   EndSession(document);
   SetDocumentWindow(nullptr);
   return status;

@@ -2,16 +2,76 @@
 
 #include <limits>
 
+#include "core/ErrorReport.h"
 #include "core/Interaction.h"
 #include "core/Numbers.h"
 #include "core/ProjectTables.h"
 #include "core/Settings.h"
+#include "editing/ClipboardExchange.h"
 #include "editing/EditRange.h"
 #include "storage/BlockCarrBuffClass.h"
 #include "storage/EditorState.h"
 #include "storage/FileMemoClass.h"
 
 namespace quorvane {
+
+bool EditCopy(FileMemoClass& document) {
+  int32_t first = 0;
+  int32_t last = 0;
+  int32_t channels = 0;
+  if (!GetEditRange(document, first, last, channels, kWantRange, "Copy")) return false;
+  bool copied = false;
+  {
+    const BusyPointer busy;
+    BlockCarrBuffClass left;
+    BlockCarrBuffClass right;
+    document.WaveCollectData(first, last, channels, left, right);
+    copied = ClipboardCopy(channels, document.WavFmtBits, document.WavFmtFreq, left, right);
+  }
+  if (!copied) UserInterface().Message("Copying operation failed", MessageIcon::Critical);
+  return copied;
+}
+
+void EditCut(FileMemoClass& document) {
+  int32_t first = 0;
+  int32_t last = 0;
+  int32_t channels = 0;
+  if (!GetEditRange(document, first, last, channels, kWantRange, "Cut")) return;
+  const BusyPointer busy;
+  bool copied = false;
+  {
+    BlockCarrBuffClass left;
+    BlockCarrBuffClass right;
+    document.WaveCollectData(first, last, channels, left, right);
+    copied = ClipboardCopy(channels, document.WavFmtBits, document.WavFmtFreq, left, right);
+  }
+  if (copied) document.WaveDataDelete(first, channels, last - first + 1, "Cut", true);
+}
+
+void EditPaste(FileMemoClass& document) {
+  int32_t first = 0;
+  int32_t last = 0;
+  int32_t channels = 0;
+  if (!GetEditRange(document, first, last, channels, kWantPosition, "Paste")) return;
+  const BusyPointer busy;
+  try {
+    BlockCarrBuffClass left;
+    BlockCarrBuffClass right;
+    if (ClipboardPaste(document, left, right, channels)) {
+      document.WaveDataInsert(first, channels, &left, &right, "Paste", true);
+    }
+  } catch (const std::exception& error) {
+    UserInterface().Message(LocatedErrorText(ErrorDescription(error), "WaveEditor_Frm",
+                                             "EditPaste_Mnu_Click", ErrorLine(error)),
+                            MessageIcon::Critical);
+  }
+  UserInterface().Progress().SetIsVisible(false);
+}
+
+void EditSelectAll(const FileMemoClass& document) {
+  Editor().SelStart = 1;
+  Editor().SelEnd = document.WavWaveINos;
+}
 
 void EditDelete(FileMemoClass& document) {
   int32_t first = 0;

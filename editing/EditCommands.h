@@ -10,6 +10,20 @@ namespace quorvane {
 
 class FileMemoClass;
 
+// Copies the selected range to the clipboard; does nothing without a range. False when
+// the copy failed ("Copying operation failed").
+bool EditCopy(FileMemoClass& document);
+
+// Copies the selected range to the clipboard and, when that worked, deletes it ("Cut").
+void EditCut(FileMemoClass& document);
+
+// Inserts the clipboard's audio at the selected position ("Paste"); does nothing with a
+// range or without a selection.
+void EditPaste(FileMemoClass& document);
+
+// Selects the whole document.
+void EditSelectAll(const FileMemoClass& document);
+
 // Deletes the selected range ("Delete"); does nothing without a range.
 void EditDelete(FileMemoClass& document);
 

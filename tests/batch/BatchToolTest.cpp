@@ -259,6 +259,43 @@ TEST_F(BatchTool, InsertSilenceRoundsToWholeSecondsAndMustFitBeforeASample) {
   EXPECT_EQ(HostFlagText(), "");
 }
 
+TEST_F(BatchTool, ClipboardFileAndEffectCommandsRunAsTheMenusDo) {
+  WriteProject();
+  const std::string clip = folder.Write("clip.wav", PcmWave(1, 11025, 16, Ramp(100, 100)));
+  const ProgramRun run = Run(
+      {"copy",    "1",   "10",  "paste",       "1000",     "samples", "999",     "1012",    "info",
+       "undo",  //
+       "cut",     "1",   "3",   "paste",       "5",        "samples", "1",       "8",       "undo",
+       "undo",  //
+       "volume",  "150", "1",   "4",           "maximize", "1001",    "1800",    "samples", "1001",
+       "1001",                                                                 //
+       "dynamic", "20",  "100", "3",           "1",        "100",     "info",  //
+       "select",  "1",   "1",   "insert-file", "3",        clip,      "samples", "1",       "8"});
+  EXPECT_EQ(run.exitStatus, 0);
+  const auto both = [](const std::vector<std::vector<int16_t>>& left,
+                       const std::vector<std::vector<int16_t>>& right) {
+    return SamplesLine(Joined(left), Joined(right));
+  };
+  EXPECT_EQ(run.out,
+            both({Stretch(one, 999, 999), Stretch(one, 1, 10), Stretch(one, 1000, 1000),
+                  Stretch(twoLeft, 1, 2)},
+                 {Stretch(one, 999, 999), Stretch(one, 1, 10), Stretch(one, 1000, 1000),
+                  Stretch(twoRight, 1, 2)}) +
+                Info(4015, true, "Undo [Paste]", {1, 1011, 1811, 4016}, {111, 552, 1452}) +
+                both({Stretch(one, 4, 7), Stretch(one, 1, 3), Stretch(one, 8, 8)},
+                     {Stretch(one, 4, 7), Stretch(one, 1, 3), Stretch(one, 8, 8)}) +
+                // The second slide's peaks of 5000 and -5000 reach full scale; 1.5 and 10.5 round
+                // to even.
+                SamplesLine({32767}, {-32767}) +
+                Info(4005, true, "Undo [Maximize]", {1, 1001, 1801, 4006}, {111, 552, 1442}) +
+                both({{2, 6}, Ramp(6, 100)}, {{2, 6}, Ramp(6, 100)}));
+  // The refused window is told as the dialog tells it, and changes nothing.
+  EXPECT_EQ(run.err, Message("Invalid sampling duration\\r\\nEntered sampling duration is "
+                             "20\\r\\n(0.1 to 10.0 is allowed)",
+                             "Exclamation"));
+  ExpectSessionFolderGone();
+}
+
 TEST_F(BatchTool, AProjectThatCannotBeLoadedEndsWithStatusOne) {
   // The path is trimmed first: blanks name no project. Every reason the loading refuses a
   // project is told the same way (the app tests have them all).
@@ -305,7 +342,12 @@ TEST_F(BatchTool, ACommandLineItDoesNotUnderstandEndsWithStatusTwo) {
                                              {"insert-silence", "0", "1"},
                                              {"insert-silence", "1", "0.4"},
                                              {"insert-silence", "1", "abc"},
-                                             {"save", "undo", "insert-silence", "1", "-3"}}) {
+                                             {"save", "undo", "insert-silence", "1", "-3"},
+                                             {"paste"},
+                                             {"volume", "201", "1", "2"},
+                                             {"maximize", "2", "1"},
+                                             {"dynamic", "0.3x", "100", "3", "1", "2"},
+                                             {"insert-file", "1"}}) {
     SCOPED_TRACE(::testing::PrintToString(commands));
     const ProgramRun run = Run(commands);
     EXPECT_EQ(run.exitStatus, 2);

@@ -1,0 +1,43 @@
+// Inserting an audio file (wav or mp3) into the document at a position chosen in the
+// insert-position dialog: the file import, the file toolbar's "Open" button and a
+// finished recording all come here.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "editing/InsertPosFrm.h"
+
+namespace quorvane {
+
+class FileMemoClass;
+
+// What the open-file dialog is asked to show.
+struct OpenFileRequest {
+  std::string title;
+  std::string filter;  // "Description|patterns|Description|patterns..."
+  std::string defaultExtension;
+  std::string initialFolder;
+  std::string fileName;
+};
+
+// The two dialogs of the file insert, which the window implements.
+class InsertFilePrompts {
+ public:
+  virtual ~InsertFilePrompts() = default;
+  // The chosen file's full path; empty when the person cancels.
+  virtual std::string SelectFile(const OpenFileRequest& request) = 0;
+  // Shows the dialog modally; it leaves the choice in InsertPosOpn and sets OkClicked.
+  virtual void ShowInsertPosFrm(InsertPosFrm& form) = 0;
+};
+
+// An empty FileName first asks for a file. The audio goes in at the cursor, or at the
+// start or before the last sample of slide `CurrentSlide`, as chosen; what the session's
+// track insert records is the undo item. True when audio was inserted.
+bool InsertAudioFile(FileMemoClass& document, const std::string& FileName, int32_t CurrentSlide,
+                     InsertFilePrompts& prompts);
+
+// The folder and name of the file last chosen in the open-file dialog.
+const std::string& LastInsertFolder();
+
+}  // namespace quorvane

@@ -1,0 +1,34 @@
+// The plain-text clipboard that copy and paste exchange their description through. The
+// window puts the desktop clipboard behind it, so that two running editors share it; the
+// batch tool and the tests use the in-process one.
+#pragma once
+
+#include <string>
+
+namespace quorvane {
+
+class TextClipboard {
+ public:
+  virtual ~TextClipboard() = default;
+  // The text on the clipboard; empty when it holds none.
+  virtual std::string Text() const = 0;
+  virtual void SetText(const std::string& text) = 0;
+  virtual void Clear() = 0;
+};
+
+// A clipboard that lives as long as the process and is seen by nobody else.
+class InProcessClipboard : public TextClipboard {
+ public:
+  std::string Text() const override { return text_; }
+  void SetText(const std::string& text) override { text_ = text; }
+  void Clear() override { text_.clear(); }
+
+ private:
+  std::string text_;
+};
+
+// The process-wide clipboard in use: an in-process one until a front end installs its own.
+TextClipboard& SystemClipboard();
+void SetSystemClipboard(TextClipboard* clipboard);  // nullptr restores the in-process one
+
+}  // namespace quorvane
