@@ -112,10 +112,8 @@ int main(int argc, char** argv) {
     const int64_t reads = window.DocumentReads();
     const double redraw = RedrawMilliseconds(window);
     Figure(std::string("Refresh_Wave_View of a ") + std::to_string(View().ViewPixels) +
-               "-pixel view, zoom " + zoom.name + " (" + std::to_string(reads) +
-               " document reads)",
-           redraw, "ms", "pread of as many frames", PreadPeerMilliseconds(tracks, reads / 2),
-           "ms");
+               "-pixel view, zoom " + zoom.name + " (" + std::to_string(reads) + " document reads)",
+           redraw, "ms", "pread of as many frames", PreadPeerMilliseconds(tracks, reads / 2), "ms");
     Limit(redraw < 8.0, std::string("redraw under 8 ms at zoom ") + zoom.name);
   }
 
