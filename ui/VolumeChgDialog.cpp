@@ -40,7 +40,8 @@ VolumeChgDialog::VolumeChgDialog(QWidget* parent, VolumeChgFrm& form)
   for (int column_ = 0; column_ < 3; ++column_) {
     const Qt::Alignment align =
         column_ == 0 ? Qt::AlignLeft : (column_ == 1 ? Qt::AlignHCenter : Qt::AlignRight);
-    marks->addWidget(new QLabel(scale[static_cast<size_t>(column_)].first, this), 0, column_, align);
+    marks->addWidget(new QLabel(scale[static_cast<size_t>(column_)].first, this), 0, column_,
+                     align);
     marks->addWidget(new QLabel(scale[static_cast<size_t>(column_)].second, this), 1, column_,
                      align);
   }

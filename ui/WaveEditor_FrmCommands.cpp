@@ -133,8 +133,7 @@ std::string WaveEditor_Frm::SelectFile(const OpenFileRequest& request) {
   const QString start = QString::fromStdString(
       request.fileName.empty() ? request.initialFolder
                                : request.initialFolder + "/" + request.fileName);
-  QFileDialog dialog(this, QString::fromStdString(request.title), start,
-                     QtFilter(request.filter));
+  QFileDialog dialog(this, QString::fromStdString(request.title), start, QtFilter(request.filter));
   dialog.setFileMode(QFileDialog::ExistingFile);
   dialog.setDefaultSuffix(QString::fromStdString(request.defaultExtension));
   dialog.setOption(QFileDialog::ReadOnly);

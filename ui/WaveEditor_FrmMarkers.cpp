@@ -97,7 +97,8 @@ void WaveEditor_Frm::MarkerDrawPic_MouseDown(Qt::MouseButton Button, int Shift, 
   if (Button == Qt::RightButton) {
     if (p >= SlideEndPosition(project.SlideEntryCount - 1, length)) return;
     RightClickPos = p;
-    const QPoint where = markerDrawPic_->mapToGlobal(QPoint(static_cast<int>(X), static_cast<int>(Y)));
+    const QPoint where =
+        markerDrawPic_->mapToGlobal(QPoint(static_cast<int>(X), static_cast<int>(Y)));
     if (FlagHover && HoverMarker != 0) {
       PopupMarker = HoverMarker;
       markerPopMnu_->popup(where);

@@ -26,7 +26,7 @@ namespace {
 
 using namespace quorvane::testing;
 
-constexpr int32_t kClick = 1 + kRate / 4;          // marker 1, slide 1
+constexpr int32_t kClick = 1 + kRate / 4;            // marker 1, slide 1
 constexpr int32_t kAuto = kFrames + 1 + kRate / 10;  // marker 2, slide 2
 constexpr int kFlagY = 15;                           // inside both kinds of flag
 
@@ -45,9 +45,7 @@ class WaveEditorEditing : public WaveEditorWindow {
     QTest::mouseMove(strip, QPoint(PixelOf(to), kFlagY));
     QTest::mouseRelease(strip, Qt::LeftButton, {}, QPoint(PixelOf(to), kFlagY));
   }
-  std::string UndoCaption() {
-    return session->Window().MenuItem("Undo_Mnu")->text().toStdString();
-  }
+  std::string UndoCaption() { return session->Window().MenuItem("Undo_Mnu")->text().toStdString(); }
   std::vector<int16_t> Left(int32_t from, int32_t count) {
     std::vector<int16_t> samples;
     for (int32_t p = from; p < from + count; ++p) samples.push_back(session->Document()->WaveL(p));
