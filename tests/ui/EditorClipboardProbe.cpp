@@ -31,9 +31,7 @@ std::string Samples(quorvane::FileMemoClass& document, int32_t from, int32_t cou
   return text;
 }
 
-std::string ClipboardText() {
-  return QGuiApplication::clipboard()->text().toStdString();
-}
+std::string ClipboardText() { return QGuiApplication::clipboard()->text().toStdString(); }
 
 }  // namespace
 
