@@ -90,7 +90,7 @@ void OpenSaveClass::FileWriteWave(FileMemoClass& FilMemOb, const std::string& Fi
       UserInterface().Message("Format not Known to write wave file");
       return;
     }
-    ReleaseOriginalFileByName(FileName1);
+    SetOriginalFileAside(FileName1);
     if (!DeleteFileIfExists(FileName1)) {
       UserInterface().Message("This file " + FileName1 + " is locked," + kCrLf +
                                   "may be used by another program." + kCrLf +
@@ -130,7 +130,7 @@ void OpenSaveClass::FileWriteWavePart(FileMemoClass& FilMemOb, int32_t SavFromPo
       UserInterface().Message("Format not Known to write wave file");
       return;
     }
-    ReleaseOriginalFileByName(FileName1);
+    SetOriginalFileAside(FileName1);
     if (FileExists(FileName1)) {
       Trace("FileWriteWavePart: attempting to delete " + FileName1);
       if (!DeleteFileIfExists(FileName1)) {

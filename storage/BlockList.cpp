@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <set>
 
 #include "core/Environment.h"
@@ -927,6 +928,41 @@ void ReleaseOriginalFileByName(const std::string& name) {
         SameNameIgnoringCase(OrgFileTable[entry].FileName, name)) {
       ReleaseOriginalFile(entry);
     }
+  }
+}
+
+namespace {
+
+// Moves the file to `target`: a rename, or a copy and a delete where the two names lie on
+// different file systems. False, with the file where it was, when neither works.
+bool MoveFile(const std::string& from, const std::string& target) {
+  std::error_code error;
+  std::filesystem::rename(from, target, error);
+  if (!error) return true;
+  if (error != std::errc::cross_device_link) return false;
+  if (!std::filesystem::copy_file(from, target, error) || error) {
+    std::filesystem::remove(target, error);
+    return false;
+  }
+  std::filesystem::remove(from, error);
+  return true;
+}
+
+}  // namespace
+
+void SetOriginalFileAside(const std::string& name) {
+  for (int32_t entry = 1; entry < static_cast<int32_t>(OrgFileTable.size()); ++entry) {
+    OrgFileEntry& file = OrgFileTable[entry];
+    if (file.FileName.empty() || !SameNameIgnoringCase(file.FileName, name)) continue;
+    if (file.UseCount > 0 && !Env().SessionFolder.empty() && !InsideTempFolder(file.FileName)) {
+      const std::string target = NewTempFileName("wav");
+      g_originalFiles.CloseEntry(entry);
+      if (MoveFile(file.FileName, target)) {
+        file.FileName = target;
+        continue;
+      }
+    }
+    ReleaseOriginalFile(entry);
   }
 }
 

@@ -90,6 +90,11 @@ uint32_t NextUseStamp();
 int32_t RegisterOriginalFile(const std::string& name, int32_t channels, int32_t bits);
 void RegisterChannelPair(int32_t blockA, int32_t blockB);
 void ReleaseOriginalFileByName(const std::string& name);
+// Before a file is written over: the blocks that still read from it keep reading it under
+// a new name in the session folder (a rename; a copy only across file systems), so that
+// the name is free without loading a sample. Where the file cannot be moved, its blocks
+// are loaded as by ReleaseOriginalFileByName.
+void SetOriginalFileAside(const std::string& name);
 void ReleaseOriginalFile(int32_t entry);
 int32_t NewTempFileSlot();
 void ReleaseUnusedFiles();

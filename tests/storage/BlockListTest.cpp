@@ -148,6 +148,33 @@ TEST_F(BlockList, FilesReleasingAFileByNameLoadsItsBlocks) {
   EXPECT_EQ(CarrierSamples(left), SignalRun(0, 0, 100));
 }
 
+TEST_F(BlockList, FilesSetAsideMoveIntoTheSessionFolderAndTheirBlocksFollowUnloaded) {
+  const std::string name = files.File("Track.wav");
+  {
+    BlockCarrBuffClass left, right;
+    DescribeWav(name, 1, 16, SignalRun(0, 0, 100), 30, left, right);
+    SetOriginalFileAside(name);
+    EXPECT_FALSE(std::filesystem::exists(name));
+    const std::string moved = OrgFileTable[1].FileName;
+    EXPECT_EQ(std::filesystem::path(moved).parent_path(), Env().SessionFolder);
+    for (const int32_t block : BlocksOf(left)) EXPECT_EQ(BlockTable[block].Kind, BlockOrgFile);
+    EXPECT_EQ(MemoryInUse, 0);
+    // A new file at the old name changes nothing the blocks read.
+    BlockCarrBuffClass other, unused;
+    DescribeWav(name, 1, 16, SignalRun(9, 0, 100), 30, other, unused);
+    std::vector<int16_t> read(101);
+    left.QuickBuffGet(1, read);
+    EXPECT_EQ(std::vector<int16_t>(read.begin() + 1, read.end()), SignalRun(0, 0, 100));
+    left.BuffBlocksPutFresh({});
+    // The moved file goes once no block reads it; the new one stays.
+    EXPECT_FALSE(std::filesystem::exists(moved));
+    EXPECT_TRUE(std::filesystem::exists(name));
+  }
+  // A file no block reads is only let go of.
+  SetOriginalFileAside(name);
+  EXPECT_TRUE(std::filesystem::exists(name));
+}
+
 TEST_F(BlockList, DescriptorSilenceIsABlankNameAndComesBackAlike) {
   const int32_t silence = NewBlock(777, BlockSilence);
   BlockTable[silence].Start = 5;
