@@ -190,13 +190,7 @@ TEST_F(BlockList, DescriptorSilenceIsABlankNameAndComesBackAlike) {
 TEST_F(BlockList, DescriptorNamesArePackedFourBytesToAnElement) {
   std::vector<int32_t> blocks;
   for (const char* name : {"ab", "abcdef"}) {
-    const int32_t entry = RegisterOriginalFile(name, 2, 16);
-    OrgFileTable[entry].UseCount = 1;
-    blocks.push_back(NewBlock(30, BlockSilence));
-    BlockTable[blocks.back()].FileRef = entry;
-    BlockTable[blocks.back()].FilePosition = 45;
-    BlockTable[blocks.back()].Start = 1;
-    BlockTable[blocks.back()].Kind = BlockOrgFile;
+    blocks.push_back(AddOriginalFileRun(RegisterOriginalFile(name, 2, 16), 45, 1, 30));
   }
   // "ab": 2 / 4 + 2 = 2.5 gives 2; "abcdef": 3.5 gives 4 (halves to even).
   const int32_t abcd = 'a' | ('b' << 8) | ('c' << 16) | ('d' << 24);
