@@ -84,6 +84,22 @@ bool ReadOriginalSamples(int32_t entry, int64_t offset, int32_t count, int16_t* 
     const size_t got =
         OriginalFiles().Read(entry, name, offset + static_cast<int64_t>(done) * frameBytes,
                              buffer.data(), wanted, reason);
+    if (got == wanted && sampleBytes == 2) {
+      // Whole 16-bit frames, the common case: samples are taken as they lie.
+      const uint8_t* bytes = buffer.data();
+      int16_t* left = out + done;
+      if (neighbour) {
+        int16_t* right = neighbour + done;
+        for (int32_t i = 0; i < frames; ++i, bytes += frameBytes) {
+          std::memcpy(left + i, bytes, 2);
+          std::memcpy(right + i, bytes + 2, 2);
+        }
+      } else {
+        for (int32_t i = 0; i < frames; ++i, bytes += frameBytes) std::memcpy(left + i, bytes, 2);
+      }
+      done += frames;
+      continue;
+    }
     for (int32_t i = 0; i < frames; ++i) {
       const size_t at = static_cast<size_t>(i) * frameBytes;
       if (at + sampleBytes <= got) out[done + i] = DecodeSample(buffer.data() + at, sampleBytes);
@@ -297,6 +313,29 @@ void ReadBlockRange(int32_t block, int32_t first, int32_t last, int16_t* out) {
       std::fill(out, out + count, int16_t{0});
       return;
   }
+}
+
+void ReadBlockPairRange(int32_t leftBlock, int32_t rightBlock, int32_t first, int32_t last,
+                        int16_t* left, int16_t* right) {
+  const auto sideBySide = [&] {
+    if (!ValidBlock(leftBlock) || !ValidBlock(rightBlock)) return false;
+    const BlockRecord& a = BlockTable[leftBlock];
+    const BlockRecord& b = BlockTable[rightBlock];
+    return a.Kind == BlockOrgFile && b.Kind == BlockOrgFile && a.FileRef == b.FileRef &&
+           a.Length == b.Length && ValidOriginal(a.FileRef) && FileChannels(a.FileRef) == 2 &&
+           b.FilePosition == a.FilePosition + SampleBytes(a.FileRef) && first >= 0 &&
+           first <= last && last < a.Length;
+  };
+  if (!sideBySide()) {
+    ReadBlockRange(leftBlock, first, last, left);
+    ReadBlockRange(rightBlock, first, last, right);
+    return;
+  }
+  const BlockRecord& record = BlockTable[leftBlock];
+  ReadOriginalSamples(
+      record.FileRef,
+      record.FilePosition - 1 + static_cast<int64_t>(first) * OriginalFrameBytes(record.FileRef),
+      last - first + 1, left, right);
 }
 
 void ReadBlockRange(int32_t block, int32_t first, int32_t last, std::vector<int16_t>& out) {
