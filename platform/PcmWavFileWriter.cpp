@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "platform/CanonicalWaveHeader.h"
 #include "platform/DecodeFailure.h"
 
 namespace quorvane {
@@ -19,16 +20,6 @@ namespace {
 
 // The largest data size whose RIFF size (data + 36) still fits the header's 32 bits.
 constexpr uint64_t kMaxDataBytes = 0xFFFFFFFFULL - 36;
-
-void PutLe16(uint8_t* at, uint32_t value) {
-  at[0] = static_cast<uint8_t>(value);
-  at[1] = static_cast<uint8_t>(value >> 8);
-}
-
-void PutLe32(uint8_t* at, uint32_t value) {
-  PutLe16(at, value & 0xFFFF);
-  PutLe16(at + 2, value >> 16);
-}
 
 }  // namespace
 
@@ -61,27 +52,14 @@ void PcmWavFileWriter::Append(const int16_t* samples, size_t count) {
   if (dataBytes_ + bytes > kMaxDataBytes) {
     throw DecodeFailure("The decoded audio is too long for a WAV file (more than 4 GB).");
   }
-  WriteAll(samples, static_cast<size_t>(bytes), kCanonicalWavHeaderSize + dataBytes_);
+  WriteAll(samples, static_cast<size_t>(bytes), kCanonicalHeaderBytes + dataBytes_);
   dataBytes_ += bytes;
 }
 
 void PcmWavFileWriter::Finish(int channels, uint32_t sampleRate) {
-  const auto channelCount = static_cast<uint32_t>(channels);
-  const uint32_t blockAlign = channelCount * 2;
-  const auto dataSize = static_cast<uint32_t>(dataBytes_);
-  std::array<uint8_t, kCanonicalWavHeaderSize> header{};
-  std::memcpy(header.data(), "RIFF", 4);
-  PutLe32(header.data() + 4, dataSize + 36);
-  std::memcpy(header.data() + 8, "WAVEfmt ", 8);
-  PutLe32(header.data() + 16, 16);
-  PutLe16(header.data() + 20, 1);  // PCM
-  PutLe16(header.data() + 22, channelCount);
-  PutLe32(header.data() + 24, sampleRate);
-  PutLe32(header.data() + 28, sampleRate * blockAlign);
-  PutLe16(header.data() + 32, blockAlign);
-  PutLe16(header.data() + 34, 16);
-  std::memcpy(header.data() + 36, "data", 4);
-  PutLe32(header.data() + 40, dataSize);
+  const auto header =
+      CanonicalWaveHeader(channels, static_cast<int32_t>(sampleRate), 16,
+                          channels > 0 ? static_cast<int64_t>(dataBytes_ / (2 * channels)) : 0);
   WriteAll(header.data(), header.size(), 0);
   if (!file_.Close()) {
     throw DecodeFailure(std::string("Writing the decoded file failed (") + std::strerror(errno) +

@@ -11,8 +11,6 @@
 
 namespace quorvane {
 
-inline constexpr size_t kCanonicalWavHeaderSize = 44;
-
 class PcmWavFileWriter {
  public:
   // Creates or empties the file. Throws DecodeFailure when it cannot be created.

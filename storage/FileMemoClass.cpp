@@ -35,24 +35,6 @@ class UndoSwitchedOff {
   bool previous_;
 };
 
-// Shows the progress display for the life of the object when it is not shown already.
-class ProgressShown {
- public:
-  ProgressShown() : progress_(UserInterface().Progress()), wasVisible_(progress_.IsVisible()) {
-    if (!wasVisible_) progress_.SetIsVisible(true);
-  }
-  ~ProgressShown() {
-    if (!wasVisible_) progress_.SetIsVisible(false);
-  }
-  ProgressShown(const ProgressShown&) = delete;
-  ProgressShown& operator=(const ProgressShown&) = delete;
-  void Set(float value) { progress_.SetCurrentProgress(value); }
-
- private:
-  ProgressDisplay& progress_;
-  bool wasVisible_;
-};
-
 // An undo item that no longer matches the document (edits were made while undo was
 // switched off) must not be replayed onto the wrong samples.
 void RequireFits(bool fits) {
@@ -298,7 +280,7 @@ void FileMemoClass::CollectData(int32_t FromPos, int32_t ToPos, int32_t WorkChn,
                                 BlockCarrBuffClass& FileObL, BlockCarrBuffClass& FileObR,
                                 bool forPlay) {
   QUORVANE_CHECK(FromPos >= 1 && ToPos >= FromPos - 1, "collecting outside the document");
-  ProgressShown progress;
+  ShownProgress progress;
   size_t leftFrom = 0;
   size_t leftTo = 0;
   size_t rightFrom = 0;
