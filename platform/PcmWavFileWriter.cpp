@@ -9,7 +9,7 @@
 #include <unistd.h>
 
 #include "platform/CanonicalWaveHeader.h"
-#include "platform/DecodeFailure.h"
+#include "platform/RuntimeError.h"
 
 namespace quorvane {
 
@@ -26,8 +26,8 @@ constexpr uint64_t kMaxDataBytes = 0xFFFFFFFFULL - 36;
 PcmWavFileWriter::PcmWavFileWriter(const std::string& path)
     : path_(path), file_(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644)) {
   if (!file_.IsOpen()) {
-    throw DecodeFailure(std::string("The decoded file cannot be created (") + std::strerror(errno) +
-                        "): " + path);
+    throw RuntimeError(kErrorDeviceIo, std::string("The decoded file cannot be created (") +
+                                           std::strerror(errno) + "): " + path);
   }
 }
 
@@ -37,9 +37,10 @@ void PcmWavFileWriter::WriteAll(const void* bytes, size_t size, uint64_t offset)
     const ssize_t written = ::pwrite(file_.Descriptor(), next, size, static_cast<off_t>(offset));
     if (written < 0 && errno == EINTR) continue;
     if (written <= 0) {
-      throw DecodeFailure(std::string("Writing the decoded file failed (") +
-                          (written < 0 ? std::strerror(errno) : "nothing was written") +
-                          "): " + path_);
+      throw RuntimeError(kErrorDeviceIo,
+                         std::string("Writing the decoded file failed (") +
+                             (written < 0 ? std::strerror(errno) : "nothing was written") +
+                             "): " + path_);
     }
     next += written;
     size -= static_cast<size_t>(written);
@@ -50,7 +51,8 @@ void PcmWavFileWriter::WriteAll(const void* bytes, size_t size, uint64_t offset)
 void PcmWavFileWriter::Append(const int16_t* samples, size_t count) {
   const uint64_t bytes = static_cast<uint64_t>(count) * sizeof(int16_t);
   if (dataBytes_ + bytes > kMaxDataBytes) {
-    throw DecodeFailure("The decoded audio is too long for a WAV file (more than 4 GB).");
+    throw RuntimeError(kErrorDeviceIo,
+                       "The decoded audio is too long for a WAV file (more than 4 GB).");
   }
   WriteAll(samples, static_cast<size_t>(bytes), kCanonicalHeaderBytes + dataBytes_);
   dataBytes_ += bytes;
@@ -62,8 +64,8 @@ void PcmWavFileWriter::Finish(int channels, uint32_t sampleRate) {
                           channels > 0 ? static_cast<int64_t>(dataBytes_ / (2 * channels)) : 0);
   WriteAll(header.data(), header.size(), 0);
   if (!file_.Close()) {
-    throw DecodeFailure(std::string("Writing the decoded file failed (") + std::strerror(errno) +
-                        "): " + path_);
+    throw RuntimeError(kErrorDeviceIo, std::string("Writing the decoded file failed (") +
+                                           std::strerror(errno) + "): " + path_);
   }
 }
 

@@ -9,8 +9,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "platform/DecodeFailure.h"
 #include "platform/FileHandle.h"
+#include "platform/RuntimeError.h"
 
 namespace quorvane {
 
@@ -33,8 +33,8 @@ size_t ReadAt(int fd, void* buffer, size_t size, uint64_t offset) {
                                 static_cast<off_t>(offset + done));
     if (got < 0 && errno == EINTR) continue;
     if (got < 0)
-      throw DecodeFailure(std::string("Reading the compressed file failed (") +
-                          std::strerror(errno) + ").");
+      throw RuntimeError(kErrorDeviceIo, std::string("Reading the compressed file failed (") +
+                                             std::strerror(errno) + ").");
     if (got == 0) break;
     done += static_cast<size_t>(got);
   }
@@ -46,12 +46,12 @@ size_t ReadAt(int fd, void* buffer, size_t size, uint64_t offset) {
 WavChunkLayout ScanWavChunks(const std::string& path) {
   FileHandle file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
   if (!file.IsOpen()) {
-    throw DecodeFailure(std::string("The compressed file cannot be opened (") +
-                        std::strerror(errno) + "): " + path);
+    throw RuntimeError(kErrorDeviceIo, std::string("The compressed file cannot be opened (") +
+                                           std::strerror(errno) + "): " + path);
   }
   struct stat status {};
   if (::fstat(file.Descriptor(), &status) != 0 || !S_ISREG(status.st_mode)) {
-    throw DecodeFailure("The compressed file is not a regular file: " + path);
+    throw RuntimeError(kErrorDeviceIo, "The compressed file is not a regular file: " + path);
   }
 
   WavChunkLayout layout;
@@ -59,9 +59,9 @@ WavChunkLayout ScanWavChunks(const std::string& path) {
   const std::string notWav = "The file is not a WAV file: " + path;
   std::array<uint8_t, 12> riff{};
   if (ReadAt(file.Descriptor(), riff.data(), riff.size(), 0) < riff.size())
-    throw DecodeFailure(notWav);
+    throw RuntimeError(kErrorDeviceIo, notWav);
   if (std::memcmp(riff.data(), "RIFF", 4) != 0 || std::memcmp(riff.data() + 8, "WAVE", 4) != 0) {
-    throw DecodeFailure(notWav);
+    throw RuntimeError(kErrorDeviceIo, notWav);
   }
 
   bool haveFormat = false;
@@ -105,8 +105,9 @@ WavChunkLayout ScanWavChunks(const std::string& path) {
     position = body + size + (size & 1U);
   }
 
-  if (!haveFormat) throw DecodeFailure("The WAV file has no usable format chunk: " + path);
-  if (!haveData) throw DecodeFailure("The WAV file has no data chunk: " + path);
+  if (!haveFormat)
+    throw RuntimeError(kErrorDeviceIo, "The WAV file has no usable format chunk: " + path);
+  if (!haveData) throw RuntimeError(kErrorDeviceIo, "The WAV file has no data chunk: " + path);
   return layout;
 }
 
