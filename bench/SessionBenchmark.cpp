@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iostream>
 
 #include "app/ProjectFile.h"
@@ -60,22 +61,15 @@ std::vector<std::string> Tracks(const std::string& folder, int slides = kSlides)
   return tracks;
 }
 
-// Opens the session in a child process of its own, so that its time and peak memory are
-// the session's alone.
-SessionRun OpenInChild(const std::string& project) {
+// Runs `work` in a child process of its own, so that its time and peak memory are the
+// work's alone.
+SessionRun RunInChild(const std::function<SessionRun()>& work) {
   int channel[2];
   if (pipe(channel) != 0) return {};
   const pid_t child = fork();
   if (child == 0) {
     close(channel[0]);
-    ResetPeakResident();
-    const auto started = Clock::now();
-    std::unique_ptr<FileMemoClass> document = PrepareSession(project);
-    SessionRun run;
-    run.milliseconds = Milliseconds(Clock::now() - started);
-    run.peakMegabytes = static_cast<double>(PeakResidentBytes()) / 1e6;
-    run.length = document ? document->WavWaveINos : 0;
-    EndSession(document);
+    const SessionRun run = work();
     if (write(channel[1], &run, sizeof run) != sizeof run) _exit(1);
     _exit(0);
   }
@@ -85,6 +79,20 @@ SessionRun OpenInChild(const std::string& project) {
   close(channel[0]);
   waitpid(child, nullptr, 0);
   return run;
+}
+
+SessionRun OpenInChild(const std::string& project) {
+  return RunInChild([&] {
+    ResetPeakResident();
+    const auto started = Clock::now();
+    std::unique_ptr<FileMemoClass> document = PrepareSession(project);
+    SessionRun run;
+    run.milliseconds = Milliseconds(Clock::now() - started);
+    run.peakMegabytes = static_cast<double>(PeakResidentBytes()) / 1e6;
+    run.length = document ? document->WavWaveINos : 0;
+    EndSession(document);
+    return run;
+  });
 }
 
 void OpeningFigures(const std::string& folder) {
@@ -131,33 +139,23 @@ void ResamplingFigures(const std::string& folder) {
   Limit(run.milliseconds / 1000.0 <= peer, "resampling at least as fast as sox");
 }
 
-// Opens the session and saves it over its own tracks in a child process of its own; the
-// time and the peak memory are those of the save alone.
+// Opens the session, then saves it over its own tracks; the time and the peak memory are
+// those of the save alone.
 SessionRun SaveInChild(const std::string& project, const std::vector<std::string>& tracks) {
-  int channel[2];
-  if (pipe(channel) != 0) return {};
-  const pid_t child = fork();
-  if (child == 0) {
-    close(channel[0]);
+  return RunInChild([&] {
     std::unique_ptr<FileMemoClass> document = PrepareSession(project);
+    SessionRun run;
+    if (!document) return run;
     for (const auto& track : tracks) ReadWholeFile(track);
     ResetPeakResident();
     const auto started = Clock::now();
     ProjectFileSave(*document);
-    SessionRun run;
     run.milliseconds = Milliseconds(Clock::now() - started);
     run.peakMegabytes = static_cast<double>(PeakResidentBytes()) / 1e6;
     run.length = document->WavWaveINos;
     EndSession(document);
-    if (write(channel[1], &run, sizeof run) != sizeof run) _exit(1);
-    _exit(0);
-  }
-  close(channel[1]);
-  SessionRun run;
-  if (read(channel[0], &run, sizeof run) != sizeof run) run = {};
-  close(channel[0]);
-  waitpid(child, nullptr, 0);
-  return run;
+    return run;
+  });
 }
 
 void SavingFigures(const std::string& folder) {

@@ -19,6 +19,25 @@ namespace {
 OpenFileCache g_originalFiles;
 OpenFileCache g_tempFiles;
 
+// Closes and deletes the file of every unused slot (but one named `keep`) and gives the
+// last unused slot, or a new one at the end of the table.
+int32_t FreeTempSlot(const std::string& keep) {
+  int32_t reuse = 0;
+  for (int32_t slot = 1; slot < static_cast<int32_t>(TempFileTable.size()); ++slot) {
+    TempFileSlot& entry = TempFileTable[slot];
+    if (entry.UseCount != 0) continue;
+    g_tempFiles.CloseEntry(slot);
+    if (!entry.FileName.empty() && !SameNameIgnoringCase(entry.FileName, keep)) {
+      DeleteFileIfExists(entry.FileName);
+    }
+    entry.FileName.clear();
+    reuse = slot;
+  }
+  if (reuse != 0) return reuse;
+  TempFileTable.emplace_back();
+  return static_cast<int32_t>(TempFileTable.size()) - 1;
+}
+
 }  // namespace
 
 OpenFileCache& OriginalFiles() { return g_originalFiles; }
@@ -84,21 +103,7 @@ int32_t AdoptTempFile(const std::string& name, bool& fresh) {
     }
   }
   fresh = true;
-  int32_t reuse = 0;
-  for (int32_t slot = 1; slot < static_cast<int32_t>(TempFileTable.size()); ++slot) {
-    TempFileSlot& entry = TempFileTable[slot];
-    if (entry.UseCount != 0) continue;
-    g_tempFiles.CloseEntry(slot);
-    if (!entry.FileName.empty() && !SameNameIgnoringCase(entry.FileName, name)) {
-      DeleteFileIfExists(entry.FileName);
-    }
-    entry.FileName.clear();
-    reuse = slot;
-  }
-  if (reuse == 0) {
-    TempFileTable.emplace_back();
-    reuse = static_cast<int32_t>(TempFileTable.size()) - 1;
-  }
+  const int32_t reuse = FreeTempSlot(name);
   TempFileTable[reuse] = TempFileSlot{name, 0};
   return reuse;
 }
@@ -222,21 +227,7 @@ void SetOriginalFileAside(const std::string& name) {
 }
 
 int32_t NewTempFileSlot() {
-  int32_t reuse = 0;
-  for (int32_t slot = 1; slot < static_cast<int32_t>(TempFileTable.size()); ++slot) {
-    TempFileSlot& entry = TempFileTable[slot];
-    if (entry.UseCount != 0) continue;
-    g_tempFiles.CloseEntry(slot);
-    if (!entry.FileName.empty()) {
-      DeleteFileIfExists(entry.FileName);
-      entry.FileName.clear();
-    }
-    reuse = slot;
-  }
-  if (reuse == 0) {
-    TempFileTable.emplace_back();
-    reuse = static_cast<int32_t>(TempFileTable.size()) - 1;
-  }
+  const int32_t reuse = FreeTempSlot("");
   TempFileTable[reuse] = TempFileSlot{NewTempFileName("tmp"), 0};
   return reuse;
 }
