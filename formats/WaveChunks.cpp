@@ -1,5 +1,7 @@
 #include "formats/WaveChunks.h"
 
+#include "platform/RiffChunkWalk.h"
+
 namespace quorvane {
 
 namespace {
@@ -22,21 +24,21 @@ ChunkPlace FindChunk(const std::string& chunkId, const BinaryFile& file, int64_t
   const int64_t last = searchStart + searchLength - 1;
   // No id lies past the end of the file: the walk ends there, however far the sizes say
   // the chunks go (skipping a stretch of zeros eight bytes at a time would take minutes).
-  const int64_t fileLength = file.Length();
-  int64_t position = searchStart;
-  while (position + 8 < last && position + 4 <= fileLength) {
-    const int32_t size = file.ReadInt32(position + 4);
-    if (IdAt(file, position, chunkId.c_str())) {
-      ChunkPlace place;
-      place.DataOffset = position + 8;
-      place.DataSize = size >= 1 && size <= searchLength ? size : last - place.DataOffset + 1;
-      return place;
-    }
-    const int64_t next = position + 8 + size;
-    if (next <= position) return {};
-    position = next;
-  }
-  return {};
+  ChunkPlace place;
+  WalkRiffChunks([&file](int64_t offset, void* buffer,
+                         size_t count) { return file.ReadAt(offset, buffer, count); },
+                 searchStart, last, RiffChunkStep::SignedNoPad,
+                 [&](const RiffChunkHeader& chunk) {
+                   for (size_t i = 0; i < 4; ++i) {
+                     if (Lower(chunk.Id[i]) != Lower(chunkId[i])) return true;
+                   }
+                   const auto size = static_cast<int32_t>(chunk.Size);
+                   place.DataOffset = chunk.DataOffset();
+                   place.DataSize =
+                       size >= 1 && size <= searchLength ? size : last - place.DataOffset + 1;
+                   return false;
+                 });
+  return place;
 }
 
 }  // namespace quorvane
