@@ -214,7 +214,12 @@ void SetOriginalFileAside(const std::string& name) {
   for (int32_t entry = 1; entry < static_cast<int32_t>(OrgFileTable.size()); ++entry) {
     OrgFileEntry& file = OrgFileTable[entry];
     if (file.FileName.empty() || !SameNameIgnoringCase(file.FileName, name)) continue;
-    if (file.UseCount > 0 && !Env().SessionFolder.empty() && !InsideTempFolder(file.FileName)) {
+    // Only the very file moves: a name that differs in case alone may be another file,
+    // which stays where it is (its blocks are loaded instead).
+    std::error_code error;
+    const bool sameFile = std::filesystem::equivalent(file.FileName, name, error) && !error;
+    if (sameFile && file.UseCount > 0 && !Env().SessionFolder.empty() &&
+        !InsideTempFolder(file.FileName)) {
       const std::string target = NewTempFileName("wav");
       g_originalFiles.CloseEntry(entry);
       if (MoveFile(file.FileName, target)) {

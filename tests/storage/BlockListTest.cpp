@@ -173,6 +173,12 @@ TEST_F(BlockList, FilesSetAsideMoveIntoTheSessionFolderAndTheirBlocksFollowUnloa
   // A file no block reads is only let go of.
   SetOriginalFileAside(name);
   EXPECT_TRUE(std::filesystem::exists(name));
+  // A file whose name differs in case alone is another file: it stays, its blocks load.
+  BlockCarrBuffClass upper, unused;
+  DescribeWav(files.File("TRACK.WAV"), 1, 16, SignalRun(0, 0, 100), 30, upper, unused);
+  SetOriginalFileAside(name);
+  EXPECT_TRUE(std::filesystem::exists(files.File("TRACK.WAV")));
+  for (const int32_t block : BlocksOf(upper)) EXPECT_EQ(BlockTable[block].Kind, BlockMemory);
 }
 
 TEST_F(BlockList, DescriptorSilenceIsABlankNameAndComesBackAlike) {
