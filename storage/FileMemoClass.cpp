@@ -240,7 +240,10 @@ void FileMemoClass::QuickBuffGet(int32_t FromPos, int32_t BuffSz, int32_t WorkCh
                      out.data() + (first - FromPos + 1));
     }
   };
-  if (SelectsLeft(WorkChn) && SelectsRight(WorkChn) &&
+  // Stretches long enough to matter read both channels of a stereo source at once; a
+  // sample or two for the display costs less the plain way.
+  constexpr int32_t kShortestPairRead = 64;
+  if (BuffSz >= kShortestPairRead && SelectsLeft(WorkChn) && SelectsRight(WorkChn) &&
       QuickPairGet(FromPos, last, QBuffL, QBuffR)) {
     return;
   }
