@@ -2,8 +2,6 @@
 #include <chrono>
 #include <thread>
 
-#include "core/AppFolders.h"
-#include "core/Environment.h"
 #include "core/ErrorReport.h"
 #include "core/FileHelpers.h"
 #include "core/Interaction.h"
