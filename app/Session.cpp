@@ -230,9 +230,8 @@ void SaveSlideAudio(FileMemoClass& document, int32_t n) {
   const int32_t last = SlideEndPosition(n, document.WavWaveINos) - 1;
   if (last - first + 1 < 3 || StretchIsSilent(document, first, last)) {
     // Audio the document or its undo history still reads from this file in place (the
-    // slide's own audio before it was deleted, say) moves into the storage engine's keeping
-    // first, so that it outlives the file.
-    ReleaseOriginalFileByName(file);
+    // slide's own audio before it was deleted, say) keeps reading it in the session folder.
+    SetOriginalFileAside(file);
     DeleteFileIfExists(file);
     return;
   }

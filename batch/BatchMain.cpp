@@ -9,8 +9,8 @@
 #include "batch/BatchRunner.h"
 #include "core/BatchInteraction.h"
 #include "core/Trace.h"
-#include "platform/DbusTraceViewer.h"
 #include "platform/ProgramFile.h"
+#include "platform/qt/DbusTraceViewer.h"
 
 int main(int argc, char** argv) {
   using namespace quorvane;

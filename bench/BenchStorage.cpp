@@ -73,14 +73,9 @@ void LoadHourDocument(FileMemoClass& document, const std::string& path) {
   for (int32_t i = 0; i < kHourFrames; i += runFrames) {
     const int32_t frames = std::min(runFrames, kHourFrames - i);
     for (int32_t channel = 0; channel < 2; ++channel) {
-      const int32_t block = NewBlock(frames, BlockSilence);
-      BlockTable[block].FileRef = entry;
-      BlockTable[block].FilePosition = 44 + i * 4 + channel * 2 + 1;
-      BlockTable[block].Start = i + 1;
-      BlockTable[block].Kind = BlockOrgFile;
-      (channel == 0 ? left : right).push_back(block);
+      (channel == 0 ? left : right)
+          .push_back(AddOriginalFileRun(entry, 44 + i * 4 + channel * 2 + 1, i + 1, frames));
     }
-    OrgFileTable[entry].UseCount += 2;
     RegisterChannelPair(left.back(), right.back());
   }
   BlockCarrBuffClass leftCarrier;

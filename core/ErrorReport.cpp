@@ -39,10 +39,6 @@ std::string Location(const std::string& module, const std::string& procedure, ui
 
 }  // namespace
 
-RuntimeError::RuntimeError(int32_t number, const std::string& description,
-                           std::source_location where)
-    : std::runtime_error(description), number_(number), line_(where.line()) {}
-
 void ThrowErrno(const std::string& what, std::source_location where) {
   const int code = errno;
   throw RuntimeError(NumberForErrno(code), what + ": " + std::strerror(code), where);

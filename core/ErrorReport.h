@@ -9,30 +9,9 @@
 #include <stdexcept>
 #include <string>
 
+#include "platform/RuntimeError.h"
+
 namespace quorvane {
-
-// A run-time error with the number and description the reports show, and the source
-// line of the place that raised it.
-class RuntimeError : public std::runtime_error {
- public:
-  RuntimeError(int32_t number, const std::string& description,
-               std::source_location where = std::source_location::current());
-  int32_t Number() const { return number_; }
-  uint32_t Line() const { return line_; }
-
- private:
-  int32_t number_;
-  uint32_t line_;
-};
-
-// Error numbers of the reports.
-inline constexpr int32_t kErrorFileNotFound = 53;
-inline constexpr int32_t kErrorDiskFull = 61;
-inline constexpr int32_t kErrorPermissionDenied = 70;
-inline constexpr int32_t kErrorPathFileAccess = 75;
-inline constexpr int32_t kErrorDeviceIo = 57;
-inline constexpr int32_t kErrorBadFileName = 52;
-inline constexpr int32_t kErrorOutOfMemory = 7;
 
 // Throws a RuntimeError for the current errno: "what: No such file or directory".
 [[noreturn]] void ThrowErrno(const std::string& what,

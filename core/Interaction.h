@@ -104,19 +104,29 @@ class BusyPointer {
   BusyPointer& operator=(const BusyPointer&) = delete;
 };
 
-// Shows the progress display with a bar colour, at 0, for the life of the object, and hides
-// it on every way out.
+// Shows the progress display for the life of the object. With a bar colour it starts the
+// bar at 0 and hides the display on every way out; without one it only shows a display
+// not shown yet and leaves one already shown (by an enclosing operation) as it was.
 class ShownProgress {
  public:
-  explicit ShownProgress(uint32_t barColor) {
+  explicit ShownProgress(uint32_t barColor) : hideAtEnd_(true) {
     ProgressDisplay& progress = UserInterface().Progress();
     progress.SetBarColor1(barColor);
     progress.SetIsVisible(true);
     progress.SetCurrentProgress(0.0F);
   }
-  ~ShownProgress() { UserInterface().Progress().SetIsVisible(false); }
+  ShownProgress() : hideAtEnd_(!UserInterface().Progress().IsVisible()) {
+    if (hideAtEnd_) UserInterface().Progress().SetIsVisible(true);
+  }
+  ~ShownProgress() {
+    if (hideAtEnd_) UserInterface().Progress().SetIsVisible(false);
+  }
   ShownProgress(const ShownProgress&) = delete;
   ShownProgress& operator=(const ShownProgress&) = delete;
+  void Set(float value) { UserInterface().Progress().SetCurrentProgress(value); }
+
+ private:
+  bool hideAtEnd_;
 };
 
 }  // namespace quorvane

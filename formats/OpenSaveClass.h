@@ -39,7 +39,6 @@ class OpenSaveClass {
   bool CheckEncoder();
   void EncodeMp3(const std::string& mp3File,
                  const std::function<void(const std::string&)>& writeWave);
-  std::string Mp3TempWaveName() const;
   void RunAndWait(const std::string& CommandLine);
 };
 

@@ -2,8 +2,6 @@
 #include <chrono>
 #include <thread>
 
-#include "core/AppFolders.h"
-#include "core/Environment.h"
 #include "core/ErrorReport.h"
 #include "core/FileHelpers.h"
 #include "core/Interaction.h"
@@ -39,22 +37,12 @@ bool OpenSaveClass::CheckEncoder() {
   return true;
 }
 
-std::string OpenSaveClass::Mp3TempWaveName() const {
-  int64_t number = RoundHalfEven64(SecondsSinceMidnight());
-  std::string name;
-  do {
-    ++number;
-    name = Env().SessionFolder + "/tm" + DecimalText(number) + ".wav";
-  } while (FileExists(name));
-  return name;
-}
-
 void OpenSaveClass::RunAndWait(const std::string& CommandLine) { RunAndWaitProcess(CommandLine); }
 
 bool OpenSaveClass::FileLoadMp3(FileMemoClass& FilMemOb, const std::string& FileName1) {
   try {
     if (!CheckEncoder()) return false;
-    const std::string temporary = Mp3TempWaveName();
+    const std::string temporary = NewTempFileName("wav");
     RunAndWait(Quoted(Project().LamePath) + " --decode " + Quoted(FileName1) + " " +
                Quoted(temporary));
     if (FileExists(temporary)) return FileLoadWave(FilMemOb, temporary);
@@ -82,7 +70,7 @@ void OpenSaveClass::EncodeMp3(const std::string& mp3File,
                               const std::function<void(const std::string&)>& writeWave) {
   try {
     if (!CheckEncoder()) return;
-    const std::string temporary = Mp3TempWaveName();
+    const std::string temporary = NewTempFileName("wav");
     writeWave(temporary);
     std::this_thread::sleep_for(kSettleAfterWrite);
     if (!FileExists(temporary)) {

@@ -241,13 +241,8 @@ bool OpenSaveClass::LoadWaveFile(FileMemoClass& document, const std::string& fil
   std::vector<int32_t> leftBlocks;
   std::vector<int32_t> rightBlocks;
   const auto describe = [&](int64_t first, int64_t length, int64_t byteOffset) {
-    const int32_t block = NewBlock(static_cast<int32_t>(length), BlockSilence);
-    BlockRecord& record = BlockTable[block];
-    record.FileRef = entry;
-    record.FilePosition = static_cast<int32_t>(byteOffset + 1);
-    record.Start = static_cast<int32_t>(first + 1);
-    record.Kind = BlockOrgFile;
-    return block;
+    return AddOriginalFileRun(entry, static_cast<int32_t>(byteOffset + 1),
+                              static_cast<int32_t>(first + 1), static_cast<int32_t>(length));
   };
   for (int64_t i = 0; i < frames; i += run) {
     UserInterface().Progress().SetCurrentProgress(static_cast<float>(i) /
@@ -260,9 +255,6 @@ bool OpenSaveClass::LoadWaveFile(FileMemoClass& document, const std::string& fil
       const int32_t rightBlock = describe(i, length, offset + frameBytes / 2);
       rightBlocks.push_back(rightBlock);
       RegisterChannelPair(leftBlock, rightBlock);
-      OrgFileTable[entry].UseCount += 2;
-    } else {
-      OrgFileTable[entry].UseCount += 1;
     }
   }
   left.BuffBlocksPutFresh(leftBlocks);

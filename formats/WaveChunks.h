@@ -1,15 +1,13 @@
 // The RIFF layout of WAV files as the program reads and writes them.
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <string>
 
 #include "formats/BinaryFile.h"
+#include "platform/CanonicalWaveHeader.h"
 
 namespace quorvane {
-
-inline constexpr int32_t kCanonicalHeaderBytes = 44;
 
 struct ChunkPlace {
   int64_t DataOffset = 0;  // 0: not found (no chunk's data can start at offset 0)
@@ -25,10 +23,5 @@ ChunkPlace FindChunk(const std::string& chunkId, const BinaryFile& file, int64_t
 
 // True when the four bytes at `offset` equal `id` without regard to case.
 bool IdAt(const BinaryFile& file, int64_t offset, const char* id);
-
-// The canonical 44-byte header of a PCM file of `frames` frames.
-std::array<unsigned char, kCanonicalHeaderBytes> CanonicalWaveHeader(int32_t channels,
-                                                                     int32_t sampleRate,
-                                                                     int32_t bits, int64_t frames);
 
 }  // namespace quorvane

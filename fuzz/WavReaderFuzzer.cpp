@@ -27,6 +27,7 @@
 #include "core/ProjectTables.h"
 #include "formats/OpenSaveAcmClass.h"
 #include "formats/OpenSaveClass.h"
+#include "fuzz/FuzzSupport.h"
 #include "storage/BlockList.h"
 #include "storage/DocumentWindow.h"
 #include "storage/EditorState.h"
@@ -45,30 +46,6 @@ constexpr int32_t kMemoryBudget = 1024;
 constexpr int32_t kFileBlockLen = 256;
 // Frames per WaveCollectBuff call, chosen so that calls straddle block boundaries.
 constexpr int32_t kCollectRun = 1000;
-
-// Answers every message with its default button and keeps nothing: the program's own
-// interaction would write every message to standard error.
-class QuietInteraction : public Interaction {
- public:
-  MessageAnswer MsgBox(const MessageRequest& request) override { return DefaultAnswer(request); }
-  std::optional<std::string> InputBox(const std::string&, const std::string&,
-                                      const std::string& defaultText) override {
-    return defaultText;
-  }
-  void SetBusy(bool) override {}
-  ProgressDisplay& Progress() override { return progress_; }
-
- private:
-  SilentProgressDisplay progress_;
-};
-
-class QuietWindow : public DocumentWindow {
- public:
-  void SetUndoMenuItem(const std::string&, bool) override {}
-  void SetUndoButton(bool, const std::string&) override {}
-  void SetMenu_To_DefaultFormat() override {}
-  UndoClearChoice ShowUndoClearFrm(const std::vector<std::string>&) override { return {}; }
-};
 
 [[noreturn]] void Fail(const std::string& what) {
   std::fprintf(stderr, "wav_reader_fuzzer: %s\n", what.c_str());
@@ -264,16 +241,8 @@ void ReadEverySample(FileMemoClass& document) {
 // Empties the document and the block list, and fails when the input left anything.
 void EndSession(FileMemoClass& document, Workplace& workplace) {
   document.StorageReset();
-  if (BlocksInUse() != 0) {
-    Fail(std::to_string(BlocksInUse()) + " blocks are still in use after the reset");
-  }
-  for (size_t entry = 1; entry < OrgFileTable.size(); ++entry) {
-    if (OrgFileTable[entry].UseCount != 0) Fail("a source file is still in use after the reset");
-  }
-  for (size_t slot = 1; slot < TempFileTable.size(); ++slot) {
-    if (TempFileTable[slot].UseCount != 0) Fail("a temporary file is still in use after the reset");
-  }
-  if (MemoryInUse != 0) Fail("sample memory is still counted after the reset");
+  const std::string held = WhatTheBlockListStillHolds();
+  if (!held.empty()) Fail(held);
   const std::vector<std::string> left = EntriesOf(workplace.session);
   if (!left.empty()) Fail("the input left " + left.front() + " in the session folder");
   ReleaseAllFiles();

@@ -20,9 +20,9 @@ extern "C" {
 #include <libswresample/swresample.h>
 }
 
-#include "platform/DecodeFailure.h"
 #include "platform/PcmWavFileWriter.h"
 #include "platform/ProfileFile.h"
+#include "platform/RuntimeError.h"
 #include "platform/SampleConversion.h"
 #include "platform/WavChunkScan.h"
 #include "platform/WriteBehind.h"
@@ -88,7 +88,8 @@ SampleEncoding EncodingOf(AVSampleFormat format) {
     case AV_SAMPLE_FMT_DBL:
       return SampleEncoding::Double;
     default:
-      throw DecodeFailure("The decoder delivers samples in a form that cannot be converted.");
+      throw RuntimeError(kErrorDeviceIo,
+                         "The decoder delivers samples in a form that cannot be converted.");
   }
 }
 
@@ -116,7 +117,8 @@ class DecodeRun {
 
     std::error_code ignored;
     if (std::filesystem::equivalent(source, destination, ignored)) {
-      throw DecodeFailure("The decoded file would replace the compressed file: " + destination);
+      throw RuntimeError(kErrorDeviceIo,
+                         "The decoded file would replace the compressed file: " + destination);
     }
     writer_.emplace(destination);
     created = true;
@@ -129,8 +131,8 @@ class DecodeRun {
       // A damaged tail after good audio ends the audio; damage before any audio is fatal.
       if (read == AVERROR_INVALIDDATA && framesWritten_ > 0) break;
       if (read < 0) {
-        throw DecodeFailure("Reading the compressed file failed (" + AvErrorText(read) +
-                            "): " + source);
+        throw RuntimeError(kErrorDeviceIo, "Reading the compressed file failed (" +
+                                               AvErrorText(read) + "): " + source);
       }
       if (packet_->stream_index == streamIndex_) Feed(packet_.get());
       av_packet_unref(packet_.get());
@@ -143,8 +145,8 @@ class DecodeRun {
 
     if (!outputReady_) {
       if (decodeErrors_ > 0) {
-        throw DecodeFailure("The audio data could not be decoded (" + AvErrorText(lastError_) +
-                            "): " + source);
+        throw RuntimeError(kErrorDeviceIo, "The audio data could not be decoded (" +
+                                               AvErrorText(lastError_) + "): " + source);
       }
       outputChannels_ = std::clamp(decoder_->ch_layout.nb_channels, 1, 2);
       sampleRate_ = static_cast<uint32_t>(std::max(decoder_->sample_rate, 0));
@@ -159,14 +161,16 @@ class DecodeRun {
     const int opened =
         avformat_open_input(&context, source.c_str(), av_find_input_format("wav"), nullptr);
     if (opened < 0) {
-      throw DecodeFailure("The WAV file cannot be read (" + AvErrorText(opened) + "): " + source);
+      throw RuntimeError(kErrorDeviceIo,
+                         "The WAV file cannot be read (" + AvErrorText(opened) + "): " + source);
     }
     format_.reset(context);
     const int found = av_find_best_stream(context, AVMEDIA_TYPE_AUDIO, -1, -1, &codec_, 0);
     if (found < 0 || !codec_) {
-      throw DecodeFailure("No decoder is available for this audio format (format tag " +
-                          std::to_string(layout_.codecTag) + ", " + HexTag(layout_.codecTag) +
-                          "): " + source);
+      throw RuntimeError(kErrorDeviceIo,
+                         "No decoder is available for this audio format (format tag " +
+                             std::to_string(layout_.codecTag) + ", " + HexTag(layout_.codecTag) +
+                             "): " + source);
     }
     streamIndex_ = found;
   }
@@ -181,8 +185,9 @@ class DecodeRun {
       result = avcodec_open2(decoder_.get(), codec_, nullptr);
     }
     if (result < 0) {
-      throw DecodeFailure(std::string("The decoder for ") + codec_->long_name +
-                          " could not be started (" + AvErrorText(result) + ").");
+      throw RuntimeError(kErrorDeviceIo, std::string("The decoder for ") + codec_->long_name +
+                                             " could not be started (" + AvErrorText(result) +
+                                             ").");
     }
   }
 
@@ -194,7 +199,7 @@ class DecodeRun {
     if (sent == AVERROR_INVALIDDATA) {
       NoteDecodeError(sent);
     } else if (sent < 0 && sent != AVERROR_EOF) {
-      throw DecodeFailure("The decoder stopped (" + AvErrorText(sent) + ").");
+      throw RuntimeError(kErrorDeviceIo, "The decoder stopped (" + AvErrorText(sent) + ").");
     }
     while (framesWritten_ < frameLimit_) {
       const int received = avcodec_receive_frame(decoder_.get(), frame_.get());
@@ -203,7 +208,8 @@ class DecodeRun {
         NoteDecodeError(received);
         return;
       }
-      if (received < 0) throw DecodeFailure("The decoder stopped (" + AvErrorText(received) + ").");
+      if (received < 0)
+        throw RuntimeError(kErrorDeviceIo, "The decoder stopped (" + AvErrorText(received) + ").");
       Accept(frame_.get());
       av_frame_unref(frame_.get());
     }
@@ -218,7 +224,8 @@ class DecodeRun {
     inputChannels_ = frame->ch_layout.nb_channels;
     inputFormat_ = frame->format;
     if (inputChannels_ < 1 || frame->sample_rate <= 0) {
-      throw DecodeFailure("The decoder delivers audio without channels or sample rate.");
+      throw RuntimeError(kErrorDeviceIo,
+                         "The decoder delivers audio without channels or sample rate.");
     }
     sampleRate_ = static_cast<uint32_t>(frame->sample_rate);
     outputChannels_ = std::min(inputChannels_, 2);
@@ -240,8 +247,8 @@ class DecodeRun {
       resampler_.reset(context);
       if (result >= 0) result = swr_init(context);
       if (result < 0) {
-        throw DecodeFailure("The channels cannot be mixed down to stereo (" + AvErrorText(result) +
-                            ").");
+        throw RuntimeError(kErrorDeviceIo, "The channels cannot be mixed down to stereo (" +
+                                               AvErrorText(result) + ").");
       }
     } else {
       source_.encoding = EncodingOf(format);
@@ -256,7 +263,8 @@ class DecodeRun {
       PrepareOutput(frame);
     } else if (frame->ch_layout.nb_channels != inputChannels_ || frame->format != inputFormat_ ||
                frame->sample_rate != static_cast<int>(sampleRate_)) {
-      throw DecodeFailure("The audio changes its channels or sample rate within the file.");
+      throw RuntimeError(kErrorDeviceIo,
+                         "The audio changes its channels or sample rate within the file.");
     }
     size_t frames = std::min<uint64_t>(static_cast<uint64_t>(std::max(frame->nb_samples, 0)),
                                        frameLimit_ - framesWritten_);
@@ -273,8 +281,8 @@ class DecodeRun {
           swr_convert(resampler_.get(), &outPlanes, static_cast<int>(frames),
                       const_cast<const uint8_t**>(frame->extended_data), static_cast<int>(frames));
       if (converted < 0) {
-        throw DecodeFailure("The channels cannot be mixed down to stereo (" +
-                            AvErrorText(converted) + ").");
+        throw RuntimeError(kErrorDeviceIo, "The channels cannot be mixed down to stereo (" +
+                                               AvErrorText(converted) + ").");
       }
       frames = static_cast<size_t>(converted);
     } else {
@@ -395,7 +403,7 @@ void CompressedWavDecoder::Decode(std::stop_token stop, const std::string& sourc
   try {
     DecodeRun run(std::move(stop), percent_, windowBytes_);
     complete = run.Run(source, destination, created);
-  } catch (const DecodeFailure& failure) {
+  } catch (const RuntimeError& failure) {
     Fail(failure.what());
   } catch (const std::bad_alloc&) {
     Fail("There is not enough memory to decode the file.");

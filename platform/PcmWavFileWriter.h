@@ -11,18 +11,16 @@
 
 namespace quorvane {
 
-inline constexpr size_t kCanonicalWavHeaderSize = 44;
-
 class PcmWavFileWriter {
  public:
-  // Creates or empties the file. Throws DecodeFailure when it cannot be created.
+  // Creates or empties the file. Throws RuntimeError when it cannot be created.
   explicit PcmWavFileWriter(const std::string& path);
 
-  // Writes interleaved samples after those written before. Throws DecodeFailure when the
+  // Writes interleaved samples after those written before. Throws RuntimeError when the
   // disk refuses them or the data would outgrow what a WAV header can state.
   void Append(const int16_t* samples, size_t count);
 
-  // Writes the header and closes the file; throws DecodeFailure when that fails.
+  // Writes the header and closes the file; throws RuntimeError when that fails.
   void Finish(int channels, uint32_t sampleRate);
 
   uint64_t DataBytes() const { return dataBytes_; }

@@ -9,8 +9,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "platform/DecodeFailure.h"
 #include "platform/FileHandle.h"
+#include "platform/RiffChunkWalk.h"
+#include "platform/RuntimeError.h"
 
 namespace quorvane {
 
@@ -33,8 +34,8 @@ size_t ReadAt(int fd, void* buffer, size_t size, uint64_t offset) {
                                 static_cast<off_t>(offset + done));
     if (got < 0 && errno == EINTR) continue;
     if (got < 0)
-      throw DecodeFailure(std::string("Reading the compressed file failed (") +
-                          std::strerror(errno) + ").");
+      throw RuntimeError(kErrorDeviceIo, std::string("Reading the compressed file failed (") +
+                                             std::strerror(errno) + ").");
     if (got == 0) break;
     done += static_cast<size_t>(got);
   }
@@ -46,12 +47,12 @@ size_t ReadAt(int fd, void* buffer, size_t size, uint64_t offset) {
 WavChunkLayout ScanWavChunks(const std::string& path) {
   FileHandle file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
   if (!file.IsOpen()) {
-    throw DecodeFailure(std::string("The compressed file cannot be opened (") +
-                        std::strerror(errno) + "): " + path);
+    throw RuntimeError(kErrorDeviceIo, std::string("The compressed file cannot be opened (") +
+                                           std::strerror(errno) + "): " + path);
   }
   struct stat status {};
   if (::fstat(file.Descriptor(), &status) != 0 || !S_ISREG(status.st_mode)) {
-    throw DecodeFailure("The compressed file is not a regular file: " + path);
+    throw RuntimeError(kErrorDeviceIo, "The compressed file is not a regular file: " + path);
   }
 
   WavChunkLayout layout;
@@ -59,54 +60,61 @@ WavChunkLayout ScanWavChunks(const std::string& path) {
   const std::string notWav = "The file is not a WAV file: " + path;
   std::array<uint8_t, 12> riff{};
   if (ReadAt(file.Descriptor(), riff.data(), riff.size(), 0) < riff.size())
-    throw DecodeFailure(notWav);
+    throw RuntimeError(kErrorDeviceIo, notWav);
   if (std::memcmp(riff.data(), "RIFF", 4) != 0 || std::memcmp(riff.data() + 8, "WAVE", 4) != 0) {
-    throw DecodeFailure(notWav);
+    throw RuntimeError(kErrorDeviceIo, notWav);
   }
 
   bool haveFormat = false;
   bool haveData = false;
-  uint64_t position = 12;
-  while (position + 8 <= layout.fileSize) {
-    std::array<uint8_t, 8> header{};
-    if (ReadAt(file.Descriptor(), header.data(), header.size(), position) < header.size()) break;
-    const uint32_t size = Le32(header.data() + 4);
-    const uint64_t body = position + 8;
-    if (std::memcmp(header.data(), "fmt ", 4) == 0 && !haveFormat && size >= 16) {
-      std::array<uint8_t, 40> format{};
-      const size_t got = ReadAt(file.Descriptor(), format.data(), std::min<size_t>(size, 40), body);
-      if (got < 16) break;
-      haveFormat = true;
-      layout.formatTag = Le16(format.data());
-      layout.codecTag = layout.formatTag;
-      layout.channels = Le16(format.data() + 2);
-      layout.sampleRate = Le32(format.data() + 4);
-      // The extensible form names the real format in the first two bytes of its GUID.
-      if (layout.formatTag == kWaveFormatExtensible && got >= 26) {
-        layout.codecTag = Le16(format.data() + 24);
-      }
-    } else if (std::memcmp(header.data(), "fact", 4) == 0 && !layout.factFrames && size >= 4) {
-      std::array<uint8_t, 4> count{};
-      if (ReadAt(file.Descriptor(), count.data(), count.size(), body) == count.size()) {
-        layout.factFrames = Le32(count.data());
-      }
-    } else if (std::memcmp(header.data(), "data", 4) == 0 && !haveData) {
-      haveData = true;
-      layout.dataOffset = std::min(body, layout.fileSize);
-      const uint64_t present = layout.fileSize - layout.dataOffset;
-      // A recorder that never finished its file leaves 0 or a size beyond the end: the
-      // data then runs to the end of the file, and no chunk can follow it.
-      if (size == 0 || size > present) {
-        layout.dataSize = present;
-        break;
-      }
-      layout.dataSize = size;
-    }
-    position = body + size + (size & 1U);
-  }
+  const int fd = file.Descriptor();
+  WalkRiffChunks(
+      [fd](int64_t offset, void* buffer, size_t count) {
+        return ReadAt(fd, buffer, count, static_cast<uint64_t>(offset));
+      },
+      12, static_cast<int64_t>(layout.fileSize) + 1, RiffChunkStep::UnsignedPadded,
+      [&](const RiffChunkHeader& chunk) {
+        const uint32_t size = chunk.Size;
+        const auto body = static_cast<uint64_t>(chunk.DataOffset());
+        const auto is = [&chunk](const char* id) {
+          return std::memcmp(chunk.Id.data(), id, 4) == 0;
+        };
+        if (is("fmt ") && !haveFormat && size >= 16) {
+          std::array<uint8_t, 40> format{};
+          const size_t got = ReadAt(fd, format.data(), std::min<size_t>(size, 40), body);
+          if (got < 16) return false;
+          haveFormat = true;
+          layout.formatTag = Le16(format.data());
+          layout.codecTag = layout.formatTag;
+          layout.channels = Le16(format.data() + 2);
+          layout.sampleRate = Le32(format.data() + 4);
+          // The extensible form names the real format in the first two bytes of its GUID.
+          if (layout.formatTag == kWaveFormatExtensible && got >= 26) {
+            layout.codecTag = Le16(format.data() + 24);
+          }
+        } else if (is("fact") && !layout.factFrames && size >= 4) {
+          std::array<uint8_t, 4> count{};
+          if (ReadAt(fd, count.data(), count.size(), body) == count.size()) {
+            layout.factFrames = Le32(count.data());
+          }
+        } else if (is("data") && !haveData) {
+          haveData = true;
+          layout.dataOffset = std::min(body, layout.fileSize);
+          const uint64_t present = layout.fileSize - layout.dataOffset;
+          // A recorder that never finished its file leaves 0 or a size beyond the end: the
+          // data then runs to the end of the file, and no chunk can follow it.
+          if (size == 0 || size > present) {
+            layout.dataSize = present;
+            return false;
+          }
+          layout.dataSize = size;
+        }
+        return true;
+      });
 
-  if (!haveFormat) throw DecodeFailure("The WAV file has no usable format chunk: " + path);
-  if (!haveData) throw DecodeFailure("The WAV file has no data chunk: " + path);
+  if (!haveFormat)
+    throw RuntimeError(kErrorDeviceIo, "The WAV file has no usable format chunk: " + path);
+  if (!haveData) throw RuntimeError(kErrorDeviceIo, "The WAV file has no data chunk: " + path);
   return layout;
 }
 

@@ -21,7 +21,7 @@ struct WavChunkLayout {
   std::optional<uint32_t> factFrames;
 };
 
-// Walks the chunks of a RIFF WAVE file. Throws DecodeFailure, in plain words, when the
+// Walks the chunks of a RIFF WAVE file. Throws RuntimeError, in plain words, when the
 // file cannot be read, is no WAV file, or lacks its `fmt ` or `data` chunk.
 WavChunkLayout ScanWavChunks(const std::string& path);
 

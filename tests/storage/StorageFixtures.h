@@ -48,13 +48,9 @@ inline void DescribeWav(const std::string& path, int32_t channels, int32_t bits,
   std::vector<int32_t> blocks[2];
   for (int32_t i = 0; i < frames; i += blockFrames) {
     for (int32_t channel = 0; channel < channels; ++channel) {
-      const int32_t block = NewBlock(std::min(blockFrames, frames - i), BlockSilence);
-      BlockTable[block].FileRef = entry;
-      BlockTable[block].FilePosition = 44 + (i * channels + channel) * sampleBytes + 1;
-      BlockTable[block].Start = i + 1;
-      BlockTable[block].Kind = BlockOrgFile;
-      OrgFileTable[entry].UseCount += 1;
-      blocks[channel].push_back(block);
+      blocks[channel].push_back(AddOriginalFileRun(entry,
+                                                   44 + (i * channels + channel) * sampleBytes + 1,
+                                                   i + 1, std::min(blockFrames, frames - i)));
     }
     if (channels == 2) RegisterChannelPair(blocks[0].back(), blocks[1].back());
   }

@@ -306,6 +306,17 @@ class StorageModel : public StorageTest {
         read[c].resize(model_.channel[c].size());
         ASSERT_EQ(read[c], model_.channel[c]) << "channel " << c;
       }
+    } else if (step % 2 == 0) {
+      // Both channels in one call, read once where they are cut alike, without loading.
+      std::vector<int16_t> both[2];
+      const size_t longest = std::max(model_.channel[0].size(), model_.channel[1].size());
+      document_.QuickBuffGet(1, static_cast<int32_t>(longest), 0, both[0], both[1]);
+      for (size_t c = 0; c < 2; ++c) {
+        const auto first = both[c].begin() + 1;
+        ASSERT_EQ(Samples(first, first + static_cast<std::ptrdiff_t>(model_.channel[c].size())),
+                  model_.channel[c])
+            << "channel " << c;
+      }
     } else {
       // Where the samples lie, without loading.
       ASSERT_EQ(QuickSamples(document_, 1), model_.channel[0]);

@@ -7,8 +7,8 @@
 #include <QString>
 #include <cstdio>
 
-#include "platform/DbusTraceViewer.h"
-#include "platform/TraceLinePrinter.h"
+#include "platform/qt/DbusTraceViewer.h"
+#include "platform/qt/TraceLinePrinter.h"
 
 namespace {
 

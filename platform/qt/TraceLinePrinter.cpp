@@ -1,4 +1,4 @@
-#include "platform/TraceLinePrinter.h"
+#include "platform/qt/TraceLinePrinter.h"
 
 #include <cstdio>
 

@@ -1,4 +1,4 @@
-#include "platform/DbusTraceViewer.h"
+#include "platform/qt/DbusTraceViewer.h"
 
 #include <QByteArray>
 #include <QDBusConnection>

@@ -1,0 +1,268 @@
+#include "storage/BlockFileTables.h"
+
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+#include <system_error>
+
+#include "core/Environment.h"
+#include "core/FileHelpers.h"
+#include "storage/BlockListParts.h"
+#include "storage/BlockTable.h"
+
+namespace quorvane {
+
+namespace block_list {
+
+namespace {
+
+OpenFileCache g_originalFiles;
+OpenFileCache g_tempFiles;
+
+// Closes and deletes the file of every unused slot (but one named `keep`) and gives the
+// last unused slot, or a new one at the end of the table.
+int32_t FreeTempSlot(const std::string& keep) {
+  int32_t reuse = 0;
+  for (int32_t slot = 1; slot < static_cast<int32_t>(TempFileTable.size()); ++slot) {
+    TempFileSlot& entry = TempFileTable[slot];
+    if (entry.UseCount != 0) continue;
+    g_tempFiles.CloseEntry(slot);
+    if (!entry.FileName.empty() && !SameNameIgnoringCase(entry.FileName, keep)) {
+      DeleteFileIfExists(entry.FileName);
+    }
+    entry.FileName.clear();
+    reuse = slot;
+  }
+  if (reuse != 0) return reuse;
+  TempFileTable.emplace_back();
+  return static_cast<int32_t>(TempFileTable.size()) - 1;
+}
+
+}  // namespace
+
+OpenFileCache& OriginalFiles() { return g_originalFiles; }
+OpenFileCache& TempFiles() { return g_tempFiles; }
+
+bool ValidOriginal(int32_t entry) {
+  return entry >= 1 && entry < static_cast<int32_t>(OrgFileTable.size());
+}
+
+bool ValidSlot(int32_t slot) {
+  return slot >= 1 && slot < static_cast<int32_t>(TempFileTable.size());
+}
+
+void AddTempUse(int32_t slot, int32_t count) {
+  if (ValidSlot(slot)) TempFileTable[slot].UseCount += count;
+}
+
+void DropTempUse(int32_t slot) {
+  if (ValidSlot(slot) && TempFileTable[slot].UseCount > 0) --TempFileTable[slot].UseCount;
+}
+
+void AddOriginalUse(int32_t entry, int32_t count) {
+  if (ValidOriginal(entry)) OrgFileTable[entry].UseCount += count;
+}
+
+void DropOriginalUse(int32_t entry) {
+  if (ValidOriginal(entry) && OrgFileTable[entry].UseCount > 0) --OrgFileTable[entry].UseCount;
+}
+
+bool SameNameIgnoringCase(const std::string& a, const std::string& b) {
+  return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
+           return std::tolower(static_cast<unsigned char>(x)) ==
+                  std::tolower(static_cast<unsigned char>(y));
+         });
+}
+
+int32_t SampleBytes(int32_t entry) { return OrgFileTable[entry].Bits == 8 ? 1 : 2; }
+
+int32_t FileChannels(int32_t entry) { return std::max(1, OrgFileTable[entry].Channels); }
+
+int32_t PairIndexOf(int32_t block) {
+  for (int32_t i = 1; i < static_cast<int32_t>(ChannelPairTable.size()); ++i) {
+    if (ChannelPairTable[i].BlockA == block || ChannelPairTable[i].BlockB == block) return i;
+  }
+  return 0;
+}
+
+void RemovePairsOf(int32_t block) {
+  auto first = ChannelPairTable.begin() + 1;
+  ChannelPairTable.erase(std::remove_if(first, ChannelPairTable.end(),
+                                        [block](const ChannelPair& pair) {
+                                          return pair.BlockA == block || pair.BlockB == block;
+                                        }),
+                         ChannelPairTable.end());
+}
+
+int32_t AdoptTempFile(const std::string& name, bool& fresh) {
+  for (int32_t slot = 1; slot < static_cast<int32_t>(TempFileTable.size()); ++slot) {
+    if (TempFileTable[slot].UseCount > 0 &&
+        SameNameIgnoringCase(TempFileTable[slot].FileName, name)) {
+      fresh = false;
+      return slot;
+    }
+  }
+  fresh = true;
+  const int32_t reuse = FreeTempSlot(name);
+  TempFileTable[reuse] = TempFileSlot{name, 0};
+  return reuse;
+}
+
+int32_t FindOriginalFileInUse(const std::string& name) {
+  for (int32_t entry = 1; entry < static_cast<int32_t>(OrgFileTable.size()); ++entry) {
+    if (OrgFileTable[entry].UseCount > 0 &&
+        SameNameIgnoringCase(OrgFileTable[entry].FileName, name)) {
+      return entry;
+    }
+  }
+  return 0;
+}
+
+}  // namespace block_list
+
+using namespace block_list;
+
+namespace {
+
+bool InsideTempFolder(const std::string& name) {
+  const std::string& folder = Env().SessionFolder;
+  if (folder.empty() || name.size() <= folder.size() + 1) return false;
+  return name.compare(0, folder.size(), folder) == 0 && name[folder.size()] == '/';
+}
+
+// Moves the file to `target`: a rename, or a copy and a delete where the two names lie on
+// different file systems. False, with the file where it was, when neither works.
+bool MoveFile(const std::string& from, const std::string& target) {
+  std::error_code error;
+  std::filesystem::rename(from, target, error);
+  if (!error) return true;
+  if (error != std::errc::cross_device_link) return false;
+  if (!std::filesystem::copy_file(from, target, error) || error) {
+    std::filesystem::remove(target, error);
+    return false;
+  }
+  std::filesystem::remove(from, error);
+  return true;
+}
+
+}  // namespace
+
+int32_t OriginalFrameBytes(int32_t entry) {
+  if (!ValidOriginal(entry)) return 0;
+  return SampleBytes(entry) * FileChannels(entry);
+}
+
+int32_t RegisterOriginalFile(const std::string& name, int32_t channels, int32_t bits) {
+  int32_t reuse = 0;
+  for (int32_t entry = 1; entry < static_cast<int32_t>(OrgFileTable.size()); ++entry) {
+    OrgFileEntry& file = OrgFileTable[entry];
+    if (file.UseCount != 0) continue;
+    g_originalFiles.CloseEntry(entry);
+    if (InsideTempFolder(file.FileName) && !SameNameIgnoringCase(file.FileName, name)) {
+      DeleteFileIfExists(file.FileName);
+    }
+    reuse = entry;
+  }
+  if (reuse == 0) {
+    OrgFileTable.emplace_back();
+    reuse = static_cast<int32_t>(OrgFileTable.size()) - 1;
+  }
+  OrgFileTable[reuse] = OrgFileEntry{name, channels, bits, 0};
+  return reuse;
+}
+
+void RegisterChannelPair(int32_t blockA, int32_t blockB) {
+  ChannelPairTable.push_back(ChannelPair{blockA, blockB});
+}
+
+void ReleaseOriginalFile(int32_t entry) {
+  if (!ValidOriginal(entry)) return;
+  for (int32_t block = 1; block < static_cast<int32_t>(BlockTable.size()); ++block) {
+    if (BlockTable[block].Kind == BlockOrgFile && BlockTable[block].FileRef == entry) {
+      LoadBlock(block);
+    }
+  }
+  g_originalFiles.CloseEntry(entry);
+  OrgFileEntry& file = OrgFileTable[entry];
+  if (file.UseCount == 0 && !file.FileName.empty()) {
+    if (InsideTempFolder(file.FileName)) DeleteFileIfExists(file.FileName);
+    file.FileName.clear();
+  }
+}
+
+void ReleaseOriginalFileByName(const std::string& name) {
+  for (int32_t entry = 1; entry < static_cast<int32_t>(OrgFileTable.size()); ++entry) {
+    if (!OrgFileTable[entry].FileName.empty() &&
+        SameNameIgnoringCase(OrgFileTable[entry].FileName, name)) {
+      ReleaseOriginalFile(entry);
+    }
+  }
+}
+
+int32_t AddOriginalFileRun(int32_t entry, int32_t filePosition, int32_t start, int32_t length) {
+  const int32_t block = NewBlock(length, BlockSilence);
+  BlockRecord& record = BlockTable[block];
+  record.FileRef = entry;
+  record.FilePosition = filePosition;
+  record.Start = start;
+  SetKind(block, BlockOrgFile);
+  AddOriginalUse(entry, 1);
+  return block;
+}
+
+void SetOriginalFileAside(const std::string& name) {
+  for (int32_t entry = 1; entry < static_cast<int32_t>(OrgFileTable.size()); ++entry) {
+    OrgFileEntry& file = OrgFileTable[entry];
+    if (file.FileName.empty() || !SameNameIgnoringCase(file.FileName, name)) continue;
+    // Only the very file moves: a name that differs in case alone may be another file,
+    // which stays where it is (its blocks are loaded instead).
+    std::error_code error;
+    const bool sameFile = std::filesystem::equivalent(file.FileName, name, error) && !error;
+    if (sameFile && file.UseCount > 0 && !Env().SessionFolder.empty() &&
+        !InsideTempFolder(file.FileName)) {
+      const std::string target = NewTempFileName("wav");
+      g_originalFiles.CloseEntry(entry);
+      if (MoveFile(file.FileName, target)) {
+        file.FileName = target;
+        continue;
+      }
+    }
+    ReleaseOriginalFile(entry);
+  }
+}
+
+int32_t NewTempFileSlot() {
+  const int32_t reuse = FreeTempSlot("");
+  TempFileTable[reuse] = TempFileSlot{NewTempFileName("tmp"), 0};
+  return reuse;
+}
+
+void ReleaseUnusedFiles() {
+  for (int32_t slot = 1; slot < static_cast<int32_t>(TempFileTable.size()); ++slot) {
+    TempFileSlot& entry = TempFileTable[slot];
+    if (entry.UseCount != 0 || entry.FileName.empty()) continue;
+    g_tempFiles.CloseEntry(slot);
+    DeleteFileIfExists(entry.FileName);
+    entry.FileName.clear();
+  }
+  for (int32_t entry = 1; entry < static_cast<int32_t>(OrgFileTable.size()); ++entry) {
+    OrgFileEntry& file = OrgFileTable[entry];
+    if (file.UseCount != 0 || file.FileName.empty()) continue;
+    g_originalFiles.CloseEntry(entry);
+    if (InsideTempFolder(file.FileName)) DeleteFileIfExists(file.FileName);
+    file.FileName.clear();
+  }
+}
+
+void ReleaseAllFiles() {
+  g_tempFiles.Close();
+  g_originalFiles.Close();
+  for (int32_t slot = 1; slot < static_cast<int32_t>(TempFileTable.size()); ++slot) {
+    TempFileSlot& entry = TempFileTable[slot];
+    if (entry.FileName.empty()) continue;
+    DeleteFileIfExists(entry.FileName);
+    entry.FileName.clear();
+  }
+}
+
+}  // namespace quorvane

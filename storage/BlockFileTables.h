@@ -1,0 +1,56 @@
+// The files that blocks read from: the original (source) WAV files and the temporary block
+// files, each with the number of blocks that use it, and the left/right pairs of blocks of
+// a stereo original file that one read can fill together. A file goes once its last block
+// lets go of it: a temporary file, or an original file inside the session folder, is then
+// deleted.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace quorvane {
+
+struct OrgFileEntry {
+  std::string FileName;  // full path; empty once released
+  int32_t Channels = 0;  // 1 or 2
+  int32_t Bits = 0;      // 8 or 16
+  int32_t UseCount = 0;  // kind-4 blocks that refer to it
+};
+
+struct TempFileSlot {
+  std::string FileName;  // empty once the file is deleted
+  int32_t UseCount = 0;  // blocks of kinds 1 and 3 that refer to it
+};
+
+struct ChannelPair {
+  int32_t BlockA = 0;  // left block of a stretch of a stereo original file
+  int32_t BlockB = 0;  // the right block of the same stretch
+};
+
+// 1-based: element 0 of each is a placeholder that is never used.
+inline std::vector<OrgFileEntry> OrgFileTable(1);
+inline std::vector<TempFileSlot> TempFileTable(1);
+inline std::vector<ChannelPair> ChannelPairTable(1);
+
+int32_t RegisterOriginalFile(const std::string& name, int32_t channels, int32_t bits);
+// A new BlockOrgFile block of `length` samples of one channel of the original file
+// `entry`, its first sample at the 1-based byte `filePosition`, starting at `start` in its
+// owner. The file's use count counts it.
+int32_t AddOriginalFileRun(int32_t entry, int32_t filePosition, int32_t start, int32_t length);
+void RegisterChannelPair(int32_t blockA, int32_t blockB);
+void ReleaseOriginalFileByName(const std::string& name);
+void ReleaseOriginalFile(int32_t entry);
+// Before a file is written over: the blocks that still read from it keep reading it under
+// a new name in the session folder (a rename; a copy only across file systems), so that
+// the name is free without loading a sample. Where the file cannot be moved, its blocks
+// are loaded as by ReleaseOriginalFileByName.
+void SetOriginalFileAside(const std::string& name);
+int32_t NewTempFileSlot();
+void ReleaseUnusedFiles();
+void ReleaseAllFiles();
+
+// Bytes per sample times channels of an original file: the step between a channel's samples.
+int32_t OriginalFrameBytes(int32_t entry);
+
+}  // namespace quorvane

@@ -1,0 +1,58 @@
+// What the block list's own files share and nobody else uses: index checks, kind changes,
+// record reuse, use counts, the open-file caches, and the reads and writes of block files.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "storage/OpenFileCache.h"
+
+namespace quorvane::block_list {
+
+void ShowBlockError(const std::string& text);
+
+bool ValidBlock(int32_t block);
+bool ValidOriginal(int32_t entry);
+bool ValidSlot(int32_t slot);
+
+// Every kind change goes through here: it keeps the free and resident sets exact and
+// counts the block's samples in MemoryInUse while its kind is a resident one.
+void SetKind(int32_t block, int32_t kind);
+// A cleared record taken out of the free set (the first free one, or the last one), or a
+// new one at the end of the table. Its kind stays BlockFree until the caller sets it.
+int32_t TakeRecord(bool firstFree);
+
+void AddTempUse(int32_t slot, int32_t count);
+void DropTempUse(int32_t slot);
+void AddOriginalUse(int32_t entry, int32_t count);
+void DropOriginalUse(int32_t entry);
+bool SameNameIgnoringCase(const std::string& a, const std::string& b);
+// Bytes per sample and channels of an original file.
+int32_t SampleBytes(int32_t entry);
+int32_t FileChannels(int32_t entry);
+// The pair that holds `block` (0 when none), and every pair that holds it taken out.
+int32_t PairIndexOf(int32_t block);
+void RemovePairsOf(int32_t block);
+// Registers a file named in a descriptor in the temporary-file table, or finds the slot
+// that already holds it. `fresh` tells whether a new slot was taken.
+int32_t AdoptTempFile(const std::string& name, bool& fresh);
+// The entry of an original file that blocks use under that name (0 when none).
+int32_t FindOriginalFileInUse(const std::string& name);
+
+OpenFileCache& OriginalFiles();
+OpenFileCache& TempFiles();
+
+// Reads `count` samples of a temporary block file from byte `offset` (0-based). What
+// cannot be read is silence. False when something could not be read.
+bool ReadTempSamples(int32_t slot, int64_t offset, int32_t count, int16_t* out);
+// Writes a resident block's samples to a fresh temporary slot and makes it a file copy of
+// the block (use count 1, file position 1). The slot number, or 0 when the write failed.
+int32_t WriteToNewSlot(int32_t block);
+// Reads a BlockOrgFile block (with its stereo partner when one read fills both) into
+// memory; the blocks become BlockMemory blocks of their own.
+void LoadOriginalBlock(int32_t block);
+// Forgets the files already reported and the failing-write spell.
+void ResetSampleReports();
+
+}  // namespace quorvane::block_list

@@ -1,0 +1,346 @@
+#include "storage/BlockSampleIO.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <bit>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <set>
+
+#include "core/Interaction.h"
+#include "platform/FileHandle.h"
+#include "storage/BlockFileTables.h"
+#include "storage/BlockListParts.h"
+#include "storage/BlockTable.h"
+#include "storage/StorageChecks.h"
+
+namespace quorvane {
+
+static_assert(std::endian::native == std::endian::little,
+              "block files hold little-endian samples, read and written as they lie in memory");
+
+namespace block_list {
+
+namespace {
+
+std::set<std::string> g_reportedFiles;  // files whose read failure was already shown
+bool g_writeOutFailing = false;         // a write failure was shown and none succeeded since
+
+// One message per file that cannot be read; the samples it should give read as silence.
+void ReportUnreadableFile(const std::string& name, const std::string& reason) {
+  if (!g_reportedFiles.insert(name).second) return;
+  UserInterface().MsgBox(
+      MessageRequest{std::string("Error - Could not read audio data from file") + kCrLf + name +
+                         kCrLf + reason + kCrLf + "The samples that could not be read are silence.",
+                     kAppTitle, MessageIcon::Critical, MessageButtons::OkOnly, 1});
+}
+
+// One message per spell of failing writes (a full disk fails every write until space is
+// freed); the block concerned stays in memory.
+void ReportWriteFailure(const std::string& name, const std::string& reason) {
+  if (g_writeOutFailing) return;
+  g_writeOutFailing = true;
+  UserInterface().MsgBox(
+      MessageRequest{std::string("Error - Could not write audio data to the temporary file") +
+                         kCrLf + name + kCrLf + reason + kCrLf + "The audio stays in memory.",
+                     kAppTitle, MessageIcon::Critical, MessageButtons::OkOnly, 1});
+}
+
+int16_t DecodeSample(const uint8_t* bytes, int32_t sampleBytes) {
+  if (sampleBytes == 1) return static_cast<int16_t>(static_cast<int32_t>(bytes[0]) - 128);
+  return static_cast<int16_t>(static_cast<uint16_t>(bytes[0] | (bytes[1] << 8)));
+}
+
+// Reads `count` samples of one channel of an original file, the first at byte `offset`
+// (0-based); the samples are one frame apart. With `neighbour`, the sample that follows
+// each one in its frame (the other channel of a stereo file) goes there. What cannot be
+// read is silence. False when something could not be read.
+bool ReadOriginalSamples(int32_t entry, int64_t offset, int32_t count, int16_t* out,
+                         int16_t* neighbour) {
+  if (count <= 0) return true;
+  std::fill(out, out + count, int16_t{0});
+  if (neighbour) std::fill(neighbour, neighbour + count, int16_t{0});
+  static const std::string kUnknown;
+  const std::string& name = ValidOriginal(entry) ? OrgFileTable[entry].FileName : kUnknown;
+  if (name.empty()) {
+    ReportUnreadableFile(name, "the file is not known");
+    return false;
+  }
+  const int32_t sampleBytes = SampleBytes(entry);
+  const int32_t frameBytes = sampleBytes * FileChannels(entry);
+  const int32_t samplesUsed = neighbour ? 2 : 1;
+  static std::vector<uint8_t> buffer(1 << 18);
+  const int32_t chunkFrames = static_cast<int32_t>(buffer.size()) / frameBytes;
+  int32_t done = 0;
+  while (done < count) {
+    const int32_t frames = std::min(chunkFrames, count - done);
+    // The last frame of a chunk is read only as far as the samples taken from it.
+    const size_t wanted = static_cast<size_t>(frames - 1) * frameBytes +
+                          static_cast<size_t>(sampleBytes) * samplesUsed;
+    std::string reason;
+    const size_t got =
+        OriginalFiles().Read(entry, name, offset + static_cast<int64_t>(done) * frameBytes,
+                             buffer.data(), wanted, reason);
+    if (got == wanted && sampleBytes == 2) {
+      // Whole 16-bit frames, the common case: samples are taken as they lie.
+      const uint8_t* bytes = buffer.data();
+      int16_t* left = out + done;
+      if (neighbour) {
+        int16_t* right = neighbour + done;
+        for (int32_t i = 0; i < frames; ++i, bytes += frameBytes) {
+          std::memcpy(left + i, bytes, 2);
+          std::memcpy(right + i, bytes + 2, 2);
+        }
+      } else {
+        for (int32_t i = 0; i < frames; ++i, bytes += frameBytes) std::memcpy(left + i, bytes, 2);
+      }
+      done += frames;
+      continue;
+    }
+    for (int32_t i = 0; i < frames; ++i) {
+      const size_t at = static_cast<size_t>(i) * frameBytes;
+      if (at + sampleBytes <= got) out[done + i] = DecodeSample(buffer.data() + at, sampleBytes);
+      if (neighbour && at + 2 * static_cast<size_t>(sampleBytes) <= got) {
+        neighbour[done + i] = DecodeSample(buffer.data() + at + sampleBytes, sampleBytes);
+      }
+    }
+    if (got < wanted) {
+      ReportUnreadableFile(name, reason);
+      return false;
+    }
+    done += frames;
+  }
+  return true;
+}
+
+// Writes samples into a new file of that name. False, with the file removed again and the
+// reason given, when the samples could not all be written.
+bool WriteNewSampleFile(const std::string& name, const int16_t* data, int32_t count,
+                        std::string& reason) {
+  FileHandle file(::open(name.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
+  if (!file.IsOpen()) {
+    reason = std::strerror(errno);
+    return false;
+  }
+  const auto* bytes = reinterpret_cast<const char*>(data);
+  const size_t total = 2 * static_cast<size_t>(std::max(count, 0));
+  size_t done = 0;
+  bool written = true;
+  while (done < total) {
+    const ssize_t put = ::write(file.Descriptor(), bytes + done, total - done);
+    if (put < 0 && errno == EINTR) continue;
+    if (put <= 0) {
+      reason = put < 0 ? std::strerror(errno) : "nothing could be written";
+      written = false;
+      break;
+    }
+    done += static_cast<size_t>(put);
+  }
+  if (written && !file.Close()) {
+    reason = std::strerror(errno);
+    written = false;
+  }
+  if (!written) {
+    file.Close();
+    ::unlink(name.c_str());
+    return false;
+  }
+  g_writeOutFailing = false;
+  return true;
+}
+
+// A kind-4 block whose samples are now in `data` becomes a memory block of its own.
+void AdoptLoadedOriginal(int32_t block, std::vector<int16_t>&& data) {
+  BlockRecord& record = BlockTable[block];
+  DropOriginalUse(record.FileRef);
+  record.FileRef = 0;
+  record.FilePosition = 0;
+  record.Data = std::move(data);
+  record.UseStamp = NextUseStamp();
+  SetKind(block, BlockMemory);
+}
+
+// The other block of a stereo pair that one read can fill together with `block`: both on
+// the same file, of the same length, the right one a sample after the left one.
+int32_t PairPartner(int32_t block, int32_t pairIndex) {
+  const ChannelPair pair = ChannelPairTable[pairIndex];
+  const int32_t other = pair.BlockA == block ? pair.BlockB : pair.BlockA;
+  if (!ValidBlock(other)) return 0;
+  const BlockRecord& mine = BlockTable[block];
+  const BlockRecord& theirs = BlockTable[other];
+  if (theirs.Kind != BlockOrgFile || theirs.FileRef != mine.FileRef ||
+      theirs.Length != mine.Length || FileChannels(mine.FileRef) != 2) {
+    return 0;
+  }
+  const int32_t step = SampleBytes(mine.FileRef);
+  if (std::abs(theirs.FilePosition - mine.FilePosition) != step) return 0;
+  return other;
+}
+
+}  // namespace
+
+void ResetSampleReports() {
+  g_reportedFiles.clear();
+  g_writeOutFailing = false;
+}
+
+bool ReadTempSamples(int32_t slot, int64_t offset, int32_t count, int16_t* out) {
+  if (count <= 0) return true;
+  static const std::string kUnknown;
+  const std::string& name = ValidSlot(slot) ? TempFileTable[slot].FileName : kUnknown;
+  std::string reason = "the file is not known";
+  size_t got = 0;
+  const size_t wanted = 2 * static_cast<size_t>(count);
+  if (!name.empty()) got = TempFiles().Read(slot, name, offset, out, wanted, reason);
+  if (got == wanted) return true;
+  std::memset(reinterpret_cast<char*>(out) + (got & ~size_t{1}), 0, wanted - (got & ~size_t{1}));
+  ReportUnreadableFile(name, reason);
+  return false;
+}
+
+int32_t WriteToNewSlot(int32_t block) {
+  const int32_t slot = NewTempFileSlot();
+  const std::string name = TempFileTable[slot].FileName;
+  std::string reason;
+  const BlockRecord& record = BlockTable[block];
+  if (!WriteNewSampleFile(name, record.Data.data(), record.Length, reason)) {
+    ReportWriteFailure(name, reason);
+    TempFileTable[slot].FileName.clear();
+    return 0;
+  }
+  TempFileTable[slot].UseCount = 1;
+  return slot;
+}
+
+void LoadOriginalBlock(int32_t block) {
+  const int32_t entry = BlockTable[block].FileRef;
+  const int32_t length = BlockTable[block].Length;
+  if (!ValidOriginal(entry)) {
+    ReportUnreadableFile("", "the file is not known");
+    AdoptLoadedOriginal(block, std::vector<int16_t>(static_cast<size_t>(length), 0));
+    return;
+  }
+  const int32_t pairIndex = FileChannels(entry) == 2 ? PairIndexOf(block) : 0;
+  const int32_t partner = pairIndex ? PairPartner(block, pairIndex) : 0;
+  if (pairIndex) ChannelPairTable.erase(ChannelPairTable.begin() + pairIndex);
+  if (partner) {
+    // One read of the interleaved stretch fills both channels.
+    const bool blockIsLeft = BlockTable[block].FilePosition < BlockTable[partner].FilePosition;
+    const int32_t left = blockIsLeft ? block : partner;
+    std::vector<int16_t> leftData(static_cast<size_t>(length));
+    std::vector<int16_t> rightData(static_cast<size_t>(length));
+    ReadOriginalSamples(entry, BlockTable[left].FilePosition - 1, length, leftData.data(),
+                        rightData.data());
+    // The partner first, so that the block asked for is the most recently used one.
+    AdoptLoadedOriginal(partner, std::move(blockIsLeft ? rightData : leftData));
+    AdoptLoadedOriginal(block, std::move(blockIsLeft ? leftData : rightData));
+    return;
+  }
+  std::vector<int16_t> data(static_cast<size_t>(length));
+  ReadOriginalSamples(entry, BlockTable[block].FilePosition - 1, length, data.data(), nullptr);
+  AdoptLoadedOriginal(block, std::move(data));
+}
+
+}  // namespace block_list
+
+using namespace block_list;
+
+int16_t PeekSample(int32_t block, int32_t p) {
+  QUORVANE_CHECK(ValidBlock(block), "reading a block that does not exist");
+  if (!ValidBlock(block)) return 0;
+  const BlockRecord& record = BlockTable[block];
+  const int32_t offset = p - record.Start;
+  QUORVANE_CHECK(offset >= 0 && offset < record.Length, "reading outside a block");
+  if (offset < 0 || offset >= record.Length) return 0;
+  int16_t value = 0;
+  switch (record.Kind) {
+    case BlockMemFile:
+    case BlockMemory:
+      return record.Data[static_cast<size_t>(offset)];
+    case BlockFile:
+      ReadTempSamples(record.FileRef, record.FilePosition - 1 + 2 * static_cast<int64_t>(offset), 1,
+                      &value);
+      return value;
+    case BlockOrgFile:
+      ReadOriginalSamples(record.FileRef,
+                          record.FilePosition - 1 +
+                              static_cast<int64_t>(offset) * OriginalFrameBytes(record.FileRef),
+                          1, &value, nullptr);
+      return value;
+    default:
+      return 0;
+  }
+}
+
+void ReadBlockRange(int32_t block, int32_t first, int32_t last, int16_t* out) {
+  QUORVANE_CHECK(ValidBlock(block), "reading a block that does not exist");
+  const int32_t count = last - first + 1;
+  if (count <= 0) return;
+  if (!ValidBlock(block)) {
+    std::fill(out, out + count, int16_t{0});
+    return;
+  }
+  const BlockRecord& record = BlockTable[block];
+  if (record.Kind == BlockFree) {
+    std::fill(out, out + count, int16_t{0});
+    ShowBlockError("Error - A block can not be read for quick buffer");
+    return;
+  }
+  QUORVANE_CHECK(first >= 0 && last < record.Length, "reading outside a block");
+  if (first < 0 || last >= record.Length) {
+    std::fill(out, out + count, int16_t{0});
+    return;
+  }
+  switch (record.Kind) {
+    case BlockMemFile:
+    case BlockMemory:
+      std::copy_n(record.Data.data() + first, count, out);
+      return;
+    case BlockFile:
+      ReadTempSamples(record.FileRef, record.FilePosition - 1 + 2 * static_cast<int64_t>(first),
+                      count, out);
+      return;
+    case BlockOrgFile:
+      ReadOriginalSamples(record.FileRef,
+                          record.FilePosition - 1 +
+                              static_cast<int64_t>(first) * OriginalFrameBytes(record.FileRef),
+                          count, out, nullptr);
+      return;
+    default:
+      std::fill(out, out + count, int16_t{0});
+      return;
+  }
+}
+
+void ReadBlockPairRange(int32_t leftBlock, int32_t rightBlock, int32_t first, int32_t last,
+                        int16_t* left, int16_t* right) {
+  const auto sideBySide = [&] {
+    if (!ValidBlock(leftBlock) || !ValidBlock(rightBlock)) return false;
+    const BlockRecord& a = BlockTable[leftBlock];
+    const BlockRecord& b = BlockTable[rightBlock];
+    return a.Kind == BlockOrgFile && b.Kind == BlockOrgFile && a.FileRef == b.FileRef &&
+           a.Length == b.Length && ValidOriginal(a.FileRef) && FileChannels(a.FileRef) == 2 &&
+           b.FilePosition == a.FilePosition + SampleBytes(a.FileRef) && first >= 0 &&
+           first <= last && last < a.Length;
+  };
+  if (!sideBySide()) {
+    ReadBlockRange(leftBlock, first, last, left);
+    ReadBlockRange(rightBlock, first, last, right);
+    return;
+  }
+  const BlockRecord& record = BlockTable[leftBlock];
+  ReadOriginalSamples(
+      record.FileRef,
+      record.FilePosition - 1 + static_cast<int64_t>(first) * OriginalFrameBytes(record.FileRef),
+      last - first + 1, left, right);
+}
+
+void ReadBlockRange(int32_t block, int32_t first, int32_t last, std::vector<int16_t>& out) {
+  out.assign(static_cast<size_t>(std::max(last - first + 1, 0)), 0);
+  ReadBlockRange(block, first, last, out.data());
+}
+
+}  // namespace quorvane
