@@ -7,8 +7,8 @@
 
 #include "core/AppFolders.h"
 #include "core/Trace.h"
-#include "platform/DbusTraceViewer.h"
 #include "platform/ProgramFile.h"
+#include "platform/qt/DbusTraceViewer.h"
 #include "storage/BlockList.h"
 #include "ui/CallerClass.h"
 #include "ui/Main.h"
