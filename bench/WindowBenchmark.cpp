@@ -113,7 +113,7 @@ int main(int argc, char** argv) {
     const double redraw = RedrawMilliseconds(window);
     Figure(std::string("Refresh_Wave_View of a ") + std::to_string(View().ViewPixels) +
                "-pixel view, zoom " + zoom.name + " (" + std::to_string(reads) + " document reads)",
-           redraw, "ms", "pread of as many frames", PreadPeerMilliseconds(tracks, reads / 2), "ms");
+           redraw, "ms", "pread of as many frames", PreadPeerMilliseconds(tracks, reads), "ms");
     Limit(redraw < 8.0, std::string("redraw under 8 ms at zoom ") + zoom.name);
   }
 

@@ -1,6 +1,7 @@
 #include "storage/FileMemoClass.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <exception>
 #include <utility>
 
@@ -328,6 +329,34 @@ int16_t FileMemoClass::WaveL(int32_t WPosition) const {
 int16_t FileMemoClass::WaveR(int32_t WPosition) const {
   const int32_t block = right_.BlockAt(WPosition);
   return block == 0 ? int16_t{0} : PeekSample(block, WPosition);
+}
+
+void FileMemoClass::WavePair(int32_t LeftPos, int32_t RightPos, int16_t& Left,
+                             int16_t& Right) const {
+  // One read of a few kilobytes costs less than two reads of one sample each.
+  constexpr int32_t kLongestPairSpan = 1024;
+  const int32_t leftBlock = left_.BlockAt(LeftPos);
+  const int32_t rightBlock = right_.BlockAt(RightPos);
+  if (leftBlock != 0 && rightBlock != 0 && std::abs(RightPos - LeftPos) < kLongestPairSpan) {
+    const BlockRecord& a = BlockTable[leftBlock];
+    const BlockRecord& b = BlockTable[rightBlock];
+    if (a.Kind == BlockOrgFile && b.Kind == BlockOrgFile && a.Start == b.Start &&
+        a.Length == b.Length && a.FileRef == b.FileRef) {
+      const int32_t first = std::min(LeftPos, RightPos);
+      const int32_t last = std::max(LeftPos, RightPos);
+      thread_local std::vector<int16_t> left;
+      thread_local std::vector<int16_t> right;
+      left.resize(static_cast<size_t>(last - first + 1));
+      right.resize(left.size());
+      ReadBlockPairRange(leftBlock, rightBlock, first - a.Start, last - a.Start, left.data(),
+                         right.data());
+      Left = left[static_cast<size_t>(LeftPos - first)];
+      Right = right[static_cast<size_t>(RightPos - first)];
+      return;
+    }
+  }
+  Left = WaveL(LeftPos);
+  Right = WaveR(RightPos);
 }
 
 void FileMemoClass::StorageReset() {

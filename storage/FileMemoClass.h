@@ -75,6 +75,10 @@ class FileMemoClass {
   // One sample, read where it lies (no loading); 0 where no block covers the position.
   int16_t WaveL(int32_t WPosition) const;
   int16_t WaveR(int32_t WPosition) const;
+  // The left sample at LeftPos and the right one at RightPos in one read where the two
+  // channels lie side by side in a stereo source file and the positions are close; else
+  // as WaveL and WaveR.
+  void WavePair(int32_t LeftPos, int32_t RightPos, int16_t& Left, int16_t& Right) const;
 
   // Read-only views of the state, for the other parts and for checks.
   const ChannelBlockList& LeftChannel() const { return left_; }

@@ -10,24 +10,37 @@
 namespace quorvane {
 
 bool OpenFileCache::Open(int32_t entry, const std::string& name, std::string& reason) {
-  if (file_.IsOpen() && entry_ == entry && name_ == name) return true;
-  Close();
+  if (!files_.empty() && files_.front().entry == entry && files_.front().name == name) return true;
+  // The page belongs to the file read last.
+  pageOffset_ = -1;
+  pageBytes_ = 0;
+  const auto kept = std::find_if(files_.begin(), files_.end(), [&](const OpenFile& file) {
+    return file.entry == entry && file.name == name;
+  });
+  if (kept != files_.end()) {
+    std::rotate(files_.begin(), kept, kept + 1);
+    return true;
+  }
   const int descriptor = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
   if (descriptor < 0) {
     reason = std::strerror(errno);
     return false;
   }
-  file_ = FileHandle(descriptor);
-  entry_ = entry;
-  name_ = name;
+  if (files_.size() >= kOpenFiles) files_.pop_back();
+  files_.insert(files_.begin(), OpenFile{FileHandle(descriptor), entry, name});
   return true;
+}
+
+bool OpenFileCache::Holds(int32_t entry) const {
+  return std::any_of(files_.begin(), files_.end(),
+                     [entry](const OpenFile& file) { return file.entry == entry; });
 }
 
 size_t OpenFileCache::ReadFile(int64_t offset, void* buffer, size_t bytes, std::string& reason) {
   auto* target = static_cast<char*>(buffer);
   size_t done = 0;
   while (done < bytes) {
-    const ssize_t got = ::pread(file_.Descriptor(), target + done, bytes - done,
+    const ssize_t got = ::pread(files_.front().file.Descriptor(), target + done, bytes - done,
                                 static_cast<off_t>(offset + static_cast<int64_t>(done)));
     if (got < 0) {
       if (errno == EINTR) continue;
@@ -66,15 +79,17 @@ size_t OpenFileCache::Read(int32_t entry, const std::string& name, int64_t offse
 }
 
 void OpenFileCache::CloseEntry(int32_t entry) {
-  if (entry_ == entry) Close();
+  if (!files_.empty() && files_.front().entry == entry) {
+    pageOffset_ = -1;
+    pageBytes_ = 0;
+  }
+  std::erase_if(files_, [entry](const OpenFile& file) { return file.entry == entry; });
 }
 
 void OpenFileCache::Close() {
-  file_.Close();
+  files_.clear();
   pageOffset_ = -1;
   pageBytes_ = 0;
-  entry_ = 0;
-  name_.clear();
 }
 
 }  // namespace quorvane

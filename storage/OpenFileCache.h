@@ -1,7 +1,8 @@
-// One block file kept open for reading. The block list keeps two of these, one for the
-// original (source) files and one for the temporary block files, so that reading block
-// after block of the same file costs no open and close, while the number of open files
-// stays bounded whatever the number of files in use. Small reads (single samples for
+// Block files kept open for reading, the most recently read first. The block list keeps
+// two of these, one for the original (source) files and one for the temporary block files,
+// so that reading block after block, or drawing across many slides' files, costs no open
+// and close, while the number of open files stays bounded whatever the number of files in
+// use. Small reads (single samples for
 // drawing) are served from the last page read, so the other channel of the same frame and
 // neighbouring samples cost no further read.
 #pragma once
@@ -9,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "platform/FileHandle.h"
 
@@ -31,14 +33,18 @@ class OpenFileCache {
   void CloseEntry(int32_t entry);
   void Close();
 
-  bool Holds(int32_t entry) const { return file_.IsOpen() && entry_ == entry; }
+  bool Holds(int32_t entry) const;
 
  private:
   static constexpr size_t kPageBytes = 1024;
+  static constexpr size_t kOpenFiles = 64;
 
-  FileHandle file_;
-  int32_t entry_ = 0;
-  std::string name_;
+  struct OpenFile {
+    FileHandle file;
+    int32_t entry = 0;
+    std::string name;
+  };
+  std::vector<OpenFile> files_;  // files_[0] is the one read last
   char page_[kPageBytes];
   int64_t pageOffset_ = -1;  // file offset of page_[0], -1 when nothing is kept
   size_t pageBytes_ = 0;

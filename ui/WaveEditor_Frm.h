@@ -113,7 +113,8 @@ class WaveEditor_Frm : public QMainWindow, public DocumentWindow, public InsertF
   QLabel* Label(const QString& name) const;
   QAction* Button(const QString& key) const;
   QAction* MenuItem(const QString& name) const;
-  // Samples read from the document by drawing since the last reset.
+  // Reads of the document (one sample, or both channels at once) by drawing since the last
+  // reset.
   int64_t DocumentReads() const { return documentReads_; }
   void ResetDocumentReads() { documentReads_ = 0; }
 
@@ -150,7 +151,7 @@ class WaveEditor_Frm : public QMainWindow, public DocumentWindow, public InsertF
   void BlinkMarkerTimer_Timer();
   void MouseMoveWaitTimer_Timer();
   void LayoutWaveArea();
-  void DrawWaveform(int index, int32_t first, int32_t last, int32_t step);
+  void DrawWaveforms(int32_t last, int32_t step, bool stereo);
   void DrawDragSelection(int32_t anchor, int32_t position);
   void DrawFlagLines();
   void MoveMouseLines(int x);

@@ -5,6 +5,7 @@
 #include <QLabel>
 #include <QPainter>
 #include <QScrollBar>
+#include <array>
 #include <optional>
 #include <vector>
 
@@ -149,9 +150,7 @@ void WaveEditor_Frm::Refresh_Wave_View() {
               PixelOf(std::min(editor.SelEnd, last)), picture->height() - 1, kSelectionBackground);
     }
   }
-  const int32_t step = WaveStep();
-  DrawWaveform(1, FirstLeftPosition(step), last, step);
-  if (stereo) DrawWaveform(2, std::max(editor.ViewStart, 1), last, step);
+  DrawWaveforms(last, WaveStep(), stereo);
 
   RefreshDrawMarkers();
   RefreshScrollScale();
@@ -169,25 +168,46 @@ void WaveEditor_Frm::Refresh_Wave_View() {
   }
 }
 
-void WaveEditor_Frm::DrawWaveform(int index, int32_t first, int32_t last, int32_t step) {
+void WaveEditor_Frm::DrawWaveforms(int32_t last, int32_t step, bool stereo) {
   const EditorState& editor = Editor();
   const ViewState& view = View();
-  std::vector<QLineF> inside;
-  std::vector<QLineF> outside;
-  for (int64_t position = first; position <= last; position += step) {
-    const auto p = static_cast<int32_t>(position);
+  // The left channel's lines start on a multiple of the step, the right one's at the view's
+  // start; line k of both is read together.
+  const int32_t firstLeft = FirstLeftPosition(step);
+  const int32_t firstRight = std::max(editor.ViewStart, 1);
+  std::array<std::vector<QLineF>, 3> inside;
+  std::array<std::vector<QLineF>, 3> outside;
+  const auto line = [&](int index, int32_t p, int16_t sample) {
     const double x = PixelX(p);
-    const int16_t sample = index == 1 ? document_->WaveL(p) : document_->WaveR(p);
-    ++documentReads_;
     const double v = sample * view.AmplitudeScale;
     const bool selected = editor.SelStart <= p && p <= editor.SelEnd;
-    (selected ? inside : outside).emplace_back(x, view.CentreY + v, x, view.CentreY - v);
+    (selected ? inside : outside)[static_cast<size_t>(index)].emplace_back(x, view.CentreY + v, x,
+                                                                           view.CentreY - v);
+  };
+  for (int64_t k = 0;; ++k) {
+    const int64_t left = firstLeft + k * step;
+    const int64_t right = firstRight + k * step;
+    if (left > last) break;
+    int16_t leftSample = 0;
+    int16_t rightSample = 0;
+    if (stereo && right <= last) {
+      document_->WavePair(static_cast<int32_t>(left), static_cast<int32_t>(right), leftSample,
+                          rightSample);
+      line(2, static_cast<int32_t>(right), rightSample);
+    } else {
+      leftSample = document_->WaveL(static_cast<int32_t>(left));
+    }
+    ++documentReads_;
+    line(1, static_cast<int32_t>(left), leftSample);
   }
-  QPainter painter(&Wave_Pic(index)->Image());
-  painter.setPen(kWaveOutside);
-  painter.drawLines(outside.data(), static_cast<int>(outside.size()));
-  painter.setPen(kWaveInside);
-  painter.drawLines(inside.data(), static_cast<int>(inside.size()));
+  for (int index = 1; index <= (stereo ? 2 : 1); ++index) {
+    const auto slot = static_cast<size_t>(index);
+    QPainter painter(&Wave_Pic(index)->Image());
+    painter.setPen(kWaveOutside);
+    painter.drawLines(outside[slot].data(), static_cast<int>(outside[slot].size()));
+    painter.setPen(kWaveInside);
+    painter.drawLines(inside[slot].data(), static_cast<int>(inside[slot].size()));
+  }
 }
 
 void WaveEditor_Frm::RefreshDrawScale() {
