@@ -10,6 +10,7 @@
 
 #include "core/Interaction.h"
 #include "core/ProjectTables.h"
+#include "editing/TruePeakMeter.h"
 #include "storage/FileMemoClass.h"
 
 namespace quorvane {
@@ -27,7 +28,7 @@ using Meter = std::unique_ptr<ebur128_state, MeterDeleter>;
 
 Meter NewMeter(int32_t channels, int32_t rate) {
   Meter meter(ebur128_init(static_cast<unsigned>(channels), static_cast<unsigned long>(rate),
-                           EBUR128_MODE_I | EBUR128_MODE_TRUE_PEAK));
+                           EBUR128_MODE_I));
   if (!meter) throw std::runtime_error("the loudness meter could not be set up");
   return meter;
 }
@@ -36,28 +37,33 @@ double Decibels(double amplitude) {
   return amplitude > 0.0 ? 20.0 * std::log10(amplitude) : -std::numeric_limits<double>::infinity();
 }
 
-// Feeds positions first..last of the document to the meter, interleaved; 8-bit values are
-// moved up to the 16-bit scale so that full scale means the same to the meter.
+// Feeds positions first..last of the document to the loudness meter (interleaved) and to
+// one true-peak meter per channel, in full-scale units: 8-bit values count against 128.
 void FeedStretch(FileMemoClass& document, int32_t first, int32_t last, ebur128_state* meter,
-                 float progressBase, float progressShare) {
+                 std::vector<TruePeakMeter>& peaks, float progressBase, float progressShare) {
   const int32_t channels = document.WavFmtChannel;
-  const int16_t scale = document.WavFmtBits == 8 ? 256 : 1;
+  const float scale = document.WavFmtBits == 8 ? 1.0F / 128 : 1.0F / 32768;
   std::vector<int16_t> left;
   std::vector<int16_t> right;
-  std::vector<int16_t> frames(static_cast<size_t>(kFramesPerRead) * 2);
+  std::vector<float> frames(static_cast<size_t>(kFramesPerRead) * 2);
+  std::vector<float> leftValues(static_cast<size_t>(kFramesPerRead));
+  std::vector<float> rightValues(static_cast<size_t>(kFramesPerRead));
   for (int32_t from = first; from <= last; from += kFramesPerRead) {
     const int32_t count = std::min(kFramesPerRead, last - from + 1);
+    const auto frameCount = static_cast<size_t>(count);
     document.QuickBuffGet(from, count, channels == 2 ? 0 : 1, left, right);
+    for (size_t k = 0; k < frameCount; ++k) leftValues[k] = left[k + 1] * scale;
     if (channels == 2) {
-      for (int32_t k = 0; k < count; ++k) {
-        frames[2 * static_cast<size_t>(k)] = static_cast<int16_t>(left[k + 1] * scale);
-        frames[2 * static_cast<size_t>(k) + 1] = static_cast<int16_t>(right[k + 1] * scale);
+      for (size_t k = 0; k < frameCount; ++k) {
+        rightValues[k] = right[k + 1] * scale;
+        frames[2 * k] = leftValues[k];
+        frames[2 * k + 1] = rightValues[k];
       }
-    } else {
-      for (int32_t k = 0; k < count; ++k) frames[k] = static_cast<int16_t>(left[k + 1] * scale);
+      peaks[1].Add(rightValues.data(), frameCount);
     }
-    if (ebur128_add_frames_short(meter, frames.data(), static_cast<size_t>(count)) !=
-        EBUR128_SUCCESS) {
+    peaks[0].Add(leftValues.data(), frameCount);
+    const float* interleaved = channels == 2 ? frames.data() : leftValues.data();
+    if (ebur128_add_frames_float(meter, interleaved, frameCount) != EBUR128_SUCCESS) {
       throw std::runtime_error("the loudness meter refused the samples");
     }
     UserInterface().Progress().SetCurrentProgress(
@@ -76,19 +82,14 @@ SlideLoudness Measure(FileMemoClass& document, int32_t slide, float progressBase
   const int32_t last = SlideLastPosition(slide, document.WavWaveINos);
   if (last < first) return result;
   const Meter meter = NewMeter(document.WavFmtChannel, document.WavFmtFreq);
-  FeedStretch(document, first, last, meter.get(), progressBase, progressShare);
+  std::vector<TruePeakMeter> peaks(static_cast<size_t>(document.WavFmtChannel));
+  FeedStretch(document, first, last, meter.get(), peaks, progressBase, progressShare);
   double loudness = 0.0;
   if (ebur128_loudness_global(meter.get(), &loudness) == EBUR128_SUCCESS) {
     result.integrated = loudness;
   }
-  double peak = 0.0;
-  for (int32_t channel = 0; channel < document.WavFmtChannel; ++channel) {
-    double channelPeak = 0.0;
-    if (ebur128_true_peak(meter.get(), static_cast<unsigned>(channel), &channelPeak) ==
-        EBUR128_SUCCESS) {
-      peak = std::max(peak, channelPeak);
-    }
-  }
+  float peak = 0.0F;
+  for (const TruePeakMeter& channel : peaks) peak = std::max(peak, channel.Peak());
   result.truePeak = Decibels(peak);
   return result;
 }
