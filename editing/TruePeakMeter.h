@@ -23,12 +23,11 @@ class TruePeakMeter {
   void Add(const float* samples, size_t count);
 
   // Largest absolute value so far, full scale 1.0.
-  float Peak() const { return peak_; }
+  float Peak() const;
 
  private:
   std::array<std::array<float, kTaps>, kBetween> phases_{};
   std::vector<float> window_;  // history, then the block being measured
-  std::vector<float> sums_;
   float peak_ = 0.0F;
 };
 
