@@ -3,7 +3,10 @@
 #include <ebur128.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <functional>
+#include <future>
 #include <limits>
 #include <memory>
 #include <stdexcept>
@@ -37,38 +40,53 @@ double Decibels(double amplitude) {
   return amplitude > 0.0 ? 20.0 * std::log10(amplitude) : -std::numeric_limits<double>::infinity();
 }
 
+// Hands the interleaved frames to the loudness meter; false when it refuses them.
+bool AddFrames(ebur128_state* meter, const std::vector<float>& frames, size_t count) {
+  return ebur128_add_frames_float(meter, frames.data(), count) == EBUR128_SUCCESS;
+}
+
 // Feeds positions first..last of the document to the loudness meter (interleaved) and to
 // one true-peak meter per channel, in full-scale units: 8-bit values count against 128.
+// The loudness meter takes most of the time, so it works on one block in a second thread
+// while this one reads and measures the true peak of the next; it is handed one block at a
+// time, and each hand-over waits for the block before.
 void FeedStretch(FileMemoClass& document, int32_t first, int32_t last, ebur128_state* meter,
                  std::vector<TruePeakMeter>& peaks, float progressBase, float progressShare) {
   const int32_t channels = document.WavFmtChannel;
   const float scale = document.WavFmtBits == 8 ? 1.0F / 128 : 1.0F / 32768;
   std::vector<int16_t> left;
   std::vector<int16_t> right;
-  std::vector<float> frames(static_cast<size_t>(kFramesPerRead) * 2);
-  std::vector<float> leftValues(static_cast<size_t>(kFramesPerRead));
-  std::vector<float> rightValues(static_cast<size_t>(kFramesPerRead));
+  std::array<std::vector<float>, 2> frames;
+  for (std::vector<float>& block : frames) {
+    block.resize(static_cast<size_t>(kFramesPerRead) * static_cast<size_t>(channels));
+  }
+  std::vector<float> values(static_cast<size_t>(kFramesPerRead));
+  std::future<bool> added;
+  size_t current = 0;
   for (int32_t from = first; from <= last; from += kFramesPerRead) {
     const int32_t count = std::min(kFramesPerRead, last - from + 1);
     const auto frameCount = static_cast<size_t>(count);
+    std::vector<float>& block = frames[current];
     document.QuickBuffGet(from, count, channels == 2 ? 0 : 1, left, right);
-    for (size_t k = 0; k < frameCount; ++k) leftValues[k] = left[k + 1] * scale;
-    if (channels == 2) {
+    for (int32_t channel = 0; channel < channels; ++channel) {
+      const std::vector<int16_t>& samples = channel == 0 ? left : right;
       for (size_t k = 0; k < frameCount; ++k) {
-        rightValues[k] = right[k + 1] * scale;
-        frames[2 * k] = leftValues[k];
-        frames[2 * k + 1] = rightValues[k];
+        values[k] = samples[k + 1] * scale;
+        block[k * static_cast<size_t>(channels) + static_cast<size_t>(channel)] = values[k];
       }
-      peaks[1].Add(rightValues.data(), frameCount);
+      peaks[static_cast<size_t>(channel)].Add(values.data(), frameCount);
     }
-    peaks[0].Add(leftValues.data(), frameCount);
-    const float* interleaved = channels == 2 ? frames.data() : leftValues.data();
-    if (ebur128_add_frames_float(meter, interleaved, frameCount) != EBUR128_SUCCESS) {
+    if (added.valid() && !added.get()) {
       throw std::runtime_error("the loudness meter refused the samples");
     }
+    added = std::async(std::launch::async, AddFrames, meter, std::cref(block), frameCount);
+    current = 1 - current;
     UserInterface().Progress().SetCurrentProgress(
         progressBase + progressShare * static_cast<float>(from + count - first) /
                            static_cast<float>(last - first + 1));
+  }
+  if (added.valid() && !added.get()) {
+    throw std::runtime_error("the loudness meter refused the samples");
   }
 }
 
