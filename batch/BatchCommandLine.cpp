@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "core/Numbers.h"
+#include "editing/LevelSlides.h"
 
 namespace quorvane {
 

@@ -44,9 +44,6 @@ struct BatchScript {
 };
 
 inline constexpr int32_t kMostSamplesPrinted = 1'000'000;
-// The loudness targets `level` accepts, in LUFS.
-inline constexpr double kQuietestLoudnessTarget = -70.0;
-inline constexpr double kLoudestLoudnessTarget = 0.0;
 
 // Nothing when the words are not understood.
 std::optional<BatchScript> ParseBatchCommandLine(const std::vector<std::string>& words);

@@ -15,6 +15,9 @@ class FileMemoClass;
 inline constexpr double kMonoLoudnessTarget = -19.0;    // LUFS, speech in one channel
 inline constexpr double kStereoLoudnessTarget = -16.0;  // LUFS
 inline constexpr double kTruePeakCeiling = -1.0;        // dBTP
+// The targets accepted, in LUFS.
+inline constexpr double kQuietestLoudnessTarget = -70.0;
+inline constexpr double kLoudestLoudnessTarget = 0.0;
 
 // The target the dialog and the batch tool start from for a document of `channels`.
 double DefaultLoudnessTarget(int32_t channels);

@@ -100,6 +100,11 @@ void LevelSlidesDialog::LevelBtn_Click() {
   }
   if (chosen.empty()) return;
   const double target = LeadingNumber(target_->text().toStdString());
+  if (target < kQuietestLoudnessTarget || target > kLoudestLoudnessTarget) {
+    UserInterface().Message("The target loudness must lie between -70 and 0 LUFS.",
+                            MessageIcon::Exclamation);
+    return;
+  }
   std::vector<SlideLevel> levels;
   leveled_ = LevelSlides(document_, chosen, target, levels) || leveled_;
   for (size_t k = 0; k < levels.size(); ++k) {

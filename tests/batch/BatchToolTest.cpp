@@ -457,32 +457,44 @@ TEST_F(BatchTool, LoudnessAgreesWithFfmpegOnEachSlide) {
 TEST_F(BatchTool, LevelBringsEverySlideToTheTargetAsOneUndoItem) {
   // Slide 1 is quiet speech; slide 2 is as quiet with one loud click, whose true peak stops
   // its gain short of the target; slide 3 is silence.
-  std::vector<int16_t> clicked = Voice(3.0, 0.02, 2);
-  clicked[48000] = 30000;
-  plan.baseFrequency = "48000";
-  plan.slides = {TrackSlide("speech.wav", PcmWave(1, 48000, 16, Voice(3.0, 0.02, 1))),
-                 TrackSlide("click.wav", PcmWave(1, 48000, 16, clicked)),
-                 TrackSlide("quiet.wav", PcmWave(1, 48000, 16, std::vector<int16_t>(48000, 0)))};
-  WriteProject();
-  const ProgramRun run = Run({"loudness", "level", "-19", "loudness", "info", "undo", "loudness"});
-  EXPECT_EQ(run.exitStatus, 0);
-  EXPECT_EQ(run.err, "");
-  std::vector<std::string> lines;
-  for (size_t at = 0, end; (end = run.out.find('\n', at)) != std::string::npos; at = end + 1)
-    lines.push_back(run.out.substr(at, end - at));
-  ASSERT_EQ(lines.size(), 4u) << run.out;
-  const auto after = LoudnessFigures(lines[1]);
-  ASSERT_EQ(after.size(), 3u) << lines[1];
-  EXPECT_NEAR(after[0][0], -19.0, 0.1 + 1e-9) << lines[1];
-  EXPECT_LE(after[0][1], -1.0) << lines[1];
-  EXPECT_NEAR(after[1][1], -1.0, 0.1 + 1e-9) << lines[1];
-  EXPECT_LT(after[1][0], -19.5) << lines[1];
-  EXPECT_TRUE(std::isnan(after[2][0])) << lines[1];
-  EXPECT_NE(lines[2].find("\"changed\":true,\"undo\":\"Undo [Level Slides]\""), std::string::npos)
-      << lines[2];
-  // One undo takes back every slide.
-  EXPECT_EQ(lines[3], lines[0]);
-  EXPECT_NE(lines[0], lines[1]);
+  struct Case {
+    int bits;
+    double amplitude;  // of the speech, against full scale
+  };
+  for (const Case& format : {Case{16, 0.02}, Case{8, 0.1}}) {
+    SCOPED_TRACE(std::to_string(format.bits) + " bits");
+    const int full = format.bits == 8 ? 127 : 32767;
+    std::vector<int16_t> clicked = Voice(3.0, format.amplitude, 2, full);
+    clicked[48000] = static_cast<int16_t>(full * 9 / 10);
+    plan.baseFrequency = "48000";
+    plan.baseBits = std::to_string(format.bits);
+    plan.slides = {
+        TrackSlide("speech.wav",
+                   PcmWave(1, 48000, format.bits, Voice(3.0, format.amplitude, 1, full))),
+        TrackSlide("click.wav", PcmWave(1, 48000, format.bits, clicked)),
+        TrackSlide("quiet.wav", PcmWave(1, 48000, format.bits, std::vector<int16_t>(48000, 0)))};
+    WriteProject();
+    const ProgramRun run =
+        Run({"loudness", "level", "-19", "loudness", "info", "undo", "loudness"});
+    EXPECT_EQ(run.exitStatus, 0);
+    EXPECT_EQ(run.err, "");
+    std::vector<std::string> lines;
+    for (size_t at = 0, end; (end = run.out.find('\n', at)) != std::string::npos; at = end + 1)
+      lines.push_back(run.out.substr(at, end - at));
+    ASSERT_EQ(lines.size(), 4u) << run.out;
+    const auto after = LoudnessFigures(lines[1]);
+    ASSERT_EQ(after.size(), 3u) << lines[1];
+    EXPECT_NEAR(after[0][0], -19.0, 0.1 + 1e-9) << lines[1];
+    EXPECT_LE(after[0][1], -1.0) << lines[1];
+    EXPECT_NEAR(after[1][1], -1.0, 0.1 + 1e-9) << lines[1];
+    EXPECT_LT(after[1][0], -19.5) << lines[1];
+    EXPECT_TRUE(std::isnan(after[2][0])) << lines[1];
+    EXPECT_NE(lines[2].find("\"changed\":true,\"undo\":\"Undo [Level Slides]\""), std::string::npos)
+        << lines[2];
+    // One undo takes back every slide.
+    EXPECT_EQ(lines[3], lines[0]);
+    EXPECT_NE(lines[0], lines[1]);
+  }
 }
 
 TEST_F(BatchTool, PositionsOutsideTheDocumentEndTheRunWithStatusTwo) {

@@ -216,6 +216,10 @@ TEST_F(WaveEditorEditing, LevelSlidesLevelsTheCheckedSlidesAndShowsTheirLoudness
     // Both slides hold the same square wave: the same loudness before.
     EXPECT_EQ(table->item(0, 1)->text(), table->item(1, 1)->text());
     table->item(1, 0)->setCheckState(Qt::Unchecked);
+    level->TargetTxt()->setText("5");  // louder than full scale: refused
+    level->LevelBtn()->click();
+    EXPECT_TRUE(level->LevelBtn()->isEnabled());
+    EXPECT_EQ(table->item(0, 2)->text(), "");
     level->TargetTxt()->setText("-20");
     level->LevelBtn()->click();
     EXPECT_FALSE(level->LevelBtn()->isEnabled());
@@ -233,7 +237,8 @@ TEST_F(WaveEditorEditing, LevelSlidesLevelsTheCheckedSlidesAndShowsTheirLoudness
   EXPECT_LT(std::abs(session->Document()->WaveL(1)), 8000);
   EXPECT_EQ(Left(kFrames + 1, kFrames), secondBefore);
   EXPECT_EQ(UndoCaption(), "Undo [Level Slides]");
-  EXPECT_TRUE(ui.messages.empty());
+  ASSERT_EQ(ui.messages.size(), 1u);
+  EXPECT_EQ(ui.messages[0].text, "The target loudness must lie between -70 and 0 LUFS.");
 
   window.MenuItem("Undo_Mnu")->trigger();
   EXPECT_EQ(session->Document()->WaveL(1), 8000);
