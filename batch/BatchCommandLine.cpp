@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "core/Numbers.h"
+#include "editing/LevelSlides.h"
 
 namespace quorvane {
 
@@ -26,6 +27,16 @@ bool IsDecimal(const std::string& word) {
   return error == std::errc() && end == word.data() + word.size();
 }
 
+// A loudness target: a decimal number, negative or not, within the targets accepted.
+std::optional<double> LoudnessTarget(const std::string& word) {
+  double value = 0;
+  const auto [end, error] =
+      std::from_chars(word.data(), word.data() + word.size(), value, std::chars_format::fixed);
+  if (error != std::errc() || end != word.data() + word.size()) return std::nullopt;
+  if (value < kQuietestLoudnessTarget || value > kLoudestLoudnessTarget) return std::nullopt;
+  return value;
+}
+
 const std::vector<std::pair<std::string, BatchCommand::Kind>> kRangeCommands = {
     {"samples", BatchCommand::Kind::Samples}, {"delete", BatchCommand::Kind::Delete},
     {"select", BatchCommand::Kind::Select},   {"copy", BatchCommand::Kind::Copy},
@@ -43,11 +54,18 @@ std::optional<BatchScript> ParseBatchCommandLine(const std::vector<std::string>&
       return i + k < words.size() ? Position(words[i + k]) : std::nullopt;
     };
     BatchCommand command;
-    if (name == "info" || name == "undo" || name == "save") {
-      command.kind = name == "info"   ? BatchCommand::Kind::Info
-                     : name == "undo" ? BatchCommand::Kind::Undo
-                                      : BatchCommand::Kind::Save;
+    if (name == "info" || name == "undo" || name == "save" || name == "loudness") {
+      command.kind = name == "info"       ? BatchCommand::Kind::Info
+                     : name == "undo"     ? BatchCommand::Kind::Undo
+                     : name == "loudness" ? BatchCommand::Kind::Loudness
+                                          : BatchCommand::Kind::Save;
       i += 1;
+    } else if (name == "level") {
+      const auto target = i + 1 < words.size() ? LoudnessTarget(words[i + 1]) : std::nullopt;
+      if (!target) return std::nullopt;
+      command.kind = BatchCommand::Kind::Level;
+      command.loudness = *target;
+      i += 2;
     } else if (const auto range =
                    std::find_if(kRangeCommands.begin(), kRangeCommands.end(),
                                 [&name](const auto& entry) { return entry.first == name; });
@@ -129,6 +147,10 @@ std::string BatchUsage() {
          "  volume PERCENT FROM TO   change the volume of that range (0 to 200 percent)\n"
          "  maximize FROM TO         maximize that range\n"
          "  dynamic SECONDS TARGET CUTOFF FROM TO  dynamic compress/expand of that range\n"
+         "  loudness                 each slide's integrated loudness (LUFS) and true peak\n"
+         "                           (dBTP) as one JSON line\n"
+         "  level TARGET             level every slide to TARGET LUFS (-70 to 0), true peak\n"
+         "                           at most -1 dBTP\n"
          "  undo                     undo the last operation\n"
          "  save                     save the slides and the project file\n"
          "positions count samples from 1\n";

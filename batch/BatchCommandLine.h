@@ -23,7 +23,9 @@ struct BatchCommand {
     InsertFile,
     Volume,
     Maximize,
-    Dynamic
+    Dynamic,
+    Loudness,
+    Level
   };
   Kind kind = Kind::Info;
   int32_t from = 0;  // the range's first position; insert-silence, paste, insert-file: the position
@@ -33,6 +35,7 @@ struct BatchCommand {
   int32_t percent = 0;  // volume: the slider's value
   std::string target;   // dynamic: target volume in percent
   std::string cutOff;   // dynamic: cut-off volume in percent
+  double loudness = 0;  // level: the target in LUFS
 };
 
 struct BatchScript {

@@ -1,6 +1,9 @@
 #include "batch/BatchOutput.h"
 
+#include <cmath>
+
 #include "core/JsonText.h"
+#include "core/Numbers.h"
 #include "core/ProjectTables.h"
 #include "storage/EditorState.h"
 #include "storage/FileMemoClass.h"
@@ -19,6 +22,11 @@ std::string SampleList(const FileMemoClass& document, int32_t from, int32_t to, 
     list += Number(right ? document.WaveR(position) : document.WaveL(position));
   }
   return list + "]";
+}
+
+// JSON has no infinity: a silent slide's figures are null.
+std::string Decibels(double value) {
+  return std::isfinite(value) ? FormatOneDecimal(value) : "null";
 }
 
 }  // namespace
@@ -52,6 +60,16 @@ std::string SamplesJson(const FileMemoClass& document, int32_t from, int32_t to)
   std::string json = "{\"left\":" + SampleList(document, from, to, false);
   if (document.WavFmtChannel == 2) json += ",\"right\":" + SampleList(document, from, to, true);
   return json + "}";
+}
+
+std::string LoudnessJson(const std::vector<SlideLoudness>& slides) {
+  std::string json = "{\"slides\":[";
+  for (const SlideLoudness& slide : slides) {
+    if (&slide != &slides.front()) json += ',';
+    json += "{\"slide\":" + Number(slide.slide) + ",\"integrated\":" + Decibels(slide.integrated) +
+            ",\"true_peak\":" + Decibels(slide.truePeak) + "}";
+  }
+  return json + "]}";
 }
 
 }  // namespace quorvane

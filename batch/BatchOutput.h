@@ -3,6 +3,9 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
+
+#include "editing/SlideLoudness.h"
 
 namespace quorvane {
 
@@ -14,5 +17,9 @@ std::string InfoJson(const FileMemoClass& document, const std::string& undoCapti
 
 // left and, for two channels, right: the sample values at positions from..to.
 std::string SamplesJson(const FileMemoClass& document, int32_t from, int32_t to);
+
+// slides (slide, integrated in LUFS, true_peak in dBTP, one decimal each; null where the
+// slide is silent).
+std::string LoudnessJson(const std::vector<SlideLoudness>& slides);
 
 }  // namespace quorvane

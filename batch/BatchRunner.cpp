@@ -7,12 +7,15 @@
 #include "app/ProjectFile.h"
 #include "app/SessionLifetime.h"
 #include "batch/BatchOutput.h"
+#include "core/ErrorReport.h"
 #include "core/Interaction.h"
 #include "editing/ClipboardExchange.h"
 #include "editing/DynCompFrm.h"
 #include "editing/DynamicCompress.h"
 #include "editing/EditCommands.h"
 #include "editing/InsertAudioFile.h"
+#include "editing/LevelSlides.h"
+#include "editing/SlideLoudness.h"
 #include "editing/VolumeChgFrm.h"
 #include "editing/VolumeEffects.h"
 #include "storage/DocumentWindow.h"
@@ -183,6 +186,18 @@ int RunBatchScript(const BatchScript& script, std::ostream& out, std::ostream& e
         Select(command.from, command.to);
         DynamicCommand(*document, command);
         break;
+      case BatchCommand::Kind::Loudness:
+        try {
+          out << LoudnessJson(MeasureSlideLoudness(*document, AllSlides())) << '\n';
+        } catch (const std::exception& error) {
+          UserInterface().Message(ErrorDescription(error), MessageIcon::Exclamation);
+        }
+        break;
+      case BatchCommand::Kind::Level: {
+        std::vector<SlideLevel> levels;
+        LevelSlides(*document, AllSlides(), command.loudness, levels);
+        break;
+      }
       case BatchCommand::Kind::Undo:
         EditUndo(*document);
         break;

@@ -144,6 +144,8 @@ void WaveEditor_Frm::BuildMenus() {
   AddMenuItem(volume, "VolumeChange_Mnu", "&Change", [this] { VolumeChange_Mnu_Click(); });
   AddMenuItem(volume, "VolumeDynamicBal_Mnu", "&Dynamic Balance",
               [this] { VolumeDynamicBal_Mnu_Click(); });
+  AddMenuItem(volume, "VolumeLevelSlides_Mnu", "&Level Slides...",
+              [this] { VolumeLevelSlides_Mnu_Click(); });
 
   QMenu* view = menuBar()->addMenu("&View");
   const std::array<std::pair<int, const char*>, 5> zooms = {

@@ -82,6 +82,7 @@ class WaveEditor_Frm : public QMainWindow, public DocumentWindow, public InsertF
   void VolumeChange_Mnu_Click();
   void VolumeMaximize_Mnu_Click();
   void VolumeDynamicBal_Mnu_Click();
+  void VolumeLevelSlides_Mnu_Click();
   void PlayToolbar_ButtonClick(const QString& key);
 
   // DocumentWindow: the undo menu entry, the undo button and the undo-clearing dialog.

@@ -16,6 +16,7 @@
 #include "storage/FileMemoClass.h"
 #include "ui/DynCompDialog.h"
 #include "ui/InsertPosDialog.h"
+#include "ui/LevelSlidesDialog.h"
 #include "ui/PlayerLink.h"
 #include "ui/ViewState.h"
 #include "ui/VolumeChgDialog.h"
@@ -101,6 +102,14 @@ void WaveEditor_Frm::VolumeMaximize_Mnu_Click() {
   if (document_ == nullptr) return;
   Maximize(*document_);
   Refresh_Wave_View();
+}
+
+void WaveEditor_Frm::VolumeLevelSlides_Mnu_Click() {
+  if (document_ == nullptr) return;
+  if (IsPlaying()) PlayControl(2);
+  LevelSlidesDialog dialog(this, *document_);
+  dialog.exec();
+  if (dialog.Leveled()) Refresh_Wave_View();
 }
 
 void WaveEditor_Frm::VolumeDynamicBal_Mnu_Click() {

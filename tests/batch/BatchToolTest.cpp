@@ -4,7 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cmath>
 #include <filesystem>
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -65,6 +67,54 @@ std::string Info(int64_t length, bool changed, const std::string& undo, std::arr
 }
 const std::string kLoaded =
     Info(4005, false, "Undo [Nothing]", {1, 1001, 1801, 4006}, {111, 552, 1442});
+
+// A voice-like stretch of `seconds` at 48 kHz: a few partials under a syllable-rate
+// envelope and some noise, `amplitude` at its loudest, `full` its full scale.
+std::vector<int16_t> Voice(double seconds, double amplitude, int seed, int full = 32767) {
+  std::vector<int16_t> samples(static_cast<size_t>(seconds * 48000));
+  uint32_t noise = 12345u + static_cast<uint32_t>(seed);
+  for (size_t i = 0; i < samples.size(); ++i) {
+    const double t = static_cast<double>(i) / 48000;
+    const double envelope = 0.55 + 0.45 * std::sin(2 * M_PI * (3.0 + seed) * t);
+    noise = noise * 1664525u + 1013904223u;
+    const double hiss = (static_cast<double>(noise >> 8) / (1u << 24) - 0.5) * 0.2;
+    const double partials = 0.5 * std::sin(2 * M_PI * (140.0 + 20 * seed) * t) +
+                            0.3 * std::sin(2 * M_PI * 910.0 * t) +
+                            0.2 * std::sin(2 * M_PI * 2630.0 * t);
+    samples[i] = static_cast<int16_t>(std::lround(amplitude * full * envelope * (partials + hiss)));
+  }
+  return samples;
+}
+
+// What `loudness` prints, read back: per slide the integrated loudness and true peak (NAN
+// for null).
+std::vector<std::array<double, 2>> LoudnessFigures(const std::string& line) {
+  std::vector<std::array<double, 2>> figures;
+  const std::regex slide(
+      R"(\{"slide":(\d+),"integrated":([-0-9.]+|null),"true_peak":([-0-9.]+|null)\})");
+  const auto number = [](const std::string& text) {
+    return text == "null" ? NAN : std::stod(text);
+  };
+  for (auto match = std::sregex_iterator(line.begin(), line.end(), slide);
+       match != std::sregex_iterator(); ++match) {
+    EXPECT_EQ(std::stoi((*match)[1]), static_cast<int>(figures.size()) + 1);
+    figures.push_back({number((*match)[2]), number((*match)[3])});
+  }
+  return figures;
+}
+
+// ffmpeg's EBU R128 summary of a file: integrated loudness and true peak.
+std::array<double, 2> FfmpegLoudness(const std::string& path) {
+  const ProgramRun run = RunProgram("ffmpeg", {"-nostats", "-hide_banner", "-i", path, "-af",
+                                               "ebur128=peak=true", "-f", "null", "-"});
+  EXPECT_EQ(run.exitStatus, 0) << run.err;
+  const std::string summary = run.err.substr(run.err.rfind("Summary:"));
+  std::smatch integrated;
+  std::smatch peak;
+  EXPECT_TRUE(std::regex_search(summary, integrated, std::regex(R"(I:\s+([-0-9.]+) LUFS)")));
+  EXPECT_TRUE(std::regex_search(summary, peak, std::regex(R"(Peak:\s+([-0-9.]+) dBFS)")));
+  return {std::stod(integrated[1]), std::stod(peak[1])};
+}
 
 class BatchTool : public ::testing::Test {
  protected:
@@ -347,7 +397,12 @@ TEST_F(BatchTool, ACommandLineItDoesNotUnderstandEndsWithStatusTwo) {
                                              {"volume", "201", "1", "2"},
                                              {"maximize", "2", "1"},
                                              {"dynamic", "0.3x", "100", "3", "1", "2"},
-                                             {"insert-file", "1"}}) {
+                                             {"insert-file", "1"},
+                                             {"level"},
+                                             {"level", "loud"},
+                                             {"level", "-19x"},
+                                             {"level", "3"},
+                                             {"level", "-71"}}) {
     SCOPED_TRACE(::testing::PrintToString(commands));
     const ProgramRun run = Run(commands);
     EXPECT_EQ(run.exitStatus, 2);
@@ -360,6 +415,86 @@ TEST_F(BatchTool, ACommandLineItDoesNotUnderstandEndsWithStatusTwo) {
   // Nothing ran: nothing was saved.
   EXPECT_EQ(ReadFileBytes(Project()), before);
   EXPECT_EQ(HostFlagText(), "");
+}
+
+TEST_F(BatchTool, LoudnessAgreesWithFfmpegOnEachSlide) {
+  struct Case {
+    int channels;
+    int bits;
+  };
+  for (const Case& format : {Case{1, 16}, Case{2, 16}, Case{2, 8}}) {
+    SCOPED_TRACE(std::to_string(format.channels) + " channels, " + std::to_string(format.bits) +
+                 " bits");
+    const int full = format.bits == 8 ? 127 : 32767;
+    const auto track = [&](double amplitude, int seed) {
+      const std::vector<int16_t> left = Voice(3.0, amplitude, seed, full);
+      return format.channels == 1 ? left
+                                  : Interleave(left, Voice(3.0, amplitude / 3, seed + 1, full));
+    };
+    plan.baseFrequency = "48000";
+    plan.baseBits = std::to_string(format.bits);
+    plan.slides = {
+        TrackSlide("loud.wav", PcmWave(format.channels, 48000, format.bits, track(0.9, 1))),
+        TrackSlide("soft.wav", PcmWave(format.channels, 48000, format.bits, track(0.05, 2))),
+        TrackSlide("quiet.wav", PcmWave(format.channels, 48000, format.bits,
+                                        std::vector<int16_t>(48000 * format.channels, 0)))};
+    WriteProject();
+    const ProgramRun run = Run({"loudness"});
+    EXPECT_EQ(run.exitStatus, 0);
+    EXPECT_EQ(run.err, "");
+    const std::vector<std::array<double, 2>> figures = LoudnessFigures(run.out);
+    ASSERT_EQ(figures.size(), 3u) << run.out;
+    for (size_t n = 0; n < 2; ++n) {
+      const std::array<double, 2> peer = FfmpegLoudness(Track(*plan.slides[n].track));
+      EXPECT_NEAR(figures[n][0], peer[0], 0.1 + 1e-9) << "slide " << n + 1 << ": " << run.out;
+      EXPECT_NEAR(figures[n][1], peer[1], 0.1 + 1e-9) << "slide " << n + 1 << ": " << run.out;
+    }
+    // A silent slide has no loudness and no peak.
+    EXPECT_TRUE(std::isnan(figures[2][0]) && std::isnan(figures[2][1])) << run.out;
+  }
+}
+
+TEST_F(BatchTool, LevelBringsEverySlideToTheTargetAsOneUndoItem) {
+  // Slide 1 is quiet speech; slide 2 is as quiet with one loud click, whose true peak stops
+  // its gain short of the target; slide 3 is silence.
+  struct Case {
+    int bits;
+    double amplitude;  // of the speech, against full scale
+  };
+  for (const Case& format : {Case{16, 0.02}, Case{8, 0.1}}) {
+    SCOPED_TRACE(std::to_string(format.bits) + " bits");
+    const int full = format.bits == 8 ? 127 : 32767;
+    std::vector<int16_t> clicked = Voice(3.0, format.amplitude, 2, full);
+    clicked[48000] = static_cast<int16_t>(full * 9 / 10);
+    plan.baseFrequency = "48000";
+    plan.baseBits = std::to_string(format.bits);
+    plan.slides = {
+        TrackSlide("speech.wav",
+                   PcmWave(1, 48000, format.bits, Voice(3.0, format.amplitude, 1, full))),
+        TrackSlide("click.wav", PcmWave(1, 48000, format.bits, clicked)),
+        TrackSlide("quiet.wav", PcmWave(1, 48000, format.bits, std::vector<int16_t>(48000, 0)))};
+    WriteProject();
+    const ProgramRun run =
+        Run({"loudness", "level", "-19", "loudness", "info", "undo", "loudness"});
+    EXPECT_EQ(run.exitStatus, 0);
+    EXPECT_EQ(run.err, "");
+    std::vector<std::string> lines;
+    for (size_t at = 0, end; (end = run.out.find('\n', at)) != std::string::npos; at = end + 1)
+      lines.push_back(run.out.substr(at, end - at));
+    ASSERT_EQ(lines.size(), 4u) << run.out;
+    const auto after = LoudnessFigures(lines[1]);
+    ASSERT_EQ(after.size(), 3u) << lines[1];
+    EXPECT_NEAR(after[0][0], -19.0, 0.1 + 1e-9) << lines[1];
+    EXPECT_LE(after[0][1], -1.0) << lines[1];
+    EXPECT_NEAR(after[1][1], -1.0, 0.1 + 1e-9) << lines[1];
+    EXPECT_LT(after[1][0], -19.5) << lines[1];
+    EXPECT_TRUE(std::isnan(after[2][0])) << lines[1];
+    EXPECT_NE(lines[2].find("\"changed\":true,\"undo\":\"Undo [Level Slides]\""), std::string::npos)
+        << lines[2];
+    // One undo takes back every slide.
+    EXPECT_EQ(lines[3], lines[0]);
+    EXPECT_NE(lines[0], lines[1]);
+  }
 }
 
 TEST_F(BatchTool, PositionsOutsideTheDocumentEndTheRunWithStatusTwo) {

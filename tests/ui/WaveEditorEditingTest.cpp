@@ -9,7 +9,10 @@
 #include <QMenu>
 #include <QPushButton>
 #include <QSlider>
+#include <QTableWidget>
 #include <QTimer>
+#include <array>
+#include <cmath>
 #include <functional>
 
 #include "core/ProjectTables.h"
@@ -18,6 +21,7 @@
 #include "storage/FileMemoClass.h"
 #include "tests/ui/EditorWindowFixture.h"
 #include "ui/DynCompDialog.h"
+#include "ui/LevelSlidesDialog.h"
 #include "ui/ViewGeometry.h"
 #include "ui/ViewState.h"
 #include "ui/VolumeChgDialog.h"
@@ -196,6 +200,50 @@ TEST_F(WaveEditorEditing, VolumeCommandsThroughTheirDialogs) {
             "Invalid sampling duration\r\nEntered sampling duration is 20\r\n(0.1 to 10.0 is "
             "allowed)");
   EXPECT_EQ(UndoCaption(), "Undo [Maximize]");
+}
+
+TEST_F(WaveEditorEditing, LevelSlidesLevelsTheCheckedSlidesAndShowsTheirLoudnessAfter) {
+  WaveEditor_Frm& window = Open();
+  const std::vector<int16_t> secondBefore = Left(kFrames + 1, kFrames);
+  std::vector<std::array<QString, 4>> shown;  // the table's rows after Level
+  WhenDialogShows([&shown](QWidget* dialog) {
+    auto* level = dynamic_cast<LevelSlidesDialog*>(dialog);
+    ASSERT_NE(level, nullptr);
+    EXPECT_EQ(level->windowTitle(), "Level Slides");
+    EXPECT_EQ(level->TargetTxt()->text(), "-16.0");  // a stereo document
+    QTableWidget* table = level->SlidesTbl();
+    ASSERT_EQ(table->rowCount(), 2);
+    EXPECT_EQ(table->item(0, 0)->checkState(), Qt::Checked);
+    EXPECT_EQ(table->item(1, 0)->checkState(), Qt::Checked);
+    // Both slides hold the same square wave: the same loudness before.
+    EXPECT_EQ(table->item(0, 1)->text(), table->item(1, 1)->text());
+    table->item(1, 0)->setCheckState(Qt::Unchecked);
+    level->TargetTxt()->setText("5");  // louder than full scale: refused
+    level->LevelBtn()->click();
+    EXPECT_TRUE(level->LevelBtn()->isEnabled());
+    EXPECT_EQ(table->item(0, 2)->text(), "");
+    level->TargetTxt()->setText("-20");
+    level->LevelBtn()->click();
+    EXPECT_FALSE(level->LevelBtn()->isEnabled());
+    for (int row = 0; row < table->rowCount(); ++row) {
+      shown.push_back({table->item(row, 0)->text(), table->item(row, 1)->text(),
+                       table->item(row, 2)->text(), table->item(row, 3)->text()});
+    }
+    level->findChild<QPushButton*>("CloseBtn")->click();
+  });
+  window.MenuItem("VolumeLevelSlides_Mnu")->trigger();
+  ASSERT_EQ(shown.size(), 2u);
+  EXPECT_NEAR(shown[0][2].toDouble(), -20.0, 0.1 + 1e-9) << shown[0][2].toStdString();
+  EXPECT_LT(shown[0][3].toDouble(), -1.0);
+  EXPECT_EQ(shown[1][2], "");  // not checked: not leveled
+  EXPECT_LT(std::abs(session->Document()->WaveL(1)), 8000);
+  EXPECT_EQ(Left(kFrames + 1, kFrames), secondBefore);
+  EXPECT_EQ(UndoCaption(), "Undo [Level Slides]");
+  ASSERT_EQ(ui.messages.size(), 1u);
+  EXPECT_EQ(ui.messages[0].text, "The target loudness must lie between -70 and 0 LUFS.");
+
+  window.MenuItem("Undo_Mnu")->trigger();
+  EXPECT_EQ(session->Document()->WaveL(1), 8000);
 }
 
 }  // namespace

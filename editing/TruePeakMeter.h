@@ -1,0 +1,34 @@
+// The true peak of one channel after EBU R128: the largest absolute value of the signal
+// interpolated four times over (the samples themselves and three points between each two),
+// through a windowed-sinc filter of 12 taps per phase. Fed block by block in order; the
+// filter runs as plain loops over whole blocks that the compiler turns into vector code.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace quorvane {
+
+class TruePeakMeter {
+ public:
+  static constexpr int kTaps = 12;     // per phase
+  static constexpr int kBetween = 3;   // interpolated points between two samples
+  static constexpr int kHistory = 11;  // samples the filter looks back
+
+  TruePeakMeter();
+
+  // The next samples, in full-scale units (1.0 is full scale).
+  void Add(const float* samples, size_t count);
+
+  // Largest absolute value so far, full scale 1.0.
+  float Peak() const;
+
+ private:
+  std::array<std::array<float, kTaps>, kBetween> phases_{};
+  std::vector<float> window_;  // history, then the block being measured
+  float peak_ = 0.0F;
+};
+
+}  // namespace quorvane
