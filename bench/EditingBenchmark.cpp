@@ -123,6 +123,22 @@ void CopyPasteFigures(const std::string& project) {
     Limit(seconds < 0.010, "paste of 30 minutes under 10 ms");
     return document.WavWaveINos == kSeconds * kRate + kHalf;
   });
+  // The same clip seen as another running editor's: pasted through its description files.
+  const CommandRun foreign = RunInChild(project, [](FileMemoClass& document) {
+    Editor().SelStart = 1001;
+    Editor().SelEnd = 1000 + kHalf;
+    if (!EditCopy(document)) return false;
+    ClipPointer += 1;  // the clipboard now names a clip this editor did not make
+    Editor().SelStart = Editor().SelEnd = 500;
+    const auto started = Clock::now();
+    EditPaste(document);
+    const double seconds = Seconds(Clock::now() - started);
+    std::cout << "  paste of another editor's clip alone: " << seconds * 1000.0 << " ms"
+              << std::endl;
+    Limit(seconds < 0.020, "paste of 30 minutes from another editor under 20 ms");
+    return document.WavWaveINos == kSeconds * kRate + kHalf;
+  });
+  Limit(foreign.changed, "paste of another editor's 30 minutes inserted 30 minutes");
   Limit(copy.changed, "copy of 30 minutes ran");
   Limit(paste.changed, "paste of 30 minutes inserted 30 minutes");
   Figure("Copying 30 minutes", copy.seconds * 1000.0, "ms", "sox trimming out 30 minutes",
