@@ -72,7 +72,12 @@ class WaveEditor_Frm : public QMainWindow, public DocumentWindow {
   void EditDelete_Mnu_Click();
   void EditSelectAll_Mnu_Click();
   void InsertSilence_Mnu_Click();
+
+  // ---- Playback and recording (WaveEditor_FrmPlay.cpp) ----
   void PlayToolbar_ButtonClick(const QString& key);
+  void PlayPosTimer_Timer();
+  void PlayCursorPositioning();
+  // ----
 
   // DocumentWindow: the undo menu entry, the undo button and the undo-clearing dialog.
   void SetUndoMenuItem(const std::string& caption, bool enabled) override;
@@ -119,6 +124,12 @@ class WaveEditor_Frm : public QMainWindow, public DocumentWindow {
   bool Form_QueryUnload();
   void SetViewColours();
   void SetLoopONOFF();
+  // ---- Playback and recording (WaveEditor_FrmPlay.cpp) ----
+  // Connects the play-position timer, the record button and menu item, and the play
+  // toolbar's states to the playback routine.
+  void ConnectPlayback();
+  void ShowPlayState(int32_t state);
+  // ----
   void SlideCombo_Click();
   void BlinkCursorTimer_Timer();
   void BlinkMarkerTimer_Timer();
