@@ -59,8 +59,8 @@ bool PlayChannelReader::ReadSegment(const PlaySegment& segment, int32_t offset, 
   const int descriptor = OpenFile(segment.FileName, failure);
   ssize_t got = 0;
   if (descriptor >= 0) {
-    const off_t at = static_cast<off_t>(segment.FilePosition) - 1 +
-                     static_cast<off_t>(offset) * frameBytes;
+    const off_t at =
+        static_cast<off_t>(segment.FilePosition) - 1 + static_cast<off_t>(offset) * frameBytes;
     got = ::pread(descriptor, bytes_.data(), wanted, at);
     if (got < 0) {
       failure = segment.FileName + ": " + std::strerror(errno);

@@ -126,9 +126,9 @@ class WaveInDevice::Input : public QObject {
           WAVEHDR& header = *queue_.front();
           const qint64 room = header.dwBufferLength - header.dwBytesRecorded;
           const qint64 got =
-              room > 0 ? io_->read(reinterpret_cast<char*>(header.lpData) + header.dwBytesRecorded,
-                                   room)
-                       : 0;
+              room > 0
+                  ? io_->read(reinterpret_cast<char*>(header.lpData) + header.dwBytesRecorded, room)
+                  : 0;
           if (got > 0) header.dwBytesRecorded += static_cast<uint32_t>(got);
           if (header.dwBytesRecorded < header.dwBufferLength) break;
           header.Done = true;

@@ -11,6 +11,8 @@
 #include "core/Interaction.h"
 #include "core/Numbers.h"
 #include "core/Trace.h"
+#include "editing/ClipboardExchange.h"
+#include "editing/TextClipboard.h"
 #include "storage/FileMemoClass.h"
 #include "ui/PlayerLink.h"
 #include "ui/ProgressShowerClass.h"
@@ -44,6 +46,7 @@ std::unique_ptr<EditorSession> EditorSession::Open(const std::string& commandLin
   View().ViewAll = true;
   InitScaleSteps();
 
+  SetSystemClipboard(&session->clipboard_);
   EditorSession& s = *session;
   s.document_ = PrepareSession(commandLine, nullptr, [&s](FileMemoClass& created) {
     CreatePlayer();
@@ -72,8 +75,12 @@ EditorSession::~EditorSession() {
   qtInteraction_.SetProgress(nullptr);
   qtInteraction_.SetOwner(nullptr);
   window_.reset();
-  if (document_) EndSession(document_);
+  if (document_) {
+    ClipboardRelease();
+    EndSession(document_);
+  }
   if (&UserInterface() == interaction_) SetUserInterface(nullptr);
+  if (&SystemClipboard() == &clipboard_) SetSystemClipboard(nullptr);
 }
 
 void EditorSession::ShowModal() {

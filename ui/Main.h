@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "ui/DesktopClipboard.h"
 #include "ui/QtInteraction.h"
 
 namespace quorvane {
@@ -33,6 +34,7 @@ class EditorSession {
   EditorSession() = default;
 
   QtInteraction qtInteraction_;
+  DesktopClipboard clipboard_;
   Interaction* interaction_ = nullptr;
   std::unique_ptr<WaveEditor_Frm> window_;
   std::unique_ptr<FileMemoClass> document_;

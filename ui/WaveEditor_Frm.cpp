@@ -19,6 +19,7 @@
 #include "core/Interaction.h"
 #include "core/Settings.h"
 #include "core/Trace.h"
+#include "editing/ClipboardExchange.h"
 #include "editing/EditCommands.h"
 #include "storage/EditorState.h"
 #include "storage/FileMemoClass.h"
@@ -63,6 +64,7 @@ WaveEditor_Frm::WaveEditor_Frm() {
     BuildToolbars();
     BuildStrips();
     BuildLabels();
+    BuildMarkerMenus();
 
     blinkCursorTimer_.setInterval(300);
     blinkMarkerTimer_.setInterval(479);
@@ -102,7 +104,7 @@ QAction* WaveEditor_Frm::AddMenuItem(QMenu* menu, const QString& name, const QSt
 
 void WaveEditor_Frm::BuildMenus() {
   QMenu* file = menuBar()->addMenu("&File");
-  AddMenuItem(file, "FileImport_Mnu", "&Import", nullptr);
+  AddMenuItem(file, "FileImport_Mnu", "&Import", [this] { FileImport_Mnu_Click(); });
   AddMenuItem(
       file, "FileSave_Mnu", "&Save", [this] { FileSave_Mnu_Click(); }, QKeySequence::Save);
   AddMenuItem(file, "FileExit_Mnu", "E&xit", [this] { FileExit_Mnu_Click(); });
@@ -112,26 +114,31 @@ void WaveEditor_Frm::BuildMenus() {
       edit, "Undo_Mnu", "&Undo", [this] { Undo_Mnu_Click(1); }, QKeySequence::Undo);
   undoMenu_->setEnabled(false);
   edit->addSeparator();
-  AddMenuItem(edit, "EditCut_Mnu", "Cu&t", nullptr, QKeySequence::Cut);
-  AddMenuItem(edit, "EditCopy_Mnu", "&Copy", nullptr, QKeySequence::Copy);
-  AddMenuItem(edit, "EditPaste_Mnu", "&Paste", nullptr, QKeySequence::Paste);
+  AddMenuItem(
+      edit, "EditCut_Mnu", "Cu&t", [this] { EditCut_Mnu_Click(); }, QKeySequence::Cut);
+  AddMenuItem(
+      edit, "EditCopy_Mnu", "&Copy", [this] { EditCopy_Mnu_Click(); }, QKeySequence::Copy);
+  AddMenuItem(
+      edit, "EditPaste_Mnu", "&Paste", [this] { EditPaste_Mnu_Click(); }, QKeySequence::Paste);
   AddMenuItem(
       edit, "EditDelete_Mnu", "&Delete", [this] { EditDelete_Mnu_Click(); }, QKeySequence::Delete);
   AddMenuItem(
       edit, "EditSelectAll_Mnu", "&Select All", [this] { EditSelectAll_Mnu_Click(); },
       QKeySequence::SelectAll);
   edit->addSeparator();
-  AddMenuItem(edit, "EditNextMarker_Mnu1", "&Next Marker", nullptr);
-  AddMenuItem(edit, "EditNextMarker_Mnu2", "&Previous Marker", nullptr);
+  AddMenuItem(edit, "EditNextMarker_Mnu1", "&Next Marker", [this] { EditNextMarker_Mnu_Click(1); });
+  AddMenuItem(edit, "EditNextMarker_Mnu2", "&Previous Marker",
+              [this] { EditNextMarker_Mnu_Click(2); });
   edit->addSeparator();
   AddMenuItem(edit, "UndoClear_Mnu", "Clear Undo &Data...", [this] {
     if (document_ != nullptr) document_->UndoClearFiles_UserAssisted();
   });
 
   QMenu* volume = menuBar()->addMenu("&Volume");
-  AddMenuItem(volume, "VolumeMaximize_Mnu", "&Maximize", nullptr);
-  AddMenuItem(volume, "VolumeChange_Mnu", "&Change", nullptr);
-  AddMenuItem(volume, "VolumeDynamicBal_Mnu", "&Dynamic Balance", nullptr);
+  AddMenuItem(volume, "VolumeMaximize_Mnu", "&Maximize", [this] { VolumeMaximize_Mnu_Click(); });
+  AddMenuItem(volume, "VolumeChange_Mnu", "&Change", [this] { VolumeChange_Mnu_Click(); });
+  AddMenuItem(volume, "VolumeDynamicBal_Mnu", "&Dynamic Balance",
+              [this] { VolumeDynamicBal_Mnu_Click(); });
 
   QMenu* view = menuBar()->addMenu("&View");
   const std::array<std::pair<int, const char*>, 5> zooms = {
@@ -190,7 +197,7 @@ void WaveEditor_Frm::BuildToolbars() {
   Button("Stop")->setEnabled(false);
 
   fileToolbar_ = toolbar("FileToolbar");
-  button(fileToolbar_, "Open", "Insert audio file", nullptr);
+  button(fileToolbar_, "Open", "Insert audio file", [this] { FileImport_Mnu_Click(); });
   button(fileToolbar_, "Save", "Save", [this] { FileSave_Mnu_Click(); });
 
   viewToolbar_ = toolbar("ViewToolbar");
@@ -207,9 +214,9 @@ void WaveEditor_Frm::BuildToolbars() {
 
   editToolbar_ = toolbar("EditToolbar");
   button(editToolbar_, "Undo", "Undo", [this] { Undo_Mnu_Click(1); });
-  button(editToolbar_, "Cut", "Cut", nullptr);
-  button(editToolbar_, "Copy", "Copy", nullptr);
-  button(editToolbar_, "Paste", "Paste", nullptr);
+  button(editToolbar_, "Cut", "Cut", [this] { EditCut_Mnu_Click(); });
+  button(editToolbar_, "Copy", "Copy", [this] { EditCopy_Mnu_Click(); });
+  button(editToolbar_, "Paste", "Paste", [this] { EditPaste_Mnu_Click(); });
   button(editToolbar_, "Delete", "Delete", [this] { EditDelete_Mnu_Click(); });
 
   slideCombo_ = new QComboBox(topFrame_);
@@ -227,6 +234,7 @@ void WaveEditor_Frm::BuildStrips() {
   markerDrawPic_->setObjectName("MarkerDrawPic");
   markerDrawPic_->installEventFilter(this);
   markerDrawPic_->setFocusPolicy(Qt::ClickFocus);
+  markerDrawPic_->setMouseTracking(true);
   markHilitShape_ = &markerDrawPic_->AddShape(QRect(kParkedX, 9, 4, 21), Qt::yellow);
   markHilitShape_->visible = false;
   markPickedShape_ = &markerDrawPic_->AddShape(QRect(kParkedX, 2, 7, 26), Qt::black);
@@ -354,6 +362,7 @@ bool WaveEditor_Frm::Form_QueryUnload() {
   BusyPointer busy;
   PlayControl(6);
   ReleasePlayingFiles(false);
+  ClipboardRelease();
   if (SoundDriverHandle() != 0) SoundDriverSwitch(false, *this);
   SetPlayToolbar({});
   SetPlayDocument(nullptr);
@@ -362,7 +371,7 @@ bool WaveEditor_Frm::Form_QueryUnload() {
   blinkMarkerTimer_.stop();
   playPosTimer_.stop();
   document_ = nullptr;
-  if (sessionEnd_) sessionEnd_(lastWaveDir_);
+  if (sessionEnd_) sessionEnd_(LastInsertFolder());
   return true;
 }
 

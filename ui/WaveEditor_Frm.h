@@ -17,6 +17,7 @@
 #include <utility>
 #include <vector>
 
+#include "editing/InsertAudioFile.h"
 #include "storage/DocumentWindow.h"
 #include "ui/PictureBox.h"
 
@@ -24,6 +25,7 @@ class QAction;
 class QComboBox;
 class QLabel;
 class QScrollBar;
+class QMenu;
 class QToolBar;
 class QPainter;
 
@@ -35,7 +37,7 @@ class ProgressShowerClass;
 // The scroll bar's range is 0 to this.
 inline constexpr int32_t kScrollMaximum = 10000;
 
-class WaveEditor_Frm : public QMainWindow, public DocumentWindow {
+class WaveEditor_Frm : public QMainWindow, public DocumentWindow, public InsertFilePrompts {
   Q_OBJECT
 
  public:
@@ -69,9 +71,17 @@ class WaveEditor_Frm : public QMainWindow, public DocumentWindow {
   void FileSave_Mnu_Click();
   void FileExit_Mnu_Click();
   void Undo_Mnu_Click(int32_t Index);
+  void EditCopy_Mnu_Click();
+  void EditCut_Mnu_Click();
+  void EditPaste_Mnu_Click();
   void EditDelete_Mnu_Click();
   void EditSelectAll_Mnu_Click();
+  void EditNextMarker_Mnu_Click(int32_t Index);
   void InsertSilence_Mnu_Click();
+  void FileImport_Mnu_Click();
+  void VolumeChange_Mnu_Click();
+  void VolumeMaximize_Mnu_Click();
+  void VolumeDynamicBal_Mnu_Click();
 
   // ---- Playback and recording (WaveEditor_FrmPlay.cpp) ----
   void PlayToolbar_ButtonClick(const QString& key);
@@ -84,6 +94,19 @@ class WaveEditor_Frm : public QMainWindow, public DocumentWindow {
   void SetUndoButton(bool enabled, const std::string& toolTip) override;
   void SetMenu_To_DefaultFormat() override {}
   UndoClearChoice ShowUndoClearFrm(const std::vector<std::string>& AvailList) override;
+
+  // InsertFilePrompts: the open-file dialog and the insert-position dialog.
+  std::string SelectFile(const OpenFileRequest& request) override;
+  void ShowInsertPosFrm(InsertPosFrm& form) override;
+
+  // Slide boundaries and markers with the mouse in the marker strip, and its pop-ups.
+  void MarkerDrawPic_MouseDown(Qt::MouseButton Button, int Shift, double X, double Y);
+  void MarkerDrawPic_MouseMove(int Shift, double X, double Y);
+  void MarkerDrawPic_MouseUp(double X);
+  void MarkerPop2AddMnu_Click(int32_t Index);
+  void MarkerPopDeleteMnu_Click();
+  QMenu* MarkerPopMnu() const { return markerPopMnu_; }
+  QMenu* MarkerPop2Mnu() const { return markerPop2Mnu_; }
 
   // Elements, for the tests and the benchmark that look at what a user sees.
   PictureBox* Wave_Pic(int index) const { return wavePic_[static_cast<size_t>(index)]; }
@@ -120,6 +143,9 @@ class WaveEditor_Frm : public QMainWindow, public DocumentWindow {
   void BuildToolbars();
   void BuildStrips();
   void BuildLabels();
+  void BuildMarkerMenus();
+  void MarkerHoverTest(double X, double Y, int Shift);
+  void ShowDragIndicator(int32_t position);
   void Form_Resize();
   bool Form_QueryUnload();
   void SetViewColours();
@@ -148,7 +174,6 @@ class WaveEditor_Frm : public QMainWindow, public DocumentWindow {
   FileMemoClass* document_ = nullptr;
   std::function<void(const std::string&)> sessionEnd_;
   std::unique_ptr<ProgressShowerClass> progress_;
-  std::string lastWaveDir_;
   bool unloaded_ = false;
 
   QWidget* central_ = nullptr;
@@ -191,6 +216,21 @@ class WaveEditor_Frm : public QMainWindow, public DocumentWindow {
   bool DragMoved = false;
   bool ScrollUpdating = false;
   bool ChooserUpdating = false;
+
+  // The marker strip's mouse state.
+  bool FlagDragging = false;
+  bool FlagDragMoved = false;
+  int32_t DragSlide = 0;
+  int32_t DragMarker = 0;  // 0: a slide boundary
+  int32_t DragMin = 0;
+  int32_t DragMax = 0;
+  bool FlagHover = false;
+  int32_t HoverSlide = 0;
+  int32_t HoverMarker = 0;
+  int32_t RightClickPos = 0;
+  int32_t PopupMarker = 0;
+  QMenu* markerPopMnu_ = nullptr;
+  QMenu* markerPop2Mnu_ = nullptr;
   int64_t documentReads_ = 0;
   QPainter* stripPainter_ = nullptr;               // open while the strip's flags are drawn
   std::vector<std::pair<int, QColor>> flagLines_;  // flag lines still to draw in the waves

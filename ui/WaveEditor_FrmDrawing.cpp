@@ -229,6 +229,7 @@ void WaveEditor_Frm::RefreshDrawScale() {
 }
 
 void WaveEditor_Frm::RefreshDrawMarkers() {
+  FlagHover = false;
   markerDrawPic_->Clear();
   const int32_t length = Length();
   if (length < 1) {

@@ -11,7 +11,6 @@
 #include "core/Interaction.h"
 #include "core/ProjectTables.h"
 #include "core/Trace.h"
-#include "editing/EditCommands.h"
 #include "storage/EditorState.h"
 #include "storage/FileMemoClass.h"
 #include "ui/PlayerLink.h"
@@ -210,33 +209,6 @@ void WaveEditor_Frm::HScroll_Change() {
   Refresh_Wave_View();
 }
 
-// ---- Commands --------------------------------------------------------------------------
-
-void WaveEditor_Frm::Undo_Mnu_Click(int32_t Index) {
-  if (Index != 1 || document_ == nullptr) return;
-  View().ViewAll = false;
-  EditUndo(*document_);
-  Refresh_Wave_View();
-}
-
-void WaveEditor_Frm::EditDelete_Mnu_Click() {
-  if (document_ == nullptr) return;
-  EditDelete(*document_);
-  Refresh_Wave_View();
-}
-
-void WaveEditor_Frm::EditSelectAll_Mnu_Click() {
-  Editor().SelStart = 1;
-  Editor().SelEnd = Length();
-  Refresh_Wave_View();
-}
-
-void WaveEditor_Frm::InsertSilence_Mnu_Click() {
-  if (document_ == nullptr) return;
-  InsertSilence(*document_);
-  Refresh_Wave_View();
-}
-
 // ---- Events of the pictures, the strip, the scroll bar and the chooser ------------------
 
 bool WaveEditor_Frm::eventFilter(QObject* watched, QEvent* event) {
@@ -252,6 +224,28 @@ bool WaveEditor_Frm::eventFilter(QObject* watched, QEvent* event) {
     if (key->key() == Qt::Key_Space) {
       Wave_Pic_KeyPress(1, " ");
       return true;
+    }
+  }
+  if (watched == markerDrawPic_) {
+    const auto* mouse = static_cast<QMouseEvent*>(event);
+    const int shift = event->type() == QEvent::MouseButtonPress ||
+                              event->type() == QEvent::MouseMove ||
+                              event->type() == QEvent::MouseButtonRelease
+                          ? (mouse->modifiers() == Qt::ShiftModifier ? 1 : 0)
+                          : 0;
+    switch (event->type()) {
+      case QEvent::MouseButtonPress:
+        MarkerDrawPic_MouseDown(mouse->button(), shift, mouse->position().x(),
+                                mouse->position().y());
+        return true;
+      case QEvent::MouseMove:
+        MarkerDrawPic_MouseMove(shift, mouse->position().x(), mouse->position().y());
+        return true;
+      case QEvent::MouseButtonRelease:
+        MarkerDrawPic_MouseUp(mouse->position().x());
+        return true;
+      default:
+        return QMainWindow::eventFilter(watched, event);
     }
   }
   const int index = watched == Wave_Pic(1) ? 1 : (watched == Wave_Pic(2) ? 2 : 0);

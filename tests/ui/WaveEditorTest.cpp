@@ -14,9 +14,7 @@
 #include "storage/EditorState.h"
 #include "storage/FileMemoClass.h"
 #include "tests/support/ProjectBuilder.h"
-#include "tests/support/RecordingInteraction.h"
-#include "tests/support/TempFolder.h"
-#include "tests/support/WaveBuilder.h"
+#include "tests/ui/EditorWindowFixture.h"
 #include "ui/Main.h"
 #include "ui/ProgressShowerClass.h"
 #include "ui/ViewGeometry.h"
@@ -27,56 +25,6 @@ namespace quorvane {
 namespace {
 
 using namespace quorvane::testing;
-
-constexpr int kRate = 8000;
-constexpr int kFrames = 4000;  // half a second per slide
-
-// A stereo track of a square wave of the given amplitude.
-std::string SquareTrack(int amplitude) {
-  std::vector<int16_t> frames;
-  for (int i = 0; i < kFrames; ++i) {
-    const auto value = static_cast<int16_t>((i / 20) % 2 == 0 ? amplitude : -amplitude);
-    frames.push_back(value);
-    frames.push_back(value);
-  }
-  return PcmWave(2, kRate, 16, frames);
-}
-
-QRgb Rgb(const QColor& colour) { return colour.rgb(); }
-
-class WaveEditorWindow : public ::testing::Test {
- protected:
-  WaveEditorWindow() {
-    ProjectPlan plan;
-    plan.targetFolder = files.Path();
-    plan.slides = {TrackSlide("one.wav", SquareTrack(8000), "", "0.25"),
-                   TrackSlide("two.wav", SquareTrack(8000), "", std::nullopt, "0.1")};
-    project = WriteProject(files.File("talk.ini"), plan);
-  }
-
-  WaveEditor_Frm& Open() {
-    session = EditorSession::Open(project, &ui);
-    EXPECT_NE(session, nullptr);
-    WaveEditor_Frm& window = session->Window();
-    window.resize(820, 520);
-    window.show();
-    EXPECT_TRUE(QTest::qWaitForWindowExposed(&window));
-    window.ResetDocumentReads();
-    window.Refresh_Wave_View();
-    ui.messages.clear();  // the sound output's message, where this machine has none
-    return window;
-  }
-
-  static QRgb PixelAt(const QPixmap& image, int x, int y) { return image.toImage().pixel(x, y); }
-
-  TempFolder files;
-  TempFolder temp;
-  ScopedVariable tmpdir{"TMPDIR", temp.Path()};
-  ScopedVariable config{"XDG_CONFIG_HOME", files.Path()};
-  RecordingInteraction ui;
-  std::string project;
-  std::unique_ptr<EditorSession> session;
-};
 
 TEST_F(WaveEditorWindow, DrawsTheTimelineWithItsSlidesMarkersAndLabels) {
   WaveEditor_Frm& window = Open();

@@ -1,0 +1,200 @@
+// Editing in the window as a user does it: flags dragged in the marker strip, the pop-up
+// menus, the slide chooser, and every Edit, Insert and Volume command through its menu
+// item, with the dialogs answered on screen.
+#include <QAction>
+#include <QApplication>
+#include <QComboBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QPushButton>
+#include <QSlider>
+#include <QTimer>
+#include <functional>
+
+#include "core/ProjectTables.h"
+#include "storage/EditorState.h"
+#include "storage/FileMemoClass.h"
+#include "tests/ui/EditorWindowFixture.h"
+#include "ui/DynCompDialog.h"
+#include "ui/ViewGeometry.h"
+#include "ui/ViewState.h"
+#include "ui/VolumeChgDialog.h"
+
+namespace quorvane {
+namespace {
+
+using namespace quorvane::testing;
+
+constexpr int32_t kClick = 1 + kRate / 4;            // marker 1, slide 1
+constexpr int32_t kAuto = kFrames + 1 + kRate / 10;  // marker 2, slide 2
+constexpr int kFlagY = 15;                           // inside both kinds of flag
+
+// Answers the next modal dialog with `step` once it is on screen.
+void WhenDialogShows(std::function<void(QWidget*)> step) {
+  QTimer::singleShot(0, [step = std::move(step)] { step(QApplication::activeModalWidget()); });
+}
+
+class WaveEditorEditing : public WaveEditorWindow {
+ protected:
+  // Presses on the flag at `from`, drags it to `to` and lets go.
+  void DragFlag(int32_t from, int32_t to) {
+    PictureBox* strip = session->Window().MarkerDrawPic();
+    QTest::mouseMove(strip, QPoint(PixelOf(from), kFlagY));
+    QTest::mousePress(strip, Qt::LeftButton, {}, QPoint(PixelOf(from), kFlagY));
+    QTest::mouseMove(strip, QPoint(PixelOf(to), kFlagY));
+    QTest::mouseRelease(strip, Qt::LeftButton, {}, QPoint(PixelOf(to), kFlagY));
+  }
+  std::string UndoCaption() { return session->Window().MenuItem("Undo_Mnu")->text().toStdString(); }
+  std::vector<int16_t> Left(int32_t from, int32_t count) {
+    std::vector<int16_t> samples;
+    for (int32_t p = from; p < from + count; ++p) samples.push_back(session->Document()->WaveL(p));
+    return samples;
+  }
+};
+
+TEST_F(WaveEditorEditing, AMarkerDraggedWithinItsSlideAndItsUndo) {
+  WaveEditor_Frm& window = Open();
+  DragFlag(kClick, 3000);
+  const int32_t dropped = PositionAtPixel(PixelOf(3000), 2 * kFrames);
+  EXPECT_EQ(Project().Markers[1].Position, dropped);
+  EXPECT_EQ(UndoCaption(), "Undo [Marker Drag]");
+
+  DragFlag(dropped, 7000);  // past its slide's end: held at the next slide's start
+  EXPECT_EQ(Project().Markers[1].Position, kFrames + 1);
+
+  window.MenuItem("Undo_Mnu")->trigger();
+  window.MenuItem("Undo_Mnu")->trigger();
+  EXPECT_EQ(Project().Markers[1].Position, kClick);
+}
+
+TEST_F(WaveEditorEditing, ABoundaryDraggedOverAMarkerDeletesItAndOneUndoBringsBothBack) {
+  WaveEditor_Frm& window = Open();
+  DragFlag(kFrames + 1, 1500);
+  const int32_t dropped = PositionAtPixel(PixelOf(1500), 2 * kFrames);
+  EXPECT_EQ(Project().Slides[2].Start, dropped);
+  ASSERT_EQ(Project().MarkerCount, 1);
+  EXPECT_EQ(Project().Markers[1].Kind, kAutoMarker) << "the passed click marker is gone";
+  EXPECT_EQ(UndoCaption(), "Undo [Slide Drag]");
+
+  window.MenuItem("Undo_Mnu")->trigger();
+  EXPECT_EQ(Project().Slides[2].Start, kFrames + 1);
+  ASSERT_EQ(Project().MarkerCount, 2);
+  EXPECT_EQ(Project().Markers[1].Position, kClick);
+  EXPECT_EQ(UndoCaption(), "Undo [Nothing]");
+}
+
+TEST_F(WaveEditorEditing, PopUpMenusAddAndDeleteMarkers) {
+  WaveEditor_Frm& window = Open();
+  PictureBox* strip = window.MarkerDrawPic();
+  const QPoint empty(PixelOf(1000), 31);
+  QTest::mouseMove(strip, empty);
+  QTest::mousePress(strip, Qt::RightButton, {}, empty);
+  ASSERT_TRUE(window.MarkerPop2Mnu()->isVisible());
+  window.MarkerPop2Mnu()->hide();
+  window.findChild<QAction*>("MarkerPop2AddMnu1")->trigger();
+  ASSERT_EQ(Project().MarkerCount, 3);
+  const int32_t added = PositionAtPixel(empty.x(), 2 * kFrames);
+  EXPECT_EQ(Project().Markers[1].Position, added) << "sorted before the existing click";
+  EXPECT_EQ(Project().Markers[1].Kind, kClickMarker);
+  EXPECT_EQ(UndoCaption(), "Undo [Add Click]");
+
+  const QPoint onFlag(PixelOf(added), kFlagY);
+  QTest::mouseMove(strip, onFlag);
+  QTest::mousePress(strip, Qt::RightButton, {}, onFlag);
+  ASSERT_TRUE(window.MarkerPopMnu()->isVisible());
+  window.MarkerPopMnu()->hide();
+  window.findChild<QAction*>("MarkerPopDeleteMnu")->trigger();
+  EXPECT_EQ(Project().MarkerCount, 2);
+  EXPECT_EQ(Project().Markers[1].Position, kClick);
+  EXPECT_EQ(UndoCaption(), "Undo [Delete Marker]");
+}
+
+TEST_F(WaveEditorEditing, TheSlideChooserAndTheMarkerStepping) {
+  WaveEditor_Frm& window = Open();
+  ASSERT_EQ(window.SlideCombo()->count(), 2);
+  EXPECT_EQ(window.SlideCombo()->itemText(1).toStdString(), "2. two.wav title");
+  window.ViewZoom_Mnu_Click(5);  // slide 1 alone in view
+  window.SlideCombo()->setCurrentIndex(1);
+  EXPECT_EQ(View().CurrentSlide, 2);
+  EXPECT_EQ(Editor().ViewStart, kFrames + 1);
+  EXPECT_EQ(Editor().ViewLength, kFrames);
+
+  window.MenuItem("EditNextMarker_Mnu1")->trigger();
+  EXPECT_EQ(View().CurrentMarker, 2);
+  EXPECT_EQ(window.Label("DispMarkTypLbl")->text(), "Auto");
+  window.MenuItem("EditNextMarker_Mnu1")->trigger();
+  EXPECT_EQ(View().CurrentMarker, 1) << "after the last comes the first";
+  window.MenuItem("EditNextMarker_Mnu2")->trigger();
+  EXPECT_EQ(View().CurrentMarker, 2);
+}
+
+TEST_F(WaveEditorEditing, EditMenuCommandsChangeTheDocument) {
+  WaveEditor_Frm& window = Open();
+  const int32_t length = 2 * kFrames;
+  const std::vector<int16_t> head = Left(1, 100);
+  Editor().SelStart = 1;
+  Editor().SelEnd = 100;
+  window.MenuItem("EditCopy_Mnu")->trigger();
+  Editor().SelStart = Editor().SelEnd = 5001;
+  window.MenuItem("EditPaste_Mnu")->trigger();
+  EXPECT_EQ(session->Document()->WavWaveINos, length + 100);
+  EXPECT_EQ(Left(5001, 100), head);
+  EXPECT_EQ(UndoCaption(), "Undo [Paste]");
+
+  Editor().SelStart = 5001;
+  Editor().SelEnd = 5100;
+  window.MenuItem("EditCut_Mnu")->trigger();
+  EXPECT_EQ(session->Document()->WavWaveINos, length);
+  EXPECT_EQ(UndoCaption(), "Undo [Cut]");
+
+  window.MenuItem("EditSelectAll_Mnu")->trigger();
+  EXPECT_EQ(Editor().SelStart, 1);
+  EXPECT_EQ(Editor().SelEnd, length);
+
+  Editor().SelEnd = Editor().SelStart;
+  window.MenuItem("InsertSilence_Mnu")->trigger();  // the box's proposal: 1 second
+  EXPECT_EQ(session->Document()->WavWaveINos, length + kRate);
+  EXPECT_EQ(UndoCaption(), "Undo [Insert Silence]");
+}
+
+TEST_F(WaveEditorEditing, VolumeCommandsThroughTheirDialogs) {
+  WaveEditor_Frm& window = Open();
+  Editor().SelStart = 1;
+  Editor().SelEnd = kFrames;
+  WhenDialogShows([](QWidget* dialog) {
+    auto* volume = dynamic_cast<VolumeChgDialog*>(dialog);
+    ASSERT_NE(volume, nullptr);
+    volume->VolSlider()->setValue(50);
+    EXPECT_EQ(volume->findChild<QLabel*>("DispVolLbl2")->text(), "(Decrease volume by 50%)");
+    volume->findChild<QPushButton*>("OkBtn")->click();
+  });
+  window.MenuItem("VolumeChange_Mnu")->trigger();
+  EXPECT_EQ(session->Document()->WaveL(1), 4000);
+  EXPECT_EQ(UndoCaption(), "Undo [Change Volume]");
+
+  window.MenuItem("VolumeMaximize_Mnu")->trigger();
+  EXPECT_EQ(session->Document()->WaveL(1), 32767);
+  EXPECT_EQ(UndoCaption(), "Undo [Maximize]");
+
+  // A refused value shows the form's message and the form again; Cancel changes nothing.
+  WhenDialogShows([](QWidget* dialog) {
+    auto* dynamic = dynamic_cast<DynCompDialog*>(dialog);
+    ASSERT_NE(dynamic, nullptr);
+    dynamic->Box(0)->setText("20");
+    WhenDialogShows([](QWidget* again) {
+      ASSERT_NE(dynamic_cast<DynCompDialog*>(again), nullptr);
+      again->findChild<QPushButton*>("CancelBtn")->click();
+    });
+    dynamic->findChild<QPushButton*>("OkBtn")->click();
+  });
+  window.MenuItem("VolumeDynamicBal_Mnu")->trigger();
+  ASSERT_EQ(ui.messages.size(), 1u);
+  EXPECT_EQ(ui.messages[0].text,
+            "Invalid sampling duration\r\nEntered sampling duration is 20\r\n(0.1 to 10.0 is "
+            "allowed)");
+  EXPECT_EQ(UndoCaption(), "Undo [Maximize]");
+}
+
+}  // namespace
+}  // namespace quorvane

@@ -1,0 +1,57 @@
+#include "ui/InsertPosDialog.h"
+
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QVBoxLayout>
+
+#include "core/Interaction.h"
+
+namespace quorvane {
+
+InsertPosDialog::InsertPosDialog(QWidget* parent, InsertPosFrm& form)
+    : QDialog(parent), form_(form) {
+  setWindowTitle(kAppTitle);
+  auto* column = new QVBoxLayout(this);
+  auto* group = new QGroupBox("Insert at", this);
+  auto* choices = new QVBoxLayout(group);
+  const std::array<const char*, 3> captions = {"Cursor Position", "Start of Current Slide",
+                                               "End of Current Slide"};
+  for (int index = 0; index < 3; ++index) {
+    auto* option = new QRadioButton(captions[static_cast<size_t>(index)], group);
+    option->setObjectName(QString("InsertPosOpn%1").arg(index));
+    choices->addWidget(option);
+    options_[static_cast<size_t>(index)] = option;
+  }
+  Option(kInsertAtCursor)->setEnabled(form_.CursorOptionEnabled);
+  Option(form_.InsertPosOpn)->setChecked(true);
+  column->addWidget(group);
+  auto* buttons = new QHBoxLayout;
+  buttons->addStretch(1);
+  auto* ok = new QPushButton("Ok", this);
+  ok->setObjectName("OkBtn");
+  ok->setDefault(true);
+  auto* cancel = new QPushButton("Cancel", this);
+  cancel->setObjectName("CancelBtn");
+  buttons->addWidget(ok);
+  buttons->addWidget(cancel);
+  column->addLayout(buttons);
+  connect(ok, &QPushButton::clicked, this, [this] { OkBtn_Click(); });
+  connect(cancel, &QPushButton::clicked, this, [this] { CancelBtn_Click(); });
+}
+
+void InsertPosDialog::OkBtn_Click() {
+  for (int index = 0; index < 3; ++index) {
+    if (Option(index)->isChecked()) form_.InsertPosOpn = index;
+  }
+  form_.OkClicked = true;
+  accept();
+}
+
+void InsertPosDialog::CancelBtn_Click() {
+  form_.OkClicked = false;
+  reject();
+}
+
+}  // namespace quorvane

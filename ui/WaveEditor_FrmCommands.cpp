@@ -1,0 +1,149 @@
+// The Edit, Insert, Volume and File menu commands as the window reaches them: each calls
+// the edit command or effect, shows the dialog it needs, and redraws.
+#include <QFileDialog>
+#include <QStringList>
+
+#include "core/Interaction.h"
+#include "core/ProjectTables.h"
+#include "editing/DynCompFrm.h"
+#include "editing/DynamicCompress.h"
+#include "editing/EditCommands.h"
+#include "editing/EditRange.h"
+#include "editing/InsertAudioFile.h"
+#include "editing/VolumeChgFrm.h"
+#include "editing/VolumeEffects.h"
+#include "storage/EditorState.h"
+#include "storage/FileMemoClass.h"
+#include "ui/DynCompDialog.h"
+#include "ui/InsertPosDialog.h"
+#include "ui/PlayerLink.h"
+#include "ui/ViewState.h"
+#include "ui/VolumeChgDialog.h"
+#include "ui/WaveEditor_Frm.h"
+
+namespace quorvane {
+
+namespace {
+
+// "Description|*.a;*.b|..." as Qt's "Description (*.a *.b);;...".
+QString QtFilter(const std::string& filter) {
+  const QStringList parts = QString::fromStdString(filter).split('|');
+  QStringList entries;
+  for (int i = 0; i + 1 < parts.size(); i += 2) {
+    QString patterns = parts[i + 1];
+    entries << parts[i] + " (" + patterns.replace(';', ' ') + ")";
+  }
+  return entries.join(";;");
+}
+
+}  // namespace
+
+void WaveEditor_Frm::Undo_Mnu_Click(int32_t Index) {
+  if (Index != 1 || document_ == nullptr) return;
+  View().ViewAll = false;
+  EditUndo(*document_);
+  Refresh_Wave_View();
+}
+
+void WaveEditor_Frm::EditCopy_Mnu_Click() {
+  if (document_ != nullptr) EditCopy(*document_);
+}
+
+void WaveEditor_Frm::EditCut_Mnu_Click() {
+  if (document_ == nullptr) return;
+  EditCut(*document_);
+  Refresh_Wave_View();
+}
+
+void WaveEditor_Frm::EditPaste_Mnu_Click() {
+  if (document_ == nullptr) return;
+  EditPaste(*document_);
+  Refresh_Wave_View();
+}
+
+void WaveEditor_Frm::EditDelete_Mnu_Click() {
+  if (document_ == nullptr) return;
+  EditDelete(*document_);
+  Refresh_Wave_View();
+}
+
+void WaveEditor_Frm::EditSelectAll_Mnu_Click() {
+  if (document_ == nullptr) return;
+  EditSelectAll(*document_);
+  Refresh_Wave_View();
+}
+
+void WaveEditor_Frm::InsertSilence_Mnu_Click() {
+  if (document_ == nullptr) return;
+  InsertSilence(*document_);
+  Refresh_Wave_View();
+}
+
+void WaveEditor_Frm::FileImport_Mnu_Click() {
+  if (document_ == nullptr) return;
+  if (IsPlaying()) PlayControl(2);
+  InsertAudioFile(*document_, "", View().CurrentSlide, *this);
+  Refresh_Wave_View();
+}
+
+void WaveEditor_Frm::VolumeChange_Mnu_Click() {
+  if (document_ == nullptr) return;
+  VolumeChgFrm form;
+  form.UpdateForm();
+  VolumeChgDialog dialog(this, form);
+  dialog.exec();
+  if (!form.OkClicked) return;
+  ChangeVolume(*document_, form.VolSlider);
+  Refresh_Wave_View();
+}
+
+void WaveEditor_Frm::VolumeMaximize_Mnu_Click() {
+  if (document_ == nullptr) return;
+  Maximize(*document_);
+  Refresh_Wave_View();
+}
+
+void WaveEditor_Frm::VolumeDynamicBal_Mnu_Click() {
+  if (document_ == nullptr) return;
+  int32_t first = 0;
+  int32_t last = 0;
+  int32_t channels = 0;
+  if (!GetEditRange(*document_, first, last, channels, kWantRange, "Dynamic Compress/Expand")) {
+    return;
+  }
+  DynCompFrm form;
+  form.Form_Load();
+  DynamicParameters values;
+  for (;;) {
+    DynCompDialog dialog(this, form);
+    dialog.exec();
+    if (!form.OkClicked) return;
+    const std::optional<std::string> refusal = form.CheckValues(values);
+    if (!refusal) break;
+    UserInterface().Message(*refusal, MessageIcon::Exclamation);
+  }
+  form.Form_Unload();
+  DynamicCompressExpand(*document_, values);
+  Refresh_Wave_View();
+}
+
+// ---- The file insert's dialogs -----------------------------------------------------------
+
+std::string WaveEditor_Frm::SelectFile(const OpenFileRequest& request) {
+  const QString start = QString::fromStdString(
+      request.fileName.empty() ? request.initialFolder
+                               : request.initialFolder + "/" + request.fileName);
+  QFileDialog dialog(this, QString::fromStdString(request.title), start, QtFilter(request.filter));
+  dialog.setFileMode(QFileDialog::ExistingFile);
+  dialog.setDefaultSuffix(QString::fromStdString(request.defaultExtension));
+  dialog.setOption(QFileDialog::ReadOnly);
+  if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return {};
+  return dialog.selectedFiles().front().toStdString();
+}
+
+void WaveEditor_Frm::ShowInsertPosFrm(InsertPosFrm& form) {
+  InsertPosDialog dialog(this, form);
+  dialog.exec();
+}
+
+}  // namespace quorvane
