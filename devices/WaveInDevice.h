@@ -5,6 +5,7 @@
 #pragma once
 
 #include <QThread>
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -34,13 +35,14 @@ struct WaveInFormat {
 };
 
 // A buffer header: the caller's data area and its length; the device fills in the bytes
-// recorded and sets Done when it hands the buffer back.
+// recorded and sets Done when it hands the buffer back; Done is what the caller's thread
+// may look at while the device fills other buffers.
 struct WAVEHDR {
   uint8_t* lpData = nullptr;
   uint32_t dwBufferLength = 0;
   uint32_t dwBytesRecorded = 0;
   bool Prepared = false;
-  bool Done = false;
+  std::atomic<bool> Done{false};
 };
 
 class WaveInDevice {

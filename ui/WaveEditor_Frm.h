@@ -87,6 +87,7 @@ class WaveEditor_Frm : public QMainWindow, public DocumentWindow, public InsertF
   void PlayToolbar_ButtonClick(const QString& key);
   void PlayPosTimer_Timer();
   void PlayCursorPositioning();
+  void InsertRecording_Mnu_Click();
   // ----
 
   // DocumentWindow: the undo menu entry, the undo button and the undo-clearing dialog.

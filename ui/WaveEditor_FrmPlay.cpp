@@ -10,8 +10,11 @@
 #include "core/ScaleTime.h"
 #include "devices/DsPlayClass.h"
 #include "devices/PlayControl.h"
+#include "editing/InsertAudioFile.h"
 #include "storage/EditorState.h"
+#include "storage/FileMemoClass.h"
 #include "ui/PlayerLink.h"
+#include "ui/Recd_Frm.h"
 #include "ui/ToolbarIcons.h"
 #include "ui/ViewGeometry.h"
 #include "ui/ViewState.h"
@@ -28,6 +31,9 @@ constexpr int kPlayMarkOutside = -2;
 
 void WaveEditor_Frm::ConnectPlayback() {
   connect(&playPosTimer_, &QTimer::timeout, this, [this] { PlayPosTimer_Timer(); });
+  connect(Button("Record"), &QAction::triggered, this, [this] { InsertRecording_Mnu_Click(); });
+  connect(MenuItem("InsertRecording_Mnu"), &QAction::triggered, this,
+          [this] { InsertRecording_Mnu_Click(); });
   SetPlayToolbar({[this](int32_t state) { ShowPlayState(state); },
                   [this] {
                     if (!Button("Stop")->isEnabled()) Button("Stop")->setEnabled(true);
@@ -116,6 +122,23 @@ void WaveEditor_Frm::PlayCursorPositioning() {
   const int32_t rate = std::max(PlayingRate(), 1);
   Label("PlayPosLbl")
       ->setText(QString::fromStdString(FormatScaleTime(static_cast<float>(position) / rate)));
+}
+
+void WaveEditor_Frm::InsertRecording_Mnu_Click() {
+  if (document_ == nullptr) return;
+  const bool blinking = blinkMarkerTimer_.isActive();
+  blinkMarkerTimer_.stop();
+  {
+    Recd_Frm form(this, document_->WavFmtChannel, document_->WavFmtFreq, document_->WavFmtBits);
+    if (form.FormInitilize()) {
+      form.exec();
+      if (form.OkClicked) {
+        InsertAudioFile(*document_, form.RecordFileName, View().CurrentSlide, *this);
+        Refresh_Wave_View();
+      }
+    }
+  }
+  if (blinking) blinkMarkerTimer_.start();
 }
 
 }  // namespace quorvane
