@@ -74,6 +74,11 @@ std::unique_ptr<EditorSession> EditorSession::Open(const std::string& commandLin
 EditorSession::~EditorSession() {
   qtInteraction_.SetProgress(nullptr);
   qtInteraction_.SetOwner(nullptr);
+  // A session left without closing its window still drops its player before the window
+  // the player reports to.
+  SetPlayToolbar({});
+  SetPlayDocument(nullptr);
+  ReleasePlayer();
   window_.reset();
   if (document_) {
     ClipboardRelease();

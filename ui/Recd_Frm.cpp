@@ -390,9 +390,8 @@ void Recd_Frm::WriteRecordedBlock(int32_t frameOffset, int32_t frameCount) {
   }
   const off_t position =
       44 + static_cast<off_t>(frameOffset) * static_cast<off_t>(sampleBytes * channels_);
-  if (file_.IsOpen() &&
-      ::pwrite(file_.Descriptor(), fileBytes_.data(), fileBytes_.size(), position) !=
-          static_cast<ssize_t>(fileBytes_.size())) {
+  if (file_.IsOpen() && ::pwrite(file_.Descriptor(), fileBytes_.data(), fileBytes_.size(),
+                                 position) != static_cast<ssize_t>(fileBytes_.size())) {
     UserInterface().Message(ErrorDescription(std::system_error(errno, std::generic_category())) +
                             kCrLf + RecordFileName);
   }

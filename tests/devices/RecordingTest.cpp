@@ -34,7 +34,8 @@ std::vector<int16_t> Sine(double frequency, int rate, int amplitude, int frames)
 
 uint32_t Le32At(const std::string& bytes, size_t at) {
   uint32_t value = 0;
-  for (size_t i = 0; i < 4; ++i) value |= static_cast<uint32_t>(static_cast<uint8_t>(bytes[at + i])) << (8 * i);
+  for (size_t i = 0; i < 4; ++i)
+    value |= static_cast<uint32_t>(static_cast<uint8_t>(bytes[at + i])) << (8 * i);
   return value;
 }
 
@@ -49,9 +50,8 @@ using Recording = SessionTest;
 TEST_F(Recording, LoopBackPlayedToneComesBackAtItsFrequencyAndLevel) {
   const int rate = 44100;
   const std::string track = files.File("tone.wav");
-  std::ofstream(track, std::ios::binary)
-      << PcmWave(2, rate, 16, Interleave(Sine(1000, rate, 8000, 2 * rate),
-                                         Sine(1500, rate, 4000, 2 * rate)));
+  std::ofstream(track, std::ios::binary) << PcmWave(
+      2, rate, 16, Interleave(Sine(1000, rate, 8000, 2 * rate), Sine(1500, rate, 4000, 2 * rate)));
   FileMemoClass document;
   ASSERT_TRUE(OpenSaveClass().FileLoadWave(document, track));
   CreatePlayer();
@@ -111,8 +111,9 @@ struct FormatCase {
 };
 
 TEST_F(Recording, FormatLabelSupportAndMeterFollowTheWorkingFormat) {
-  for (const FormatCase& c : {FormatCase{1, 22050, "(Mono, 22050 Hz,  16 Bits)", true, QColor(0xC0, 0xC0, 0xC0)},
-                              FormatCase{2, 48000, "(Stereo, 48000 Hz,  16 Bits)", false, Qt::white}}) {
+  for (const FormatCase& c :
+       {FormatCase{1, 22050, "(Mono, 22050 Hz,  16 Bits)", true, QColor(0xC0, 0xC0, 0xC0)},
+        FormatCase{2, 48000, "(Stereo, 48000 Hz,  16 Bits)", false, Qt::white}}) {
     Recd_Frm form(nullptr, c.channels, c.rate, 16);
     ASSERT_TRUE(form.FormInitilize());
     EXPECT_EQ(form.Fmt_Lbl->text().toStdString(), c.label);
