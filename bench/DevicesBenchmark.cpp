@@ -66,8 +66,7 @@ std::string WriteProject(const std::string& folder, int64_t seconds) {
   }
   std::ofstream(folder + "/project.ini")
       << "[Project]\nTargetFolder=" << folder << "\nSlideCount=1\nBaseFrequency=" << kRate
-      << "\nBaseBits=16\n[1]\nSlideTitle=One\nSlideTrack=track.wav\nDuration=" << seconds
-      << ".0\n";
+      << "\nBaseBits=16\n[1]\nSlideTitle=One\nSlideTrack=track.wav\nDuration=" << seconds << ".0\n";
   return folder + "/project.ini";
 }
 
@@ -183,8 +182,8 @@ void PlayStartFigures() {
   std::vector<double> bareTimes;
   for (int run = 0; run < 5; ++run) bareTimes.push_back(BareSinkStartMilliseconds());
   const double bare = Median(bareTimes);
-  for (const auto& [label, seconds] : {std::pair{"10-second range", int64_t{10}},
-                                       std::pair{"two-hour range", int64_t{7200}}}) {
+  for (const auto& [label, seconds] :
+       {std::pair{"10-second range", int64_t{10}}, std::pair{"two-hour range", int64_t{7200}}}) {
     const std::string folder = BenchFolder("play");
     std::unique_ptr<FileMemoClass> document = PrepareSession(WriteProject(folder, seconds));
     if (!document) {
@@ -202,8 +201,7 @@ void PlayStartFigures() {
     Figure(std::string("play command to first frames played, ") + label, median, "ms",
            "bare QAudioSink from memory", bare, "ms");
     Limit(median < 50, std::string("play start under 50 ms, ") + label);
-    std::cout << "  bytes written to temporary files by the play preparation: " << written
-              << "\n";
+    std::cout << "  bytes written to temporary files by the play preparation: " << written << "\n";
     Limit(written == 0, std::string("play preparation copies no samples, ") + label);
     SetPlayDocument(nullptr);
     ReleasePlayer();
@@ -261,9 +259,8 @@ void RecordingFigure(int seconds) {
   form.Done_Btn_Click();
   const double recorded = static_cast<double>(form.FramesWritten()) / kRate;
   const double wall = seconds + 2.2;
-  const ChildRun parec =
-      RunChild({"parec", "--rate=44100", "--channels=2", "--format=s16le", folder + "/peer.raw"},
-               seconds);
+  const ChildRun parec = RunChild(
+      {"parec", "--rate=44100", "--channels=2", "--format=s16le", folder + "/peer.raw"}, seconds);
   const double growth = static_cast<double>(highest - settled) / 1e6;
   Figure("recording " + std::to_string(seconds) + " s: resident growth", growth, "MB",
          "parec, peak resident", static_cast<double>(parec.peakResidentBytes) / 1e6, "MB");
