@@ -7,6 +7,7 @@
 #include <QElapsedTimer>
 #include <QTest>
 #include <cmath>
+#include <filesystem>
 #include <fstream>
 #include <numbers>
 
@@ -206,6 +207,19 @@ TEST_F(Playback, RangesUnderFiveMillisecondsAreRefused) {
   Play(1000, 1110);
   EXPECT_EQ(ui.messages.size(), 1U);
   EXPECT_NE(CurrentPlayState(), 0);
+}
+
+// The player's own messages reach the person, except its "S2".
+TEST_F(Playback, AFileThatCannotBeReadIsReportedByThePlayer) {
+  const int rate = 22050;
+  Load(1, rate, 16, Tone(440, rate, 3000, rate / 2));
+  std::filesystem::remove(files.File("track.wav"));
+  DsPlay()->Dll_MsgBoxOb("S2", "Player");
+  Play(1, rate / 2);
+  ASSERT_TRUE(QTest::qWaitFor([&] { return !ui.messages.empty(); }, 3000));
+  EXPECT_EQ(ui.messages[0].text, "Cannot read the audio to play.\n" + files.File("track.wav") +
+                                     ": No such file or directory");
+  EXPECT_EQ(ui.messages[0].caption, "Play failed");
 }
 
 }  // namespace
