@@ -148,7 +148,9 @@ TEST_F(Playback, BlocksOfEveryKindPlayTheirSamplesInOrder) {
   for (int32_t i = 1; i <= part; ++i) memory.WaveLR(i, second[static_cast<size_t>(i - 1)]);
   document.WaveDataInsert(part + 1, 1, &memory, nullptr, "Record", true);
   BlockCarrBuffClass silence;
-  silence.BuffBlocksPutFresh({NewBlock(part, BlockSilence)});
+  const int32_t quiet = NewBlock(part, BlockSilence);
+  BlockTable[static_cast<size_t>(quiet)].Start = 1;
+  silence.BuffBlocksPutFresh({quiet});
   silence.WaveINos = part;
   document.WaveDataInsert(2 * part + 1, 1, &silence, nullptr, "Record", true);
   const std::vector<int16_t> last = Tone(800, rate, 6000, part);
