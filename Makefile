@@ -5,7 +5,7 @@ FUZZ_BUILD   ?= build-fuzz
 JOBS         ?= 2
 FUZZ_SECONDS ?= 600
 
-.PHONY: all deps build build-asan test run bench fuzz format check-format demo clean
+.PHONY: all deps build build-asan test run bench fuzz format check-format demo clean install package screenshot
 
 all: build
 
@@ -37,6 +37,20 @@ run: demo
 
 bench: build
 	@scripts/run-benchmarks $(BUILD)
+
+# The programs, the bus activation file, the desktop entry, the icon and the manual, under
+# PREFIX (default /usr/local); DESTDIR is honoured.
+PREFIX ?= /usr/local
+install: build
+	@cmake --install $(BUILD) --prefix $(PREFIX)
+
+# A Debian package of the same files, in $(BUILD)/.
+package: build
+	@cd $(BUILD) && cpack -G DEB
+
+# The editor on the demo project under a virtual display: $(BUILD)/screenshot.png.
+screenshot: demo
+	@scripts/screenshot $(BUILD)
 
 format:
 	@git ls-files '*.cpp' '*.h' | xargs clang-format -i

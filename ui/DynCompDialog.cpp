@@ -4,8 +4,9 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
-#include <QPushButton>
 #include <QVBoxLayout>
+
+#include "ui/DialogButtons.h"
 
 namespace quorvane {
 
@@ -52,19 +53,9 @@ DynCompDialog::DynCompDialog(QWidget* parent, DynCompFrm& form) : QDialog(parent
     grid->addWidget(help, row * 2 + 1, 0, 1, 3);
   }
   column->addLayout(grid);
-  auto* buttons = new QHBoxLayout;
-  buttons->addStretch(1);
-  auto* ok = new QPushButton("OK", this);
-  ok->setObjectName("OkBtn");
-  ok->setDefault(true);
-  auto* cancel = new QPushButton("Cancel", this);
-  cancel->setObjectName("CancelBtn");
-  buttons->addWidget(ok);
-  buttons->addWidget(cancel);
-  column->addLayout(buttons);
+  AddOkCancelButtons(
+      *this, *column, "OK", [this] { OkBtn_Click(); }, [this] { CancelBtn_Click(); });
   setMinimumWidth(460);
-  connect(ok, &QPushButton::clicked, this, [this] { OkBtn_Click(); });
-  connect(cancel, &QPushButton::clicked, this, [this] { CancelBtn_Click(); });
 }
 
 void DynCompDialog::OkBtn_Click() {

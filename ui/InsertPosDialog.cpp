@@ -2,11 +2,12 @@
 
 #include <QGroupBox>
 #include <QHBoxLayout>
-#include <QPushButton>
 #include <QRadioButton>
 #include <QVBoxLayout>
 
 #include "core/Interaction.h"
+
+#include "ui/DialogButtons.h"
 
 namespace quorvane {
 
@@ -27,18 +28,8 @@ InsertPosDialog::InsertPosDialog(QWidget* parent, InsertPosFrm& form)
   Option(kInsertAtCursor)->setEnabled(form_.CursorOptionEnabled);
   Option(form_.InsertPosOpn)->setChecked(true);
   column->addWidget(group);
-  auto* buttons = new QHBoxLayout;
-  buttons->addStretch(1);
-  auto* ok = new QPushButton("Ok", this);
-  ok->setObjectName("OkBtn");
-  ok->setDefault(true);
-  auto* cancel = new QPushButton("Cancel", this);
-  cancel->setObjectName("CancelBtn");
-  buttons->addWidget(ok);
-  buttons->addWidget(cancel);
-  column->addLayout(buttons);
-  connect(ok, &QPushButton::clicked, this, [this] { OkBtn_Click(); });
-  connect(cancel, &QPushButton::clicked, this, [this] { CancelBtn_Click(); });
+  AddOkCancelButtons(
+      *this, *column, "Ok", [this] { OkBtn_Click(); }, [this] { CancelBtn_Click(); });
 }
 
 void InsertPosDialog::OkBtn_Click() {

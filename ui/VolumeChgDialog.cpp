@@ -3,9 +3,10 @@
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QLabel>
-#include <QPushButton>
 #include <QSlider>
 #include <QVBoxLayout>
+
+#include "ui/DialogButtons.h"
 
 namespace quorvane {
 
@@ -47,23 +48,12 @@ VolumeChgDialog::VolumeChgDialog(QWidget* parent, VolumeChgFrm& form)
   }
   column->addLayout(marks);
 
-  auto* buttons = new QHBoxLayout;
-  buttons->addStretch(1);
-  auto* ok = new QPushButton("Ok", this);
-  ok->setObjectName("OkBtn");
-  ok->setDefault(true);
-  auto* cancel = new QPushButton("Cancel", this);
-  cancel->setObjectName("CancelBtn");
-  buttons->addWidget(ok);
-  buttons->addWidget(cancel);
-  column->addLayout(buttons);
-
+  AddOkCancelButtons(
+      *this, *column, "Ok", [this] { OkBtn_Click(); }, [this] { CancelBtn_Click(); });
   connect(slider_, &QSlider::valueChanged, this, [this](int value) {
     form_.VolSlider_Change(value);
     ShowLabels();
   });
-  connect(ok, &QPushButton::clicked, this, [this] { OkBtn_Click(); });
-  connect(cancel, &QPushButton::clicked, this, [this] { CancelBtn_Click(); });
   ShowLabels();
 }
 

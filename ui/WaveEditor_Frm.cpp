@@ -27,6 +27,7 @@
 #include "ui/HostWindow.h"
 #include "ui/PlayerLink.h"
 #include "ui/ProgressShowerClass.h"
+#include "ui/ShowHelp.h"
 #include "ui/ToolbarIcons.h"
 #include "ui/UndoClearFrm.h"
 #include "ui/ViewState.h"
@@ -133,6 +134,11 @@ void WaveEditor_Frm::BuildMenus() {
   AddMenuItem(edit, "UndoClear_Mnu", "Clear Undo &Data...", [this] {
     if (document_ != nullptr) document_->UndoClearFiles_UserAssisted();
   });
+
+  auto* help = new QAction("Help", this);
+  help->setShortcut(QKeySequence::HelpContents);
+  connect(help, &QAction::triggered, this, [] { ShowHelp(); });
+  addAction(help);
 
   QMenu* volume = menuBar()->addMenu("&Volume");
   AddMenuItem(volume, "VolumeMaximize_Mnu", "&Maximize", [this] { VolumeMaximize_Mnu_Click(); });

@@ -227,26 +227,19 @@ bool WaveEditor_Frm::eventFilter(QObject* watched, QEvent* event) {
     }
   }
   if (watched == markerDrawPic_) {
-    const auto* mouse = static_cast<QMouseEvent*>(event);
-    const int shift = event->type() == QEvent::MouseButtonPress ||
-                              event->type() == QEvent::MouseMove ||
-                              event->type() == QEvent::MouseButtonRelease
-                          ? (mouse->modifiers() == Qt::ShiftModifier ? 1 : 0)
-                          : 0;
-    switch (event->type()) {
-      case QEvent::MouseButtonPress:
-        MarkerDrawPic_MouseDown(mouse->button(), shift, mouse->position().x(),
-                                mouse->position().y());
-        return true;
-      case QEvent::MouseMove:
-        MarkerDrawPic_MouseMove(shift, mouse->position().x(), mouse->position().y());
-        return true;
-      case QEvent::MouseButtonRelease:
-        MarkerDrawPic_MouseUp(mouse->position().x());
-        return true;
-      default:
-        return QMainWindow::eventFilter(watched, event);
+    const QEvent::Type type = event->type();
+    if (type != QEvent::MouseButtonPress && type != QEvent::MouseMove &&
+        type != QEvent::MouseButtonRelease) {
+      return QMainWindow::eventFilter(watched, event);
     }
+    const auto* mouse = static_cast<QMouseEvent*>(event);
+    const int shift = mouse->modifiers() == Qt::ShiftModifier ? 1 : 0;
+    const double x = mouse->position().x();
+    const double y = mouse->position().y();
+    if (type == QEvent::MouseButtonPress) MarkerDrawPic_MouseDown(mouse->button(), shift, x, y);
+    if (type == QEvent::MouseMove) MarkerDrawPic_MouseMove(shift, x, y);
+    if (type == QEvent::MouseButtonRelease) MarkerDrawPic_MouseUp(x);
+    return true;
   }
   const int index = watched == Wave_Pic(1) ? 1 : (watched == Wave_Pic(2) ? 2 : 0);
   if (index == 0) return QMainWindow::eventFilter(watched, event);

@@ -13,6 +13,7 @@
 #include <functional>
 
 #include "core/ProjectTables.h"
+#include "core/Settings.h"
 #include "storage/EditorState.h"
 #include "storage/FileMemoClass.h"
 #include "tests/ui/EditorWindowFixture.h"
@@ -153,6 +154,7 @@ TEST_F(WaveEditorEditing, EditMenuCommandsChangeTheDocument) {
   EXPECT_EQ(Editor().SelEnd, length);
 
   Editor().SelEnd = Editor().SelStart;
+  SettingPut("", "SilceDur", "1");
   window.MenuItem("InsertSilence_Mnu")->trigger();  // the box's proposal: 1 second
   EXPECT_EQ(session->Document()->WavWaveINos, length + kRate);
   EXPECT_EQ(UndoCaption(), "Undo [Insert Silence]");
