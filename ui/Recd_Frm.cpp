@@ -2,6 +2,7 @@
 
 #include <QCloseEvent>
 #include <QGridLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QPainter>
 #include <QProcess>
@@ -19,6 +20,7 @@
 #include "core/Interaction.h"
 #include "core/Numbers.h"
 #include "ui/PictureBox.h"
+#include "ui/ShowHelp.h"
 
 namespace quorvane {
 
@@ -168,6 +170,14 @@ Recd_Frm::~Recd_Frm() {
 void Recd_Frm::closeEvent(QCloseEvent* event) {
   CloseDevice();
   QDialog::closeEvent(event);
+}
+
+void Recd_Frm::keyPressEvent(QKeyEvent* event) {
+  if (event->key() == Qt::Key_F1) {
+    ShowHelp();
+    return;
+  }
+  QDialog::keyPressEvent(event);
 }
 
 void Recd_Frm::CloseDevice() {

@@ -63,6 +63,8 @@ class Recd_Frm : public QDialog {
 
  protected:
   void closeEvent(QCloseEvent* event) override;
+  // F1 opens the help.
+  void keyPressEvent(QKeyEvent* event) override;
 
  private:
   struct RecordBuffer {
