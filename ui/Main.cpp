@@ -49,6 +49,7 @@ std::unique_ptr<EditorSession> EditorSession::Open(const std::string& commandLin
   SetSystemClipboard(&session->clipboard_);
   EditorSession& s = *session;
   s.document_ = PrepareSession(commandLine, nullptr, [&s](FileMemoClass& created) {
+    CreatePlayer();
     s.window_ = std::make_unique<WaveEditor_Frm>();
     s.window_->AttachDocument(&created);
     s.qtInteraction_.SetOwner(s.window_.get());
@@ -73,6 +74,11 @@ std::unique_ptr<EditorSession> EditorSession::Open(const std::string& commandLin
 EditorSession::~EditorSession() {
   qtInteraction_.SetProgress(nullptr);
   qtInteraction_.SetOwner(nullptr);
+  // A session left without closing its window still drops its player before the window
+  // the player reports to.
+  SetPlayToolbar({});
+  SetPlayDocument(nullptr);
+  ReleasePlayer();
   window_.reset();
   if (document_) {
     ClipboardRelease();

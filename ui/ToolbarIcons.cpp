@@ -14,6 +14,7 @@ const std::map<QString, QString>& ThemeNames() {
       {"PlayNew", "media-playback-start"},
       {"PlaySlid", "media-skip-forward"},
       {"Pause", "media-playback-pause"},
+      {"Continue", "media-playback-start"},
       {"Stop", "media-playback-stop"},
       {"Loop", "media-playlist-repeat"},
       {"Record", "media-record"},
@@ -50,7 +51,7 @@ QPixmap DrawnIcon(const QString& key) {
   const QColor dark(40, 40, 40);
   p.setPen(Qt::NoPen);
   p.setBrush(dark);
-  if (key == "PlayNew" || key == "PlaySlid") {
+  if (key == "PlayNew" || key == "PlaySlid" || key == "Continue") {
     p.setBrush(QColor(0, 128, 0));
     p.drawPolygon(QPolygonF({QPointF(6, 4), QPointF(18, 11), QPointF(6, 18)}));
     if (key == "PlaySlid") p.fillRect(QRectF(2, 4, 2, 14), QColor(255, 0, 0));

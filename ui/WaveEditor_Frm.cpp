@@ -74,6 +74,7 @@ WaveEditor_Frm::WaveEditor_Frm() {
     connect(&blinkCursorTimer_, &QTimer::timeout, this, [this] { BlinkCursorTimer_Timer(); });
     connect(&blinkMarkerTimer_, &QTimer::timeout, this, [this] { BlinkMarkerTimer_Timer(); });
     connect(&mouseMoveWaitTimer_, &QTimer::timeout, this, [this] { MouseMoveWaitTimer_Timer(); });
+    ConnectPlayback();
 
     labels_["PlayPosLbl"]->setText("00");
     markHilitShape_->bounds = QRect(kParkedX, 9, 4, 21);
@@ -368,8 +369,12 @@ bool WaveEditor_Frm::Form_QueryUnload() {
   }
   BusyPointer busy;
   PlayControl(6);
+  ReleasePlayingFiles(false);
   ClipboardRelease();
   if (SoundDriverHandle() != 0) SoundDriverSwitch(false, *this);
+  SetPlayToolbar({});
+  SetPlayDocument(nullptr);
+  ReleasePlayer();
   blinkCursorTimer_.stop();
   blinkMarkerTimer_.stop();
   playPosTimer_.stop();
@@ -398,6 +403,7 @@ void WaveEditor_Frm::FileExit_Mnu_Click() { close(); }
 void WaveEditor_Frm::FileSave_Mnu_Click() {
   if (document_ == nullptr) return;
   if (IsPlaying()) PlayControl(2);
+  ReleasePlayingFiles(true);
   ProjectFileSave(*document_);
 }
 

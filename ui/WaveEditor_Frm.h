@@ -83,7 +83,13 @@ class WaveEditor_Frm : public QMainWindow, public DocumentWindow, public InsertF
   void VolumeMaximize_Mnu_Click();
   void VolumeDynamicBal_Mnu_Click();
   void VolumeLevelSlides_Mnu_Click();
+
+  // ---- Playback and recording (WaveEditor_FrmPlay.cpp) ----
   void PlayToolbar_ButtonClick(const QString& key);
+  void PlayPosTimer_Timer();
+  void PlayCursorPositioning();
+  void InsertRecording_Mnu_Click();
+  // ----
 
   // DocumentWindow: the undo menu entry, the undo button and the undo-clearing dialog.
   void SetUndoMenuItem(const std::string& caption, bool enabled) override;
@@ -147,6 +153,12 @@ class WaveEditor_Frm : public QMainWindow, public DocumentWindow, public InsertF
   bool Form_QueryUnload();
   void SetViewColours();
   void SetLoopONOFF();
+  // ---- Playback and recording (WaveEditor_FrmPlay.cpp) ----
+  // Connects the play-position timer, the record button and menu item, and the play
+  // toolbar's states to the playback routine.
+  void ConnectPlayback();
+  void ShowPlayState(int32_t state);
+  // ----
   void SlideCombo_Click();
   void BlinkCursorTimer_Timer();
   void BlinkMarkerTimer_Timer();

@@ -1,15 +1,54 @@
-// The play toolbar: which stretch each button plays, and the commands it hands to the
-// playback routine.
+// The play toolbar: which stretch each button plays, the commands it hands to the
+// playback routine, the button states after each command, and the timer that follows the
+// player with the play marks and the play-position label.
 #include <QAction>
+#include <QLabel>
 #include <QToolBar>
+#include <algorithm>
 
 #include "core/ProjectTables.h"
+#include "core/ScaleTime.h"
+#include "devices/DsPlayClass.h"
+#include "devices/PlayControl.h"
+#include "editing/InsertAudioFile.h"
 #include "storage/EditorState.h"
+#include "storage/FileMemoClass.h"
 #include "ui/PlayerLink.h"
+#include "ui/Recd_Frm.h"
+#include "ui/ToolbarIcons.h"
+#include "ui/ViewGeometry.h"
 #include "ui/ViewState.h"
 #include "ui/WaveEditor_Frm.h"
 
 namespace quorvane {
+
+namespace {
+
+// Play marks outside the view sit just left of the picture.
+constexpr int kPlayMarkOutside = -2;
+
+}  // namespace
+
+void WaveEditor_Frm::ConnectPlayback() {
+  connect(&playPosTimer_, &QTimer::timeout, this, [this] { PlayPosTimer_Timer(); });
+  connect(Button("Record"), &QAction::triggered, this, [this] { InsertRecording_Mnu_Click(); });
+  connect(MenuItem("InsertRecording_Mnu"), &QAction::triggered, this,
+          [this] { InsertRecording_Mnu_Click(); });
+  SetPlayToolbar({[this](int32_t state) { ShowPlayState(state); },
+                  [this] {
+                    if (!Button("Stop")->isEnabled()) Button("Stop")->setEnabled(true);
+                  },
+                  [this] { Button("Pause")->setEnabled(false); }});
+}
+
+void WaveEditor_Frm::ShowPlayState(int32_t state) {
+  QAction* pause = Button("Pause");
+  const QString image = state == 3 ? "Continue" : "Pause";
+  pause->setIcon(ToolbarIcon(image));
+  pause->setData(image);
+  pause->setEnabled(state != 0);
+  if (state != 0) playPosTimer_.start();
+}
 
 void WaveEditor_Frm::PlayToolbar_ButtonClick(const QString& key) {
   const EditorState& editor = Editor();
@@ -41,7 +80,65 @@ void WaveEditor_Frm::PlayToolbar_ButtonClick(const QString& key) {
     return;
   }
   if (to > length || from < 1 || from >= to) return;
-  PlayControl(11, from, to);
+  PlayFrom = from;
+  PlayTo = to;
+  SetPlayDocument(document_);
+  PlayControl(11);
+}
+
+void WaveEditor_Frm::PlayPosTimer_Timer() {
+  const bool stopped = CurrentPlayState() == 0;
+  if (stopped) {
+    playPosTimer_.stop();
+    Button("Pause")->setEnabled(false);
+    Button("Stop")->setEnabled(false);
+    if (DsPlay() != nullptr) DsPlay()->Dll.StopPlay();
+  }
+  for (const char* key : {"PlayNew", "PlaySlid", "Record"}) Button(key)->setEnabled(stopped);
+  if (!stopped) {
+    Button("Pause")->setEnabled(true);
+    Button("Stop")->setEnabled(true);
+  }
+  PlayCursorPositioning();
+}
+
+void WaveEditor_Frm::PlayCursorPositioning() {
+  const int32_t played = PlayedSamples();
+  const auto moveMarks = [this](int x) {
+    for (int index = 1; index <= 2; ++index) {
+      playPosShp_[static_cast<size_t>(index)]->MoveToX(x);
+      Wave_Pic(index)->update();
+    }
+  };
+  if (played == 0) {
+    moveMarks(kPlayMarkOutside);
+    return;
+  }
+  const int32_t position = std::min(PlayingFirst() + played, PlayingLast());
+  const EditorState& editor = Editor();
+  const bool inView =
+      position >= editor.ViewStart && position <= editor.ViewStart + editor.ViewLength;
+  moveMarks(inView ? PixelOf(position) : kPlayMarkOutside);
+  const int32_t rate = std::max(PlayingRate(), 1);
+  Label("PlayPosLbl")
+      ->setText(QString::fromStdString(FormatScaleTime(static_cast<float>(position) / rate)));
+}
+
+void WaveEditor_Frm::InsertRecording_Mnu_Click() {
+  if (document_ == nullptr) return;
+  const bool blinking = blinkMarkerTimer_.isActive();
+  blinkMarkerTimer_.stop();
+  {
+    Recd_Frm form(this, document_->WavFmtChannel, document_->WavFmtFreq, document_->WavFmtBits);
+    if (form.FormInitilize()) {
+      form.exec();
+      if (form.OkClicked) {
+        InsertAudioFile(*document_, form.RecordFileName, View().CurrentSlide, *this);
+        Refresh_Wave_View();
+      }
+    }
+  }
+  if (blinking) blinkMarkerTimer_.start();
 }
 
 }  // namespace quorvane

@@ -1,0 +1,66 @@
+#include "tests/devices/LoopbackRecorder.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <numbers>
+
+namespace quorvane::testing {
+
+LoopbackRecorder::LoopbackRecorder(int32_t channels, int32_t rate)
+    : channels_(channels), rate_(rate) {
+  const auto bytes = static_cast<size_t>(2 * channels * rate / 20);
+  for (size_t i = 0; i < headers_.size(); ++i) {
+    data_[i].resize(bytes);
+    headers_[i].lpData = data_[i].data();
+    headers_[i].dwBufferLength = static_cast<uint32_t>(bytes);
+  }
+  // The buffers come back in the order they were queued; each is kept and queued again.
+  const int32_t opened = device_.waveInOpen({channels, rate, 16}, [this](uint32_t) {
+    std::lock_guard lock(mutex_);
+    WAVEHDR& header = headers_[next_];
+    next_ = (next_ + 1) % headers_.size();
+    const size_t values = header.dwBytesRecorded / 2;
+    const size_t at = samples_.size();
+    samples_.resize(at + values);
+    std::memcpy(samples_.data() + at, header.lpData, values * 2);
+    if (header.dwBytesRecorded == header.dwBufferLength) device_.waveInAddBuffer(header);
+  });
+  EXPECT_EQ(opened, MMSYSERR_NOERROR) << "recording through loopmic";
+  for (WAVEHDR& header : headers_) {
+    device_.waveInPrepareHeader(header);
+    device_.waveInAddBuffer(header);
+  }
+  device_.waveInStart();
+}
+
+LoopbackRecorder::~LoopbackRecorder() { device_.waveInClose(); }
+
+std::vector<int16_t> LoopbackRecorder::Samples() const {
+  std::lock_guard lock(mutex_);
+  return samples_;
+}
+
+double ToneAmplitude(const std::vector<int16_t>& samples, int32_t channels, int32_t rate,
+                     double frequency, size_t first, size_t count) {
+  double re = 0;
+  double im = 0;
+  const double step = 2 * std::numbers::pi * frequency / rate;
+  for (size_t i = 0; i < count; ++i) {
+    const size_t at = (first + i) * static_cast<size_t>(channels);
+    if (at >= samples.size()) break;
+    re += samples[at] * std::cos(step * static_cast<double>(i));
+    im += samples[at] * std::sin(step * static_cast<double>(i));
+  }
+  return 2 * std::hypot(re, im) / static_cast<double>(count);
+}
+
+size_t FirstSound(const std::vector<int16_t>& samples, int32_t channels, int threshold) {
+  for (size_t i = 0; i < samples.size(); i += static_cast<size_t>(channels)) {
+    if (std::abs(samples[i]) > threshold) return i / static_cast<size_t>(channels);
+  }
+  return samples.size() / static_cast<size_t>(channels);
+}
+
+}  // namespace quorvane::testing

@@ -1,0 +1,228 @@
+// Playback on a real sound server: the play routine hands a document range to the player,
+// which plays it through the null sink; "loopmic" records what was played. The position
+// follows the clock, pause, continue, loop and stop act as a user hears them, and every
+// kind of block reaches the device in order and at its level.
+#include <gtest/gtest.h>
+
+#include <QElapsedTimer>
+#include <QTest>
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <numbers>
+
+#include "devices/DsPlayClass.h"
+#include "devices/PlayControl.h"
+#include "formats/OpenSaveClass.h"
+#include "storage/FileMemoClass.h"
+#include "tests/devices/LoopbackRecorder.h"
+#include "tests/support/SessionFixture.h"
+#include "tests/support/WaveBuilder.h"
+
+namespace quorvane::testing {
+namespace {
+
+std::vector<int16_t> Tone(double frequency, int rate, int amplitude, int frames) {
+  std::vector<int16_t> samples(static_cast<size_t>(frames));
+  for (int i = 0; i < frames; ++i) {
+    samples[static_cast<size_t>(i)] = static_cast<int16_t>(
+        std::lround(amplitude * std::sin(2 * std::numbers::pi * frequency * i / rate)));
+  }
+  return samples;
+}
+
+class Playback : public SessionTest {
+ protected:
+  Playback() {
+    CreatePlayer();
+    SoundDriverSwitch(true, 1);
+    SetPlayToolbar({[this](int32_t state) { shownStates.push_back(state); }, {}, {}});
+  }
+  ~Playback() override {
+    PlayControl(6);
+    SetPlayDocument(nullptr);
+    SetPlayToolbar({});
+    SoundDriverSwitch(false, 0);
+    ReleasePlayer();
+  }
+
+  // Loads a WAV of the channels (left, and right for stereo) as the played document: its
+  // blocks lie in the source file.
+  void Load(int channels, int rate, int bits, const std::vector<int16_t>& left,
+            const std::vector<int16_t>& right = {}) {
+    const std::string name = files.File("track.wav");
+    std::ofstream(name, std::ios::binary)
+        << PcmWave(channels, rate, bits, channels == 2 ? Interleave(left, right) : left);
+    ASSERT_TRUE(OpenSaveClass().FileLoadWave(document, name));
+    SetPlayDocument(&document);
+  }
+
+  void Play(int32_t from, int32_t to) {
+    PlayFrom = from;
+    PlayTo = to;
+    PlayControl(11);
+  }
+
+  // Waits until the player has stopped, noting the furthest position it reported.
+  int32_t FurthestUntilStopped(int timeoutMs) {
+    int32_t furthest = 0;
+    EXPECT_TRUE(QTest::qWaitFor(
+        [&] {
+          furthest = std::max(furthest, PlayedSamples());
+          return CurrentPlayState() == 0;
+        },
+        timeoutMs));
+    return furthest;
+  }
+
+  FileMemoClass document;
+  std::vector<int32_t> shownStates;
+};
+
+TEST_F(Playback, PlayedSamplesFollowTheClockAndReachTheRangeLength) {
+  const int rate = 44100;
+  Load(2, rate, 16, Tone(440, rate, 3000, 2 * rate), Tone(660, rate, 3000, 2 * rate));
+  Play(1, 2 * rate);
+  EXPECT_EQ(CurrentPlayState(), 1);
+  ASSERT_TRUE(QTest::qWaitFor([] { return PlayedSamples() > rate / 5; }, 3000));
+  QElapsedTimer clock;
+  clock.start();
+  const int32_t first = PlayedSamples();
+  QTest::qWait(1000);
+  const int32_t last = PlayedSamples();
+  const double wall = static_cast<double>(clock.nsecsElapsed()) / 1e9;
+  EXPECT_NEAR(static_cast<double>(last - first) / rate, wall, 0.05 * wall);
+  const int32_t furthest = FurthestUntilStopped(5000);
+  EXPECT_EQ(CurrentPlayState(), 0);
+  EXPECT_GE(furthest, 2 * rate - rate / 10);
+  EXPECT_LE(furthest, 2 * rate);
+}
+
+TEST_F(Playback, PauseHoldsThePositionContinueResumesStopEnds) {
+  const int rate = 22050;
+  Load(1, rate, 16, Tone(440, rate, 3000, 3 * rate));
+  Play(1, 3 * rate);
+  ASSERT_TRUE(QTest::qWaitFor([] { return PlayedSamples() > rate / 5; }, 3000));
+  PlayControl(3);
+  EXPECT_EQ(CurrentPlayState(), 3);
+  const int32_t paused = PlayedSamples();
+  QTest::qWait(300);
+  EXPECT_NEAR(PlayedSamples(), paused, rate / 100);
+  PlayControl(3);
+  EXPECT_EQ(CurrentPlayState(), 1);
+  EXPECT_TRUE(QTest::qWaitFor([&] { return PlayedSamples() > paused + rate / 5; }, 3000));
+  PlayControl(2);
+  EXPECT_EQ(CurrentPlayState(), 0);
+  EXPECT_EQ(shownStates, (std::vector<int32_t>{1, 3, 1, 0}));
+}
+
+TEST_F(Playback, LoopRestartsAtTheRangeStartUntilStopped) {
+  const int rate = 22050;
+  Load(1, rate, 16, Tone(440, rate, 3000, rate));
+  PassLoopToPlayer(true);
+  Play(1, rate / 4);
+  int32_t previous = 0;
+  bool wrapped = false;
+  EXPECT_TRUE(QTest::qWaitFor(
+      [&] {
+        const int32_t now = PlayedSamples();
+        wrapped = now < previous;
+        previous = now;
+        return wrapped;
+      },
+      3000));
+  EXPECT_EQ(CurrentPlayState(), 1);
+  PlayControl(2);
+  EXPECT_EQ(CurrentPlayState(), 0);
+}
+
+// One tone per kind of block: a source file, memory that play writes to a temporary file,
+// and silence; the recording must hold them in this order.
+TEST_F(Playback, BlocksOfEveryKindPlayTheirSamplesInOrder) {
+  const int rate = 44100;
+  const int part = rate / 2;
+  Load(1, rate, 16, Tone(500, rate, 6000, part));
+  BlockCarrBuffClass memory;
+  memory.ReDimSize(part);
+  const std::vector<int16_t> second = Tone(1200, rate, 6000, part);
+  for (int32_t i = 1; i <= part; ++i) memory.WaveLR(i, second[static_cast<size_t>(i - 1)]);
+  document.WaveDataInsert(part + 1, 1, &memory, nullptr, "Record", true);
+  BlockCarrBuffClass silence;
+  const int32_t quiet = NewBlock(part, BlockSilence);
+  BlockTable[static_cast<size_t>(quiet)].Start = 1;
+  silence.BuffBlocksPutFresh({quiet});
+  silence.WaveINos = part;
+  document.WaveDataInsert(2 * part + 1, 1, &silence, nullptr, "Record", true);
+  const std::vector<int16_t> last = Tone(800, rate, 6000, part);
+  BlockCarrBuffClass fourth;
+  fourth.ReDimSize(part);
+  for (int32_t i = 1; i <= part; ++i) fourth.WaveLR(i, last[static_cast<size_t>(i - 1)]);
+  document.WaveDataInsert(3 * part + 1, 1, &fourth, nullptr, "Record", true);
+  ASSERT_EQ(document.WavWaveINos, 4 * part);
+
+  LoopbackRecorder ear(1, rate);
+  Play(1, 4 * part);
+  FurthestUntilStopped(8000);
+  QTest::qWait(200);
+  const std::vector<int16_t> heard = ear.Samples();
+  const size_t start = FirstSound(heard, 1, 1000);
+  ASSERT_LT(start + 4 * static_cast<size_t>(part), heard.size());
+  // The middle fifth of each quarter, away from the joins.
+  const auto strength = [&](int quarter, double frequency) {
+    return ToneAmplitude(heard, 1, rate, frequency,
+                         start + static_cast<size_t>(quarter * part + 2 * part / 5),
+                         static_cast<size_t>(part / 5));
+  };
+  EXPECT_NEAR(strength(0, 500), 6000, 600);
+  EXPECT_NEAR(strength(1, 1200), 6000, 600);
+  EXPECT_LT(strength(2, 500) + strength(2, 1200) + strength(2, 800), 100);
+  EXPECT_NEAR(strength(3, 800), 6000, 600);
+  EXPECT_LT(strength(0, 1200), 300);
+  EXPECT_LT(strength(1, 500), 300);
+}
+
+// 8-bit values reach the device raised to 16 bits, one channel on both of a stereo
+// device.
+TEST_F(Playback, EightBitMonoPlaysAtItsLevelOnBothChannels) {
+  const int rate = 22050;
+  Load(1, rate, 8, Tone(700, rate, 60, rate));
+  LoopbackRecorder ear(2, 44100);
+  Play(1, rate);
+  FurthestUntilStopped(5000);
+  QTest::qWait(200);
+  const std::vector<int16_t> heard = ear.Samples();
+  const size_t start = FirstSound(heard, 2, 3000);
+  for (int channel = 0; channel < 2; ++channel) {
+    const std::vector<int16_t> one(heard.begin() + channel, heard.end());
+    EXPECT_NEAR(ToneAmplitude(one, 2, 44100, 700, start + 11025, 11025), 60 * 256, 1500);
+  }
+}
+
+TEST_F(Playback, RangesUnderFiveMillisecondsAreRefused) {
+  const int rate = 22050;
+  Load(1, rate, 16, Tone(440, rate, 3000, rate));
+  Play(1000, 1099);
+  EXPECT_EQ(CurrentPlayState(), 0);
+  ASSERT_EQ(ui.messages.size(), 1U);
+  EXPECT_EQ(ui.messages[0].text, "The audio track is too small to play.");
+  EXPECT_EQ(ui.messages[0].icon, MessageIcon::Exclamation);
+  Play(1000, 1110);
+  EXPECT_EQ(ui.messages.size(), 1U);
+  EXPECT_NE(CurrentPlayState(), 0);
+}
+
+// The player's own messages reach the person, except its "S2".
+TEST_F(Playback, AFileThatCannotBeReadIsReportedByThePlayer) {
+  const int rate = 22050;
+  Load(1, rate, 16, Tone(440, rate, 3000, rate / 2));
+  std::filesystem::remove(files.File("track.wav"));
+  DsPlay()->Dll_MsgBoxOb("S2", "Player");
+  Play(1, rate / 2);
+  ASSERT_TRUE(QTest::qWaitFor([&] { return !ui.messages.empty(); }, 3000));
+  EXPECT_EQ(ui.messages[0].text, "Cannot read the audio to play.\n" + files.File("track.wav") +
+                                     ": No such file or directory");
+  EXPECT_EQ(ui.messages[0].caption, "Play failed");
+}
+
+}  // namespace
+}  // namespace quorvane::testing

@@ -1,0 +1,155 @@
+// The recording dialog on a real sound server: a tone played through the null sink comes
+// back through "loopmic" into the dialog's file at its frequency and level; the dialog's
+// labels, buttons and file follow Start, Stop, Done and Cancel.
+#include <gtest/gtest.h>
+
+#include <QLabel>
+#include <QPushButton>
+#include <QTest>
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <numbers>
+
+#include "devices/PlayControl.h"
+#include "formats/OpenSaveClass.h"
+#include "storage/FileMemoClass.h"
+#include "tests/devices/LoopbackRecorder.h"
+#include "tests/support/SessionFixture.h"
+#include "tests/support/WaveBuilder.h"
+#include "ui/PictureBox.h"
+#include "ui/Recd_Frm.h"
+
+namespace quorvane::testing {
+namespace {
+
+std::vector<int16_t> Sine(double frequency, int rate, int amplitude, int frames) {
+  std::vector<int16_t> samples(static_cast<size_t>(frames));
+  for (int i = 0; i < frames; ++i) {
+    samples[static_cast<size_t>(i)] = static_cast<int16_t>(
+        std::lround(amplitude * std::sin(2 * std::numbers::pi * frequency * i / rate)));
+  }
+  return samples;
+}
+
+uint32_t Le32At(const std::string& bytes, size_t at) {
+  uint32_t value = 0;
+  for (size_t i = 0; i < 4; ++i)
+    value |= static_cast<uint32_t>(static_cast<uint8_t>(bytes[at + i])) << (8 * i);
+  return value;
+}
+
+std::string FileBytes(const std::string& name) {
+  std::ifstream in(name, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), {}};
+}
+
+using Recording = SessionTest;
+
+// Records while the play routine plays a stereo tone range; the file holds both tones.
+TEST_F(Recording, LoopBackPlayedToneComesBackAtItsFrequencyAndLevel) {
+  const int rate = 44100;
+  const std::string track = files.File("tone.wav");
+  std::ofstream(track, std::ios::binary) << PcmWave(
+      2, rate, 16, Interleave(Sine(1000, rate, 8000, 2 * rate), Sine(1500, rate, 4000, 2 * rate)));
+  FileMemoClass document;
+  ASSERT_TRUE(OpenSaveClass().FileLoadWave(document, track));
+  CreatePlayer();
+  SoundDriverSwitch(true, 1);
+  SetPlayDocument(&document);
+
+  Recd_Frm form(nullptr, 2, rate, 16);
+  ASSERT_TRUE(form.FormInitilize());
+  EXPECT_EQ(form.Fmt_Lbl->text().toStdString(), "(Stereo, 44100 Hz,  16 Bits)");
+  form.Start_Btn_Click();
+  EXPECT_EQ(form.Start_Btn->text().toStdString(), "Stop");
+  EXPECT_EQ(form.Rec_Stat_Lbl->text().toStdString(), "Recording");
+  EXPECT_FALSE(form.Done_Btn->isEnabled() || form.Cancel_Btn->isEnabled() ||
+               form.RecSrcBtn->isEnabled());
+  PlayFrom = 1;
+  PlayTo = 2 * rate;
+  PlayControl(11);
+  EXPECT_TRUE(QTest::qWaitFor([] { return CurrentPlayState() == 0; }, 8000));
+  EXPECT_TRUE(QTest::qWaitFor([&] { return form.FramesWritten() > 2 * rate + rate / 5; }, 3000));
+  form.Start_Btn_Click();
+  EXPECT_EQ(form.Start_Btn->text().toStdString(), "Start/Stop");
+  EXPECT_FALSE(form.Start_Btn->isEnabled());
+  EXPECT_TRUE(form.Done_Btn->isEnabled() && form.Cancel_Btn->isEnabled());
+  EXPECT_EQ(form.Rec_Stat_Lbl->text().toStdString(), "Recording Done");
+  // The partly filled buffer the stop handed back.
+  EXPECT_TRUE(QTest::qWaitFor([] { return !RecBufferReady; }, 1000));
+  form.Done_Btn_Click();
+  EXPECT_TRUE(form.OkClicked);
+  EXPECT_EQ(form.BytesLost(), 0);
+  SetPlayDocument(nullptr);
+  ReleasePlayer();
+
+  const std::string bytes = FileBytes(form.RecordFileName);
+  ASSERT_GT(bytes.size(), 44U);
+  EXPECT_EQ(bytes.substr(0, 16), std::string("RIFF") + bytes.substr(4, 4) + "WAVEfmt ");
+  const uint32_t dataSize = Le32At(bytes, 40);
+  EXPECT_EQ(dataSize, static_cast<uint32_t>(form.FramesWritten() * 4));
+  EXPECT_EQ(Le32At(bytes, 4), dataSize + 36);
+  EXPECT_EQ(bytes.size(), 44 + dataSize);
+  std::vector<int16_t> heard((bytes.size() - 44) / 2);
+  std::memcpy(heard.data(), bytes.data() + 44, heard.size() * 2);
+  const size_t start = FirstSound(heard, 2, 2000);
+  ASSERT_LT(start + static_cast<size_t>(rate) + rate / 2, heard.size() / 2);
+  const std::vector<int16_t> right(heard.begin() + 1, heard.end());
+  const auto at = start + static_cast<size_t>(rate / 2);
+  EXPECT_NEAR(ToneAmplitude(heard, 2, rate, 1000, at, rate / 2), 8000, 400);
+  EXPECT_NEAR(ToneAmplitude(right, 2, rate, 1500, at, rate / 2), 4000, 200);
+  EXPECT_LT(ToneAmplitude(heard, 2, rate, 1500, at, rate / 2), 100);
+}
+
+struct FormatCase {
+  int channels;
+  int rate;
+  const char* label;
+  bool supported;
+  QColor rightMeter;
+};
+
+TEST_F(Recording, FormatLabelSupportAndMeterFollowTheWorkingFormat) {
+  for (const FormatCase& c :
+       {FormatCase{1, 22050, "(Mono, 22050 Hz,  16 Bits)", true, QColor(0xC0, 0xC0, 0xC0)},
+        FormatCase{2, 48000, "(Stereo, 48000 Hz,  16 Bits)", false, Qt::white}}) {
+    Recd_Frm form(nullptr, c.channels, c.rate, 16);
+    ASSERT_TRUE(form.FormInitilize());
+    EXPECT_EQ(form.Fmt_Lbl->text().toStdString(), c.label);
+    EXPECT_EQ(!form.FmtSup_Lbl->isHidden(), !c.supported) << c.label;
+    if (!c.supported) {
+      EXPECT_EQ(form.FmtSup_Lbl->text().toStdString(), "Format not supported");
+    }
+    EXPECT_EQ(form.RecShowRPic->Background(), c.rightMeter);
+  }
+}
+
+TEST_F(Recording, CancelAfterStopDeletesTheFile) {
+  Recd_Frm form(nullptr, 1, 22050, 16);
+  ASSERT_TRUE(form.FormInitilize());
+  form.Start_Btn_Click();
+  EXPECT_TRUE(QTest::qWaitFor([&] { return form.FramesWritten() > 0; }, 3000));
+  form.Start_Btn_Click();
+  ASSERT_TRUE(std::filesystem::exists(form.RecordFileName));
+  form.Cancel_Btn_Click();
+  EXPECT_FALSE(form.OkClicked);
+  EXPECT_FALSE(std::filesystem::exists(form.RecordFileName));
+}
+
+TEST_F(Recording, MissingVolumeControlIsNamedWithTheFoldersSearched) {
+  const std::vector<std::string> kept = Recd_Frm::VolumeControlFolders;
+  Recd_Frm::VolumeControlFolders = {files.File("bin"), files.File("local")};
+  Recd_Frm form(nullptr, 1, 22050, 16);
+  form.RecSrcBtn_Click();
+  Recd_Frm::VolumeControlFolders = kept;
+  ASSERT_EQ(ui.messages.size(), 1U);
+  EXPECT_EQ(ui.messages[0].text, "The file pavucontrol is not found in " + files.File("bin") +
+                                     " and " + files.File("local") +
+                                     "\r\nthat is needed to set recording sound source\r\n"
+                                     "Please set recording source using volume control in "
+                                     "windows task bar.");
+}
+
+}  // namespace
+}  // namespace quorvane::testing

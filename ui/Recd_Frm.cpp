@@ -1,0 +1,456 @@
+#include "ui/Recd_Frm.h"
+
+#include <QCloseEvent>
+#include <QGridLayout>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QPainter>
+#include <QProcess>
+#include <QPushButton>
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <filesystem>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "core/ErrorReport.h"
+#include "core/FileHelpers.h"
+#include "core/Interaction.h"
+#include "core/Numbers.h"
+#include "ui/PictureBox.h"
+#include "ui/ShowHelp.h"
+
+namespace quorvane {
+
+std::atomic<bool> RecBufferReady{false};
+std::vector<std::string> Recd_Frm::VolumeControlFolders = {"/usr/bin", "/usr/local/bin"};
+
+namespace {
+
+constexpr const char* kOpenFailed = "(Open audio device for recording - failed)";
+constexpr const char* kPrepareFailed = "(Prepare recording buffer - Failed)";
+const QColor kStereoMeter(0xFF, 0xFF, 0xFF);
+const QColor kMonoMeter(0xC0, 0xC0, 0xC0);
+
+// The timer of the dialog that records now; the device's callback starts it.
+std::atomic<QTimer*> g_recTimer{nullptr};
+
+// The device's callback, on the device's thread: a flag and the timer, nothing else.
+void WaveInCallback(uint32_t message) {
+  if (message != WIM_DATA) return;
+  RecBufferReady = true;
+  if (QTimer* timer = g_recTimer.load()) {
+    QMetaObject::invokeMethod(timer, qOverload<>(&QTimer::start), Qt::QueuedConnection);
+  }
+}
+
+std::string OpenErrorText(int32_t code) {
+  switch (code) {
+    case MMSYSERR_BADDEVICEID:
+      return "Specified device identifier is out of range.";
+    case MMSYSERR_ALLOCATED:
+      return "Device already in use.";
+    case MMSYSERR_NODRIVER:
+      return "No device driver is present.";
+    case MMSYSERR_NOMEM:
+      return "Unable to allocate or lock memory.";
+    case WAVERR_BADFORMAT:
+      return "Attempted to open with an unsupported waveform-audio format.";
+    default:
+      return "Unable to open audio device.";
+  }
+}
+
+// Texts of a failed prepare (the open table for its codes) and of a failed add.
+std::string PrepareErrorText(int32_t code) {
+  switch (code) {
+    case MMSYSERR_BADDEVICEID:
+    case MMSYSERR_ALLOCATED:
+    case MMSYSERR_NODRIVER:
+    case MMSYSERR_NOMEM:
+    case WAVERR_BADFORMAT:
+      return OpenErrorText(code);
+    default:
+      return "";
+  }
+}
+
+std::string AddErrorText(int32_t code) {
+  switch (code) {
+    case MMSYSERR_INVALHANDLE:
+      return "Specified device handle is invalid.";
+    case MMSYSERR_NODRIVER:
+      return "No device driver is present.";
+    case MMSYSERR_NOMEM:
+      return "Unable to allocate or lock memory.";
+    case MMSYSERR_INVALPARAM:
+      return "Invalid parameter passed";
+    default:
+      return "";
+  }
+}
+
+// The capability bit of a format: the mono bit times the channel count.
+uint32_t FormatBit(int32_t rate, int32_t bits, int32_t channels) {
+  uint32_t mono = 0;
+  if (rate == 11025) mono = bits == 8 ? 1 : bits == 16 ? 4 : 0;
+  if (rate == 22050) mono = bits == 8 ? 16 : bits == 16 ? 64 : 0;
+  if (rate == 44100) mono = bits == 8 ? 256 : bits == 16 ? 1024 : 0;
+  return mono * static_cast<uint32_t>(channels);
+}
+
+void PutLe32(uint8_t* at, uint32_t value) {
+  for (int i = 0; i < 4; ++i) at[i] = static_cast<uint8_t>(value >> (8 * i));
+}
+
+void PutLe16(uint8_t* at, uint16_t value) {
+  at[0] = static_cast<uint8_t>(value);
+  at[1] = static_cast<uint8_t>(value >> 8);
+}
+
+}  // namespace
+
+Recd_Frm::Recd_Frm(QWidget* parent, int32_t channels, int32_t rate, int32_t bits)
+    : QDialog(parent), channels_(channels == 2 ? 2 : 1), rate_(rate), bits_(bits) {
+  setWindowTitle(" Record Sound");
+  setModal(true);
+  auto* grid = new QGridLayout(this);
+  const auto label = [this](const QString& name, const QString& text) {
+    auto* created = new QLabel(text, this);
+    created->setObjectName(name);
+    return created;
+  };
+  const auto button = [this](const QString& name, const QString& text) {
+    auto* created = new QPushButton(text, this);
+    created->setObjectName(name);
+    created->setAutoDefault(false);
+    return created;
+  };
+  Fmt_Lbl = label("Fmt_Lbl", "Stereo, 00000 Hz, 0 Bits");
+  FmtSup_Lbl = label("FmtSup_Lbl", "Support for this format?");
+  Dur_Lbl = label("Dur_Lbl", "0.0");
+  Rec_Stat_Lbl = label("Rec_Stat_Lbl", "Ready To Record");
+  Start_Btn = button("Start_Btn", "Start");
+  Start_Btn->setProperty("tag", "0");
+  Done_Btn = button("Done_Btn", "Done");
+  Cancel_Btn = button("Cancel_Btn", "Cancel");
+  RecSrcBtn = button("RecSrcBtn", "Recording Source && Volume");
+  RecShowLPic = new PictureBox(this);
+  RecShowRPic = new PictureBox(this);
+  for (PictureBox* meter : {RecShowLPic, RecShowRPic}) meter->setFixedSize(16, 100);
+  grid->addWidget(new QLabel("Recording Format:", this), 0, 0);
+  grid->addWidget(Fmt_Lbl, 0, 1);
+  grid->addWidget(FmtSup_Lbl, 1, 1);
+  grid->addWidget(new QLabel("Recorded Duration:", this), 2, 0);
+  grid->addWidget(Dur_Lbl, 2, 1);
+  grid->addWidget(Rec_Stat_Lbl, 3, 0, 1, 2);
+  grid->addWidget(RecShowLPic, 0, 2, 4, 1);
+  grid->addWidget(RecShowRPic, 0, 3, 4, 1);
+  grid->addWidget(Start_Btn, 4, 0);
+  grid->addWidget(Done_Btn, 4, 1);
+  grid->addWidget(Cancel_Btn, 4, 2, 1, 2);
+  grid->addWidget(RecSrcBtn, 5, 0, 1, 4);
+  connect(Start_Btn, &QPushButton::clicked, this, [this] { Start_Btn_Click(); });
+  connect(Done_Btn, &QPushButton::clicked, this, [this] { Done_Btn_Click(); });
+  connect(Cancel_Btn, &QPushButton::clicked, this, [this] { Cancel_Btn_Click(); });
+  connect(RecSrcBtn, &QPushButton::clicked, this, [this] { RecSrcBtn_Click(); });
+  Rec_Timer.setInterval(10);
+  Rec_Timer.setSingleShot(true);
+  connect(&Rec_Timer, &QTimer::timeout, this, [this] { Rec_Timer_Timer(); });
+  g_recTimer = &Rec_Timer;
+}
+
+Recd_Frm::~Recd_Frm() {
+  CloseDevice();
+  g_recTimer = nullptr;
+}
+
+void Recd_Frm::closeEvent(QCloseEvent* event) {
+  CloseDevice();
+  QDialog::closeEvent(event);
+}
+
+void Recd_Frm::keyPressEvent(QKeyEvent* event) {
+  if (event->key() == Qt::Key_F1) {
+    ShowHelp();
+    return;
+  }
+  QDialog::keyPressEvent(event);
+}
+
+void Recd_Frm::CloseDevice() {
+  if (!device_.IsOpen()) return;
+  recording_ = false;
+  device_.waveInReset();
+  device_.waveInClose();
+}
+
+bool Recd_Frm::FormInitilize() {
+  RecordFileName.clear();
+  OkClicked = false;
+  Done_Btn->setEnabled(false);
+  Fmt_Lbl->setText(QString("(%1, %2 Hz,  %3 Bits)")
+                       .arg(channels_ == 2 ? "Stereo" : "Mono")
+                       .arg(rate_)
+                       .arg(bits_));
+  const auto fail = [this](const std::string& text) {
+    UserInterface().Message(text + kCrLf + kOpenFailed);
+    hide();
+    return false;
+  };
+  if (WaveInDevice::waveInGetNumDevs() == 0) return fail("Audio Device not found");
+  const int32_t opened = device_.waveInOpen({channels_, rate_, bits_}, WaveInCallback);
+  if (opened != MMSYSERR_NOERROR) return fail(OpenErrorText(opened));
+  uint32_t formats = 0;
+  if (device_.waveInGetDevCaps(formats) == MMSYSERR_NOERROR) {
+    const uint32_t bit = FormatBit(rate_, bits_, channels_);
+    if (bit != 0 && (formats & bit) != 0) {
+      FmtSup_Lbl->hide();
+    } else {
+      FmtSup_Lbl->setStyleSheet("color: rgb(255, 0, 0)");
+      FmtSup_Lbl->setText("Format not supported");
+      FmtSup_Lbl->show();
+    }
+  }
+  framesWritten_ = 0;
+  left_.clear();
+  right_.clear();
+  RecShowLPic->SetBackground(kStereoMeter);
+  RecShowRPic->SetBackground(channels_ == 2 ? kStereoMeter : kMonoMeter);
+  ClearMeters();
+  return true;
+}
+
+uint32_t Recd_Frm::BufferBytes() const {
+  const float tenth = 0.1F;  // the single-precision tenth the lengths are computed with
+  return static_cast<uint32_t>(RoundHalfEven(static_cast<double>(bits_) / 8.0 *
+                                             (rate_ * static_cast<double>(tenth)) * channels_));
+}
+
+void Recd_Frm::SizeBuffer(RecordBuffer& buffer) {
+  const uint32_t bytes = BufferBytes();
+  // A 16-bit buffer is an array of round(bytes / 2) values, at least as long as the bytes.
+  const size_t room = bits_ == 16 ? 2 * static_cast<size_t>(RoundHalfEven(bytes / 2.0)) : bytes;
+  buffer.data.resize(std::max<size_t>(room, bytes));
+  buffer.header.lpData = buffer.data.data();
+  buffer.header.dwBufferLength = bytes;
+  buffer.header.dwBytesRecorded = 0;
+  buffer.header.Prepared = false;
+  buffer.header.Done = false;
+}
+
+void Recd_Frm::Start_Btn_Click() {
+  if (Start_Btn->property("tag").toString() == "1") {
+    Start_Btn->setProperty("tag", "0");
+    Start_Btn->setEnabled(false);
+    Start_Btn->setText("Start/Stop");
+    recording_ = false;
+    {
+      BusyPointer busy;
+      device_.waveInStop();
+      device_.waveInReset();
+    }
+    Done_Btn->setEnabled(true);
+    Cancel_Btn->setEnabled(true);
+    RecSrcBtn->setEnabled(true);
+    Rec_Stat_Lbl->setText("Recording Done");
+    ClearMeters();
+    return;
+  }
+  OpenRecordFile();
+  Start_Btn->setProperty("tag", "1");
+  Start_Btn->setText("Stop");
+  Done_Btn->setEnabled(false);
+  Cancel_Btn->setEnabled(false);
+  RecSrcBtn->setEnabled(false);
+  recording_ = true;
+  framesWritten_ = 0;
+  Dur_Lbl->setText("0.0");
+  RecBufferReady = false;
+  expected_ = 0;
+  for (RecordBuffer& buffer : buffers_) SizeBuffer(buffer);
+  std::string failure;
+  int32_t code = device_.waveInPrepareHeader(buffers_[0].header);
+  if (code == MMSYSERR_NOERROR) code = device_.waveInPrepareHeader(buffers_[1].header);
+  if (code != MMSYSERR_NOERROR) {
+    failure = PrepareErrorText(code);
+  } else {
+    code = device_.waveInAddBuffer(buffers_[0].header);
+    if (code == MMSYSERR_NOERROR) code = device_.waveInAddBuffer(buffers_[1].header);
+    if (code != MMSYSERR_NOERROR) {
+      failure = AddErrorText(code);
+    } else {
+      Rec_Stat_Lbl->setText("Recording");
+      device_.waveInStart();
+    }
+  }
+  if (!failure.empty()) UserInterface().Message(failure + kCrLf + kPrepareFailed);
+  scale_ = static_cast<double>(RecShowLPic->height()) / (bits_ == 8 ? 127 : 32767);
+}
+
+void Recd_Frm::Rec_Timer_Timer() {
+  Rec_Timer.stop();
+  if (!RecBufferReady) return;
+  RecBufferReady = false;
+  // The buffers come back strictly in turn; when the handler came late and both are
+  // back, both are handled, so that no audio is dropped.
+  while (buffers_[static_cast<size_t>(expected_)].header.Done) {
+    RecordBuffer& buffer = buffers_[static_cast<size_t>(expected_)];
+    expected_ = 1 - expected_;
+    HandleBuffer(buffer);
+  }
+}
+
+void Recd_Frm::HandleBuffer(RecordBuffer& buffer) {
+  const uint32_t recorded = buffer.header.dwBytesRecorded;
+  taken_.assign(buffer.data.begin(), buffer.data.begin() + recorded);
+  device_.waveInUnprepareHeader(buffer.header);
+  SizeBuffer(buffer);
+  device_.waveInPrepareHeader(buffer.header);
+  if (recording_) device_.waveInAddBuffer(buffer.header);
+
+  const int32_t frameBytes = bits_ / 8 * channels_;
+  const int32_t frames = RoundHalfEven(static_cast<double>(recorded) / frameBytes);
+  const int64_t offset = framesWritten_;
+  framesWritten_ += frames;
+  Dur_Lbl->setText(
+      QString::fromStdString(FormatOneDecimal(static_cast<double>(framesWritten_) / rate_)));
+  if (frames <= 0) return;
+  left_.resize(static_cast<size_t>(frames));
+  right_.resize(channels_ == 2 ? static_cast<size_t>(frames) : 0);
+  const auto sample = [&](size_t index) -> int16_t {
+    if (bits_ == 8) return index < taken_.size() ? static_cast<int16_t>(taken_[index] - 128) : 0;
+    const size_t at = 2 * index;
+    return at + 1 < taken_.size() ? static_cast<int16_t>(taken_[at] | (taken_[at + 1] << 8)) : 0;
+  };
+  for (int32_t i = 0; i < frames; ++i) {
+    const auto at = static_cast<size_t>(i);
+    left_[at] = sample(at * static_cast<size_t>(channels_));
+    if (channels_ == 2) right_[at] = sample(2 * at + 1);
+  }
+  DrawMeter(*RecShowLPic, left_, frames);
+  if (channels_ == 2) DrawMeter(*RecShowRPic, right_, frames);
+  WriteRecordedBlock(static_cast<int32_t>(offset), frames);
+}
+
+void Recd_Frm::DrawMeter(PictureBox& meter, const std::vector<int16_t>& samples, int32_t frames) {
+  int peak = 0;
+  for (const double part : {0.25, 0.5, 0.75, 1.0}) {
+    const int32_t position = std::clamp(RoundHalfEven(frames * part), 1, frames);
+    peak = std::max(peak, std::abs(static_cast<int>(samples[static_cast<size_t>(position - 1)])));
+  }
+  meter.Clear();
+  QPainter painter(&meter.Image());
+  const int height = static_cast<int>(std::lround(peak * scale_));
+  painter.fillRect(QRect(0, meter.height() - height, meter.width(), height), Qt::black);
+  painter.end();
+  meter.update();
+}
+
+void Recd_Frm::ClearMeters() {
+  RecShowLPic->Clear();
+  RecShowRPic->Clear();
+  RecShowLPic->update();
+  RecShowRPic->update();
+}
+
+void Recd_Frm::Done_Btn_Click() {
+  hide();
+  {
+    BusyPointer busy;
+    WriteRecordHeader(framesWritten_);
+  }
+  OkClicked = true;
+  accept();
+}
+
+void Recd_Frm::Cancel_Btn_Click() {
+  DiscardRecordFile();
+  OkClicked = false;
+  hide();
+  reject();
+}
+
+void Recd_Frm::OpenRecordFile() {
+  RecordFileName = NewTempFileName("wav");
+  file_ = FileHandle(::open(RecordFileName.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
+  if (!file_.IsOpen()) {
+    UserInterface().Message(ErrorDescription(std::system_error(errno, std::generic_category())) +
+                            kCrLf + RecordFileName);
+  }
+}
+
+void Recd_Frm::WriteRecordedBlock(int32_t frameOffset, int32_t frameCount) {
+  const int32_t sampleBytes = bits_ / 8;
+  const size_t values = static_cast<size_t>(frameCount) * static_cast<size_t>(channels_);
+  fileBytes_.resize(values * static_cast<size_t>(sampleBytes));
+  size_t at = 0;
+  for (int32_t i = 0; i < frameCount; ++i) {
+    for (int32_t channel = 0; channel < channels_; ++channel) {
+      const int16_t value = (channel == 0 ? left_ : right_)[static_cast<size_t>(i)];
+      if (sampleBytes == 1) {
+        fileBytes_[at++] = static_cast<uint8_t>(value + 128);
+      } else {
+        PutLe16(&fileBytes_[at], static_cast<uint16_t>(value));
+        at += 2;
+      }
+    }
+  }
+  const off_t position =
+      44 + static_cast<off_t>(frameOffset) * static_cast<off_t>(sampleBytes * channels_);
+  if (file_.IsOpen() && ::pwrite(file_.Descriptor(), fileBytes_.data(), fileBytes_.size(),
+                                 position) != static_cast<ssize_t>(fileBytes_.size())) {
+    UserInterface().Message(ErrorDescription(std::system_error(errno, std::generic_category())) +
+                            kCrLf + RecordFileName);
+  }
+}
+
+void Recd_Frm::WriteRecordHeader(int64_t frames) {
+  const uint32_t frameBytes = static_cast<uint32_t>(bits_ / 8 * channels_);
+  const auto dataSize = static_cast<uint32_t>(frames * frameBytes);
+  uint8_t header[44];
+  std::memcpy(header, "RIFF", 4);
+  PutLe32(header + 4, dataSize + 36);
+  std::memcpy(header + 8, "WAVEfmt ", 8);
+  PutLe32(header + 16, 16);
+  PutLe16(header + 20, 1);
+  PutLe16(header + 22, static_cast<uint16_t>(channels_));
+  PutLe32(header + 24, static_cast<uint32_t>(rate_));
+  PutLe32(header + 28, static_cast<uint32_t>(rate_) * frameBytes);
+  PutLe16(header + 32, static_cast<uint16_t>(frameBytes));
+  PutLe16(header + 34, static_cast<uint16_t>(bits_));
+  std::memcpy(header + 36, "data", 4);
+  PutLe32(header + 40, dataSize);
+  if (file_.IsOpen()) {
+    if (::pwrite(file_.Descriptor(), header, sizeof header, 0) != sizeof header) {
+      UserInterface().Message(ErrorDescription(std::system_error(errno, std::generic_category())) +
+                              kCrLf + RecordFileName);
+    }
+    file_.Close();
+  }
+}
+
+void Recd_Frm::DiscardRecordFile() {
+  file_.Close();
+  if (!RecordFileName.empty()) DeleteFileIfExists(RecordFileName);
+}
+
+void Recd_Frm::RecSrcBtn_Click() {
+  BusyPointer busy;
+  for (const std::string& folder : VolumeControlFolders) {
+    const std::string program = folder + "/pavucontrol";
+    if (std::filesystem::exists(program)) {
+      QProcess::startDetached(QString::fromStdString(program), {"--tab=4"});
+      return;
+    }
+  }
+  const std::string first = VolumeControlFolders.empty() ? "" : VolumeControlFolders.front();
+  const std::string second = VolumeControlFolders.size() < 2 ? "" : VolumeControlFolders[1];
+  UserInterface().Message("The file pavucontrol is not found in " + first + " and " + second +
+                          kCrLf + "that is needed to set recording sound source" + kCrLf +
+                          "Please set recording source using volume control in windows task bar.");
+}
+
+}  // namespace quorvane

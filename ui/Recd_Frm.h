@@ -1,0 +1,103 @@
+// The recording dialog: records from the default input into a temporary WAV file in the
+// session's working format, showing the recorded duration and a level meter per channel.
+// Two 0.1-second buffers take turns on the device; a 10 ms timer started by the device's
+// callback handles each filled buffer on this thread and appends it to the file.
+#pragma once
+
+#include <QDialog>
+#include <QTimer>
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "devices/WaveInDevice.h"
+#include "platform/FileHandle.h"
+
+class QLabel;
+class QPushButton;
+
+namespace quorvane {
+
+class PictureBox;
+
+// Set by the device's callback, cleared by the dialog's timer.
+extern std::atomic<bool> RecBufferReady;
+
+class Recd_Frm : public QDialog {
+ public:
+  // The session's working format.
+  Recd_Frm(QWidget* parent, int32_t channels, int32_t rate, int32_t bits);
+  ~Recd_Frm() override;
+
+  bool OkClicked = false;
+  std::string RecordFileName;
+
+  // Prepares the dialog and opens the device; false (after a message) when none opened.
+  bool FormInitilize();
+
+  void Start_Btn_Click();
+  void Done_Btn_Click();
+  void Cancel_Btn_Click();
+  void RecSrcBtn_Click();
+  void Rec_Timer_Timer();
+
+  // Frames written so far, and buffers whose audio arrived with no buffer queued.
+  int64_t FramesWritten() const { return framesWritten_; }
+  int64_t BytesLost() const { return device_.BytesLost(); }
+  // Where the volume control program is looked for, in order.
+  static std::vector<std::string> VolumeControlFolders;
+
+  QPushButton* Start_Btn = nullptr;
+  QPushButton* Done_Btn = nullptr;
+  QPushButton* Cancel_Btn = nullptr;
+  QPushButton* RecSrcBtn = nullptr;
+  QLabel* Fmt_Lbl = nullptr;
+  QLabel* FmtSup_Lbl = nullptr;
+  QLabel* Dur_Lbl = nullptr;
+  QLabel* Rec_Stat_Lbl = nullptr;
+  PictureBox* RecShowLPic = nullptr;
+  PictureBox* RecShowRPic = nullptr;
+  QTimer Rec_Timer;
+
+ protected:
+  void closeEvent(QCloseEvent* event) override;
+  // F1 opens the help.
+  void keyPressEvent(QKeyEvent* event) override;
+
+ private:
+  struct RecordBuffer {
+    WAVEHDR header;
+    std::vector<uint8_t> data;
+  };
+
+  void OpenRecordFile();
+  void WriteRecordedBlock(int32_t frameOffset, int32_t frameCount);
+  void WriteRecordHeader(int64_t frames);
+  void DiscardRecordFile();
+  // Length in bytes of one buffer, and the buffer sized to it with a fresh header.
+  uint32_t BufferBytes() const;
+  void SizeBuffer(RecordBuffer& buffer);
+  void ClearMeters();
+  void DrawMeter(PictureBox& meter, const std::vector<int16_t>& samples, int32_t frames);
+  void HandleBuffer(RecordBuffer& buffer);
+  void CloseDevice();
+
+  int32_t channels_;
+  int32_t rate_;
+  int32_t bits_;
+  WaveInDevice device_;
+  FileHandle file_;
+  std::array<RecordBuffer, 2> buffers_;
+  int expected_ = 0;  // index of the buffer expected next
+  bool recording_ = false;
+  int64_t framesWritten_ = 0;
+  std::vector<uint8_t> taken_;  // the last buffer's bytes
+  std::vector<int16_t> left_;
+  std::vector<int16_t> right_;
+  std::vector<uint8_t> fileBytes_;
+  double scale_ = 0;
+};
+
+}  // namespace quorvane
