@@ -6,6 +6,7 @@
 #include <QMediaDevices>
 #include <QTimer>
 #include <algorithm>
+#include "devices/OnThread.h"
 
 #include "devices/PlaySource.h"
 #include "devices/PlayTable.h"
@@ -159,20 +160,6 @@ class QuorvanePlayer::Engine : public QObject {
   std::unique_ptr<QAudioSink> sink_;
   QTimer endWatch_{this};
 };
-
-namespace {
-
-template <typename Function>
-void OnThread(QObject* context, Function&& function) {
-  if (QThread::currentThread() == context->thread()) {
-    function();
-  } else {
-    QMetaObject::invokeMethod(context, std::forward<Function>(function),
-                              Qt::BlockingQueuedConnection);
-  }
-}
-
-}  // namespace
 
 QuorvanePlayer::QuorvanePlayer() : engine_(std::make_unique<Engine>(*this)) {
   thread_.setObjectName("QuorvanePlayer");

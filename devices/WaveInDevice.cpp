@@ -7,6 +7,7 @@
 #include <QMediaDevices>
 #include <algorithm>
 #include <deque>
+#include "devices/OnThread.h"
 
 namespace quorvane {
 
@@ -18,16 +19,6 @@ QAudioFormat QtFormat(const WaveInFormat& format) {
   qt.setChannelCount(format.Channels);
   qt.setSampleFormat(format.BitsPerSample == 8 ? QAudioFormat::UInt8 : QAudioFormat::Int16);
   return qt;
-}
-
-template <typename Function>
-void OnThread(QObject* context, Function&& function) {
-  if (QThread::currentThread() == context->thread()) {
-    function();
-  } else {
-    QMetaObject::invokeMethod(context, std::forward<Function>(function),
-                              Qt::BlockingQueuedConnection);
-  }
 }
 
 }  // namespace
