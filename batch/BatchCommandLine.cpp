@@ -54,9 +54,11 @@ std::optional<BatchScript> ParseBatchCommandLine(const std::vector<std::string>&
       return i + k < words.size() ? Position(words[i + k]) : std::nullopt;
     };
     BatchCommand command;
-    if (name == "info" || name == "undo" || name == "save" || name == "loudness") {
+    if (name == "info" || name == "undo" || name == "redo" || name == "save" ||
+        name == "loudness") {
       command.kind = name == "info"       ? BatchCommand::Kind::Info
                      : name == "undo"     ? BatchCommand::Kind::Undo
+                     : name == "redo"     ? BatchCommand::Kind::Redo
                      : name == "loudness" ? BatchCommand::Kind::Loudness
                                           : BatchCommand::Kind::Save;
       i += 1;
@@ -152,6 +154,7 @@ std::string BatchUsage() {
          "  level TARGET             level every slide to TARGET LUFS (-70 to 0), true peak\n"
          "                           at most -1 dBTP\n"
          "  undo                     undo the last operation\n"
+         "  redo                     redo the last undone operation\n"
          "  save                     save the slides and the project file\n"
          "positions count samples from 1\n";
 }

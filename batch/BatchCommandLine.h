@@ -15,6 +15,7 @@ struct BatchCommand {
     Delete,
     InsertSilence,
     Undo,
+    Redo,
     Save,
     Select,
     Copy,

@@ -201,6 +201,9 @@ int RunBatchScript(const BatchScript& script, std::ostream& out, std::ostream& e
       case BatchCommand::Kind::Undo:
         EditUndo(*document);
         break;
+      case BatchCommand::Kind::Redo:
+        EditRedo(*document);
+        break;
       case BatchCommand::Kind::Save:
         ProjectFileSave(*document);
         break;

@@ -129,4 +129,10 @@ void EditUndo(FileMemoClass& document) {
   SortMarkers();
 }
 
+void EditRedo(FileMemoClass& document) {
+  document.Redo();
+  Editor().CursorPos = 0;
+  SortMarkers();
+}
+
 }  // namespace quorvane

@@ -38,5 +38,6 @@ bool InsertSilenceSeconds(FileMemoClass& document, const std::string& answer);
 
 // Undoes the last user operation and puts the markers back in position order.
 void EditUndo(FileMemoClass& document);
+void EditRedo(FileMemoClass& document);
 
 }  // namespace quorvane

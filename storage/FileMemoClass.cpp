@@ -22,26 +22,6 @@ namespace {
 bool SelectsLeft(int32_t WorkChn) { return WorkChn == 0 || WorkChn == 1; }
 bool SelectsRight(int32_t WorkChn) { return WorkChn == 0 || WorkChn == 2; }
 
-// Undo re-applies edits with undo recording switched off, and switches it back however
-// the edit ends.
-class UndoSwitchedOff {
- public:
-  explicit UndoSwitchedOff(bool& flag) : flag_(flag), previous_(flag) { flag_ = true; }
-  ~UndoSwitchedOff() { flag_ = previous_; }
-  UndoSwitchedOff(const UndoSwitchedOff&) = delete;
-  UndoSwitchedOff& operator=(const UndoSwitchedOff&) = delete;
-
- private:
-  bool& flag_;
-  bool previous_;
-};
-
-// An undo item that no longer matches the document (edits were made while undo was
-// switched off) must not be replayed onto the wrong samples.
-void RequireFits(bool fits) {
-  if (!fits) ThrowError(5, "The undo data does not match the audio any more");
-}
-
 }  // namespace
 
 FileMemoClass::FileMemoClass()
@@ -50,16 +30,17 @@ FileMemoClass::FileMemoClass()
 FileMemoClass::~FileMemoClass() { StorageReset(); }
 
 bool FileMemoClass::RecordsUndo() const {
-  return Editor().UndoEnabled && !SwitchUndoOff && !IsTempObject;
+  return (Editor().UndoEnabled || replaying_) && !SwitchUndoOff && !IsTempObject;
 }
 
 bool FileMemoClass::MovesSlides(int32_t WorkChn) const {
-  return !IsTempObject && !SwitchUndoOff && !replaceInProgress_ &&
+  return !IsTempObject && !SwitchUndoOff && !replaceInProgress_ && !replaying_ &&
          (WavFmtChannel != 2 || WorkChn == 0);
 }
 
 UndoItem& FileMemoClass::NewUndoItem(int32_t kind, const std::string& name, bool isLastOperation) {
-  UndoItem& item = undoItems_.emplace_back();
+  if (!replaying_) DropRedo();
+  UndoItem& item = recordInto_->emplace_back();
   item.Name = name;
   item.Kind = kind;
   item.IsLastOperation = isLastOperation;
@@ -90,7 +71,7 @@ void FileMemoClass::WaveDataInsert(int32_t PosStart, int32_t WorkChn,
 
   if (!IsTempObject && !SwitchUndoOff) {
     UndoItem* item = nullptr;
-    if (Editor().UndoEnabled) {
+    if (RecordsUndo()) {
       item = &NewUndoItem(kUndoInsert, UndoName, IsLastOperation);
       item->Position = PosStart;
       item->Channel = WorkChn;
@@ -142,6 +123,8 @@ void FileMemoClass::WaveDataReplace(int32_t PosStart, int32_t WorkChn,
 }
 
 void FileMemoClass::FinishEdit(const std::string& UndoName, bool IsLastOperation) {
+  // Whatever was undone no longer fits once the audio changed some other way.
+  if (!replaying_ && !IsTempObject) DropRedo();
   if (!IsTempObject && IsLastOperation) {
     if (WavFmtChannel == 2) PadChannels(UndoName);
     UndoInfoUpdateMenu();
@@ -168,6 +151,7 @@ void FileMemoClass::PadChannels(const std::string& UndoName) {
 
 void FileMemoClass::WaveDataChangeFmt(int32_t NewChn, int32_t NewBits, int32_t NewFreq,
                                       const std::string& UndoName) {
+  if (!IsTempObject) DropRedo();
   const bool recorded = RecordsUndo();
   if (recorded) {
     // A format change is a user operation of its own: undone alone, never with the next.
@@ -371,6 +355,7 @@ void FileMemoClass::StorageReset() {
 
 void FileMemoClass::RecordMarkers(int32_t DoWhat, const std::vector<int32_t>& MarkerNos,
                                   const std::string& UndoName, bool IsLastOperation) {
+  if (!IsTempObject) DropRedo();
   if (!RecordsUndo() || (DoWhat != 1 && DoWhat != 2)) return;
   const ProjectData& project = Project();
   UndoItem& item = NewUndoItem(DoWhat == 1 ? kUndoMarkersAdded : kUndoMarkersDeleted,
@@ -396,204 +381,12 @@ void FileMemoClass::MarkerManyChanged(int32_t DoWhat, const std::vector<int32_t>
 }
 
 void FileMemoClass::SlidesBeingChanged(const std::string& UndoName, bool IsLastOperation) {
+  if (!IsTempObject) DropRedo();
   if (!RecordsUndo()) return;
   UndoItem& item =
       NewUndoItem(kUndoSlidesChanged, IsLastOperation ? UndoName : std::string(), IsLastOperation);
   SaveSlideBoundaries(item);
   if (IsLastOperation) UndoInfoUpdateMenu();
-}
-
-// ---- Undo history -------------------------------------------------------------------
-
-void FileMemoClass::Undo() {
-  const int32_t count = UndoItemCount();
-  if (count <= undoFloor_) {
-    UserInterface().Message("Undo Failed", MessageIcon::Exclamation);
-    UndoInfoReset();
-    Editor().SelStart = 0;
-    Editor().SelEnd = 0;
-    return;
-  }
-  ProgressDisplay& progress = UserInterface().Progress();
-  progress.SetIsVisible(true);
-  progress.SetCurrentProgress(0.0F);
-
-  // The group: back over trailing padding items, then back over every earlier item that
-  // does not end an operation.
-  int32_t first = count;
-  while (first > undoFloor_ && ItemNumber(first).Kind == kUndoPadding) --first;
-  if (first <= undoFloor_) {
-    first = undoFloor_ + 1;
-  } else {
-    while (first - 1 > undoFloor_ && !ItemNumber(first - 1).IsLastOperation) --first;
-  }
-  const int32_t groupSize = count - first + 1;
-
-  try {
-    for (int32_t number = count; number >= first; --number) {
-      UndoItemNumber(number);
-      progress.SetCurrentProgress(static_cast<float>(count - number + 1) /
-                                  static_cast<float>(groupSize));
-    }
-    const UndoItem& oldest = ItemNumber(first);
-    EditorState& editor = Editor();
-    editor.SelStart = oldest.SelStart;
-    editor.SelEnd = oldest.SelEnd;
-    editor.ViewStart = oldest.ViewValue1;
-    editor.ViewLength = oldest.ViewValue2;
-    undoItems_.resize(static_cast<size_t>(first) - 1);
-    UndoInfoUpdateMenu();
-    Editor().WaveChanged = true;
-  } catch (const std::exception& error) {
-    progress.SetIsVisible(false);
-    UserInterface().MsgBox(MessageRequest{ErrorDescription(error), "Undo Error", MessageIcon::None,
-                                          MessageButtons::OkOnly, 1});
-    UndoInfoReset();
-    return;
-  }
-  progress.SetIsVisible(false);
-}
-
-void FileMemoClass::UndoItemNumber(int32_t number) {
-  UndoItem& item = ItemNumber(number);
-  const int32_t position = item.Position;
-  const int32_t channel = item.Channel;
-  const int32_t length = item.Length;
-  switch (item.Kind) {
-    case kUndoFormat: {
-      WavFmtBits = position;
-      WavFmtChannel = channel;
-      WavFmtFreq = length;
-      EditorState& editor = Editor();
-      editor.CurrentFmtChannel = WavFmtChannel;
-      editor.CurrentFmtFreq = WavFmtFreq;
-      editor.CurrentFmtBits = WavFmtBits;
-      TheDocumentWindow().SetMenu_To_DefaultFormat();
-      break;
-    }
-    case kUndoDelete: {
-      RequireFits(position >= 1);
-      if (SelectsLeft(channel)) RequireFits(position <= left_.Length() + 1);
-      if (SelectsRight(channel)) RequireFits(position <= right_.Length() + 1);
-      BlockCarrBuffClass leftCarrier;
-      BlockCarrBuffClass rightCarrier;
-      // The carriers own the removed blocks from here on and free them when dropped.
-      if (SelectsLeft(channel)) leftCarrier.BuffBlocksPutFresh(item.LeftBlocks);
-      if (SelectsRight(channel)) rightCarrier.BuffBlocksPutFresh(item.RightBlocks);
-      item.LeftBlocks.clear();
-      item.RightBlocks.clear();
-      {
-        UndoSwitchedOff switchedOff(SwitchUndoOff);
-        WaveDataInsert(position, channel, &leftCarrier, &rightCarrier, "", false);
-      }
-      const UndoItem& restored = ItemNumber(number);
-      if (restored.SlidesSaved == 1) UnshiftDelete(position, length, restored);
-      break;
-    }
-    case kUndoInsert:
-    case kUndoPadding: {
-      RequireFits(position >= 1 && length >= 0);
-      if (SelectsLeft(channel)) RequireFits(position + length - 1 <= left_.Length());
-      if (SelectsRight(channel)) RequireFits(position + length - 1 <= right_.Length());
-      {
-        UndoSwitchedOff switchedOff(SwitchUndoOff);
-        WaveDataDelete(position, channel, length, "", false);
-      }
-      const UndoItem& restored = ItemNumber(number);
-      if (restored.SlidesSaved == 1) UnshiftInsert(position, length, restored);
-      break;
-    }
-    case kUndoMarkersAdded:
-      UndoMarkersAdded(item);
-      break;
-    case kUndoMarkersDeleted:
-      UndoMarkersDeleted(item);
-      break;
-    case kUndoSlidesChanged:
-      RestoreSlideBoundaries(item);
-      break;
-    default:
-      break;
-  }
-}
-
-void FileMemoClass::UndoInfoUpdateMenu() {
-  DocumentWindow& window = TheDocumentWindow();
-  if (!Editor().UndoEnabled) {
-    window.SetUndoMenuItem("Undo [Off]", false);
-  } else if (UndoItemCount() > undoFloor_) {
-    const std::string caption = "Undo [" + undoItems_.back().Name + "]";
-    window.SetUndoMenuItem(caption, true);
-    window.SetUndoButton(true, caption);
-  } else {
-    window.SetUndoMenuItem("Undo [Nothing]", false);
-  }
-}
-
-void FileMemoClass::ReleaseItemBlocks(UndoItem& item) {
-  for (const int32_t block : item.LeftBlocks) FreeBlock(block);
-  for (const int32_t block : item.RightBlocks) FreeBlock(block);
-  item.LeftBlocks.clear();
-  item.RightBlocks.clear();
-}
-
-void FileMemoClass::UndoInfoReleaseUpto(int32_t UpToNo) {
-  const int32_t upTo = std::min(UpToNo, UndoItemCount());
-  if (upTo > undoFloor_) {
-    for (int32_t number = undoFloor_ + 1; number <= upTo; ++number) {
-      ReleaseItemBlocks(ItemNumber(number));
-    }
-    undoFloor_ = upTo;
-  }
-  while (undoFloor_ < UndoItemCount() && ItemNumber(undoFloor_ + 1).Kind == kUndoPadding) {
-    ReleaseItemBlocks(ItemNumber(undoFloor_ + 1));
-    ++undoFloor_;
-  }
-  ReleaseUnusedFiles();
-  UndoInfoUpdateMenu();
-}
-
-void FileMemoClass::UndoInfoReset() {
-  for (int32_t number = undoFloor_ + 1; number <= UndoItemCount(); ++number) {
-    ReleaseItemBlocks(ItemNumber(number));
-  }
-  undoItems_.clear();
-  undoFloor_ = 0;
-  ReleaseUnusedFiles();
-  // A scratch document has no menu entry of its own to refresh.
-  if (!IsTempObject) UndoInfoUpdateMenu();
-}
-
-void FileMemoClass::UndoClearFiles_UserAssisted() {
-  std::vector<std::string> names;
-  std::vector<int32_t> numbers;
-  for (int32_t number = undoFloor_ + 1; number <= UndoItemCount(); ++number) {
-    const UndoItem& item = ItemNumber(number);
-    if (item.IsLastOperation && item.Kind != kUndoPadding) {
-      names.push_back(item.Name);
-      numbers.push_back(number);
-    }
-  }
-  if (names.empty()) {
-    UserInterface().Message("No undo data is left to clear.");
-    return;
-  }
-  const UndoClearChoice choice = TheDocumentWindow().ShowUndoClearFrm(names);
-  switch (choice.Button) {
-    case kUndoClearFirstOne:
-      UndoInfoReleaseUpto(numbers.front());
-      break;
-    case kUndoClearUpToSelected:
-      if (choice.SelectedEntry >= 0 && choice.SelectedEntry < static_cast<int>(numbers.size())) {
-        UndoInfoReleaseUpto(numbers[static_cast<size_t>(choice.SelectedEntry)]);
-      }
-      break;
-    case kUndoClearAll:
-      UndoInfoReset();
-      break;
-    default:
-      break;
-  }
 }
 
 }  // namespace quorvane

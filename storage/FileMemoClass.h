@@ -35,6 +35,8 @@ class FileMemoClass {
   int32_t OrgRoFileInUse = 0;  // OrgFileTable entry of the source last read in
 
   void Undo();
+  // Does again the operation the last Undo took back, group by group, until a new edit.
+  void Redo();
   void UndoClearFiles_UserAssisted();
   void UndoInfoUpdateMenu();
   // 0-based arrays of ToPos - FromPos + 1 samples; an unselected channel gets one element.
@@ -87,6 +89,7 @@ class FileMemoClass {
   const std::vector<UndoItem>& UndoItems() const { return undoItems_; }
   int32_t UndoItemCount() const { return static_cast<int32_t>(undoItems_.size()); }
   int32_t UndoFloor() const { return undoFloor_; }
+  const std::vector<UndoItem>& RedoItems() const { return redoItems_; }
 
  private:
   bool RecordsUndo() const;
@@ -100,7 +103,11 @@ class FileMemoClass {
                     std::vector<int16_t>& QBuffR) const;
   void CollectData(int32_t FromPos, int32_t ToPos, int32_t WorkChn, BlockCarrBuffClass& FileObL,
                    BlockCarrBuffClass& FileObR, bool forPlay);
-  void UndoItemNumber(int32_t number);
+  // Takes back the last group of `from` (items above `floor`), recording into `into` what
+  // does it again; false when `from` holds nothing to take back.
+  bool ReplayGroup(std::vector<UndoItem>& from, int32_t floor, std::vector<UndoItem>& into);
+  void ReplayItem(UndoItem& item);
+  void DropRedo();
   void ReleaseItemBlocks(UndoItem& item);
   void RecordMarkers(int32_t DoWhat, const std::vector<int32_t>& MarkerNos,
                      const std::string& UndoName, bool IsLastOperation);
@@ -110,6 +117,9 @@ class FileMemoClass {
   int32_t blockSize_ = 0;
   std::vector<UndoItem> undoItems_;  // item n (1-based) is undoItems_[n - 1]
   int32_t undoFloor_ = 0;            // items 1..floor have had their data released
+  std::vector<UndoItem> redoItems_;  // what Undo took back, recorded as undo items are
+  std::vector<UndoItem>* recordInto_ = &undoItems_;
+  bool replaying_ = false;  // an undo or redo group is being replayed
   bool replaceInProgress_ = false;
 };
 

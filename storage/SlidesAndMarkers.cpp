@@ -120,4 +120,18 @@ void UndoMarkersDeleted(const UndoItem& item) {
   for (const MarkerInfo& marker : item.SavedMarkers) AddMarker(marker);
 }
 
+void SaveSlidesAndMarkers(UndoItem& item) {
+  SaveSlideBoundaries(item);
+  const ProjectData& project = Project();
+  item.SavedMarkers.assign(project.Markers.begin() + 1, project.Markers.begin() + 1 + LastMarker());
+}
+
+void RestoreSlidesAndMarkers(const UndoItem& item) {
+  RestoreSlideBoundaries(item);
+  ProjectData& project = Project();
+  project.Markers.resize(1);
+  project.Markers.insert(project.Markers.end(), item.SavedMarkers.begin(), item.SavedMarkers.end());
+  project.MarkerCount = static_cast<int32_t>(item.SavedMarkers.size());
+}
+
 }  // namespace quorvane

@@ -30,4 +30,8 @@ void UndoMarkersDeleted(const UndoItem& item);
 void SaveSlideBoundaries(UndoItem& item);
 void RestoreSlideBoundaries(const UndoItem& item);
 
+// Every boundary and every marker into the item, and back exactly as they were.
+void SaveSlidesAndMarkers(UndoItem& item);
+void RestoreSlidesAndMarkers(const UndoItem& item);
+
 }  // namespace quorvane

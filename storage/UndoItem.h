@@ -17,6 +17,7 @@ inline constexpr int32_t kUndoFormat = 4;
 inline constexpr int32_t kUndoMarkersAdded = 401;
 inline constexpr int32_t kUndoMarkersDeleted = 402;
 inline constexpr int32_t kUndoSlidesChanged = 403;
+inline constexpr int32_t kUndoSnapshot = 404;  // every boundary and marker, set back as a whole
 
 struct UndoItem {
   std::string Name;                  // shown in the undo menu

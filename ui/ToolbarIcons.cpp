@@ -26,6 +26,7 @@ const std::map<QString, QString>& ThemeNames() {
       {"ZoomSlid", "zoom-original"},
       {"ZoomAll", "zoom-fit-page"},
       {"Undo", "edit-undo"},
+      {"Redo", "edit-redo"},
       {"Cut", "edit-cut"},
       {"Copy", "edit-copy"},
       {"Paste", "edit-paste"},
@@ -96,6 +97,13 @@ QPixmap DrawnIcon(const QString& key) {
     p.setPen(Qt::NoPen);
     p.setBrush(dark);
     p.drawPolygon(QPolygonF({QPointF(2, 12), QPointF(9, 8), QPointF(9, 15)}));
+  } else if (key == "Redo") {
+    p.setPen(QPen(dark, 2));
+    p.setBrush(Qt::NoBrush);
+    p.drawArc(QRectF(4, 6, 13, 12), 270 * 16, -270 * 16);
+    p.setPen(Qt::NoPen);
+    p.setBrush(dark);
+    p.drawPolygon(QPolygonF({QPointF(20, 12), QPointF(13, 8), QPointF(13, 15)}));
   } else if (key == "Cut") {
     p.setPen(QPen(dark, 2));
     p.setBrush(Qt::NoBrush);

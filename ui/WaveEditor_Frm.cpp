@@ -79,6 +79,7 @@ WaveEditor_Frm::WaveEditor_Frm() {
     labels_["PlayPosLbl"]->setText("00");
     markHilitShape_->bounds = QRect(kParkedX, 9, 4, 21);
     Button("Undo")->setEnabled(false);
+    Button("Redo")->setEnabled(false);
     SetViewColours();
     SetLoopONOFF();
     SetDocumentWindow(this);
@@ -114,6 +115,10 @@ void WaveEditor_Frm::BuildMenus() {
   undoMenu_ = AddMenuItem(
       edit, "Undo_Mnu", "&Undo", [this] { Undo_Mnu_Click(1); }, QKeySequence::Undo);
   undoMenu_->setEnabled(false);
+  redoMenu_ = AddMenuItem(edit, "Redo_Mnu", "&Redo", [this] { Redo_Mnu_Click(); });
+  redoMenu_->setShortcuts(
+      {QKeySequence(Qt::CTRL | Qt::Key_Y), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Z)});
+  redoMenu_->setEnabled(false);
   edit->addSeparator();
   AddMenuItem(
       edit, "EditCut_Mnu", "Cu&t", [this] { EditCut_Mnu_Click(); }, QKeySequence::Cut);
@@ -222,6 +227,7 @@ void WaveEditor_Frm::BuildToolbars() {
 
   editToolbar_ = toolbar("EditToolbar");
   button(editToolbar_, "Undo", "Undo", [this] { Undo_Mnu_Click(1); });
+  button(editToolbar_, "Redo", "Redo", [this] { Redo_Mnu_Click(); });
   button(editToolbar_, "Cut", "Cut", [this] { EditCut_Mnu_Click(); });
   button(editToolbar_, "Copy", "Copy", [this] { EditCopy_Mnu_Click(); });
   button(editToolbar_, "Paste", "Paste", [this] { EditPaste_Mnu_Click(); });
@@ -417,6 +423,14 @@ void WaveEditor_Frm::SetUndoMenuItem(const std::string& caption, bool enabled) {
 void WaveEditor_Frm::SetUndoButton(bool enabled, const std::string& toolTip) {
   Button("Undo")->setEnabled(enabled);
   if (!toolTip.empty()) Button("Undo")->setToolTip(QString::fromStdString(toolTip));
+}
+
+void WaveEditor_Frm::SetRedoItem(const std::string& caption, bool enabled) {
+  const QString text = QString::fromStdString(caption);
+  redoMenu_->setText(text);
+  redoMenu_->setEnabled(enabled);
+  Button("Redo")->setEnabled(enabled);
+  Button("Redo")->setToolTip(text);
 }
 
 UndoClearChoice WaveEditor_Frm::ShowUndoClearFrm(const std::vector<std::string>& AvailList) {

@@ -71,6 +71,7 @@ class WaveEditor_Frm : public QMainWindow, public DocumentWindow, public InsertF
   void FileSave_Mnu_Click();
   void FileExit_Mnu_Click();
   void Undo_Mnu_Click(int32_t Index);
+  void Redo_Mnu_Click();
   void EditCopy_Mnu_Click();
   void EditCut_Mnu_Click();
   void EditPaste_Mnu_Click();
@@ -94,6 +95,7 @@ class WaveEditor_Frm : public QMainWindow, public DocumentWindow, public InsertF
   // DocumentWindow: the undo menu entry, the undo button and the undo-clearing dialog.
   void SetUndoMenuItem(const std::string& caption, bool enabled) override;
   void SetUndoButton(bool enabled, const std::string& toolTip) override;
+  void SetRedoItem(const std::string& caption, bool enabled) override;
   void SetMenu_To_DefaultFormat() override {}
   UndoClearChoice ShowUndoClearFrm(const std::vector<std::string>& AvailList) override;
 
@@ -203,6 +205,7 @@ class WaveEditor_Frm : public QMainWindow, public DocumentWindow, public InsertF
   std::map<QString, QAction*> buttons_;
   std::map<QString, QAction*> menuItems_;
   QAction* undoMenu_ = nullptr;
+  QAction* redoMenu_ = nullptr;
 
   QTimer blinkCursorTimer_;
   QTimer blinkMarkerTimer_;

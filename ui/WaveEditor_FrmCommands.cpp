@@ -46,6 +46,13 @@ void WaveEditor_Frm::Undo_Mnu_Click(int32_t Index) {
   Refresh_Wave_View();
 }
 
+void WaveEditor_Frm::Redo_Mnu_Click() {
+  if (document_ == nullptr) return;
+  View().ViewAll = false;
+  EditRedo(*document_);
+  Refresh_Wave_View();
+}
+
 void WaveEditor_Frm::EditCopy_Mnu_Click() {
   if (document_ != nullptr) EditCopy(*document_);
 }

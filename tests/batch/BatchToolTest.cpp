@@ -241,17 +241,20 @@ TEST_F(BatchTool, EditsAndSaveChangeTheTracksAndTheProjectFile) {
             Info(14834, false, "Undo [Nothing]", {1, 905, 12630, 14835}, {111, 552, 12272}));
 }
 
-TEST_F(BatchTool, UndoTakesBackOneCommandAtATime) {
+TEST_F(BatchTool, UndoTakesBackOneCommandAtATimeAndRedoDoesItAgain) {
   WriteProject();
-  // The delete takes the second slide's marker with it; undo brings it back.
-  const ProgramRun run = Run({"delete", "901", "1500", "insert-silence", "2", "2.5", "undo", "info",
-                              "undo", "info", "samples", "1", "4005", "undo"});
+  // The delete takes the second slide's marker with it; undo brings it back, redo takes it
+  // away again.
+  const ProgramRun run =
+      Run({"delete", "901", "1500", "insert-silence", "2", "2.5", "undo", "info", "undo", "info",
+           "samples", "1", "4005", "redo", "info", "undo", "undo"});
   EXPECT_EQ(run.exitStatus, 0);
   const std::vector<int16_t> silence(2205, 0);
   EXPECT_EQ(run.out,
             Info(3405, true, "Undo [Delete]", {1, 901, 1201, 3406}, {111, 552}) +
                 Info(4005, true, "Undo [Nothing]", {1, 1001, 1801, 4006}, {111, 552, 1442}) +
-                SamplesLine(Joined({one, twoLeft, silence}), Joined({one, twoRight, silence})));
+                SamplesLine(Joined({one, twoLeft, silence}), Joined({one, twoRight, silence})) +
+                Info(3405, true, "Undo [Delete]", {1, 901, 1201, 3406}, {111, 552}));
   // With nothing left to undo the tool says so, and goes on.
   EXPECT_EQ(run.err, Message("Undo Failed", "Exclamation"));
   // Nothing was saved.

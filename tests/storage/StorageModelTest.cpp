@@ -1,4 +1,4 @@
-// Thousands of random edits and undos on a stereo document under a tiny memory budget, so
+// Thousands of random edits, undos and redos on a stereo document under a tiny memory budget, so
 // that blocks are written out and loaded back all the time, each step checked against a
 // plain model of both channels, the format, the slide boundaries and the markers, and
 // against the block list's own bookkeeping. Fixed seeds: a failure repeats.
@@ -88,6 +88,7 @@ class StorageModel : public StorageTest {
     editor.ViewStart = model_.view[2] = Random(1, 1000);
     editor.ViewLength = model_.view[3] = Random(0, 50000);
     history_.emplace_back(model_, name);
+    future_.clear();
   }
 
   void ModelInsert(int32_t at, int32_t workChn, const Samples* values, bool movesSlides) {
@@ -246,11 +247,28 @@ class StorageModel : public StorageTest {
     document_.Undo();
     if (history_.empty()) {
       ASSERT_EQ(ui.Texts().back(), "Undo Failed");
+      future_.clear();
       return;
     }
     ASSERT_EQ(ui.messages.size(), messages) << ui.messages.back().text;
+    future_.emplace_back(model_, history_.back().second);
     model_ = history_.back().first;
     history_.pop_back();
+    CheckView();
+  }
+
+  void DoRedo() {
+    const size_t messages = ui.messages.size();
+    document_.Redo();
+    ASSERT_EQ(ui.messages.size(), messages) << ui.messages.back().text;
+    if (future_.empty()) return;
+    history_.emplace_back(model_, future_.back().second);
+    model_ = future_.back().first;
+    future_.pop_back();
+    CheckView();
+  }
+
+  void CheckView() {
     const EditorState& editor = Editor();
     EXPECT_EQ(editor.SelStart, model_.view[0]);
     EXPECT_EQ(editor.SelEnd, model_.view[1]);
@@ -269,7 +287,9 @@ class StorageModel : public StorageTest {
         owned.push_back(block);
       }
     }
-    for (const UndoItem& item : document_.UndoItems()) {
+    std::vector<UndoItem> items = document_.UndoItems();
+    items.insert(items.end(), document_.RedoItems().begin(), document_.RedoItems().end());
+    for (const UndoItem& item : items) {
       owned.insert(owned.end(), item.LeftBlocks.begin(), item.LeftBlocks.end());
       owned.insert(owned.end(), item.RightBlocks.begin(), item.RightBlocks.end());
     }
@@ -347,6 +367,8 @@ class StorageModel : public StorageTest {
     ASSERT_EQ(menu.menuCaption, caption);
     ASSERT_EQ(menu.menuEnabled, !history_.empty());
     ASSERT_TRUE(history_.empty() || menu.buttonToolTip == caption) << menu.buttonToolTip;
+    ASSERT_EQ(menu.redoCaption,
+              future_.empty() ? "Redo [Nothing]" : "Redo [" + future_.back().second + "]");
     CheckBookkeeping();
   }
 
@@ -385,8 +407,10 @@ class StorageModel : public StorageTest {
         Effect();
       } else if (choice <= 62) {
         MarkerEdit();
-      } else if (choice <= 97) {
+      } else if (choice <= 85) {
         ASSERT_NO_FATAL_FAILURE(DoUndo());
+      } else if (choice <= 97) {
+        ASSERT_NO_FATAL_FAILURE(DoRedo());
       } else if (!history_.empty()) {  // release the oldest operation's undo data
         menu.clearChoice = UndoClearChoice{kUndoClearFirstOne, -1};
         document_.UndoClearFiles_UserAssisted();
@@ -394,9 +418,14 @@ class StorageModel : public StorageTest {
       }
       ASSERT_NO_FATAL_FAILURE(Check(step));
     }
-    // Undo everything that is left, back to the loaded document, then let it all go.
+    // Undo everything that is left, back to the loaded document, redo it all and undo it
+    // again, then let it all go.
     while (!history_.empty()) ASSERT_NO_FATAL_FAILURE(DoUndo());
     ASSERT_NO_FATAL_FAILURE(Check(1));
+    while (!future_.empty()) ASSERT_NO_FATAL_FAILURE(DoRedo());
+    ASSERT_NO_FATAL_FAILURE(Check(2));
+    while (!history_.empty()) ASSERT_NO_FATAL_FAILURE(DoUndo());
+    ASSERT_NO_FATAL_FAILURE(Check(3));
     document_.StorageReset();
     EXPECT_EQ(BlocksInUse(), 0);
     EXPECT_EQ(MemoryInUse, 0);
@@ -418,11 +447,12 @@ class StorageModel : public StorageTest {
   FileMemoClass document_;
   Model model_;
   std::vector<std::pair<Model, std::string>> history_;  // the state before each operation
+  std::vector<std::pair<Model, std::string>> future_;   // the state after each undone one
 };
 
-TEST_F(StorageModel, RandomEditsAndUndosSeed1) { Run(1, 1000); }
-TEST_F(StorageModel, RandomEditsAndUndosSeed2) { Run(20240607, 1000); }
-TEST_F(StorageModel, RandomEditsAndUndosSeed3) { Run(777, 1000); }
+TEST_F(StorageModel, RandomEditsUndosAndRedosSeed1) { Run(1, 1000); }
+TEST_F(StorageModel, RandomEditsUndosAndRedosSeed2) { Run(20240607, 1000); }
+TEST_F(StorageModel, RandomEditsUndosAndRedosSeed3) { Run(777, 1000); }
 
 }  // namespace
 }  // namespace quorvane::testing

@@ -24,6 +24,7 @@ class RecordingWindow : public DocumentWindow {
     menuEnabled = enabled;
   }
   void SetUndoButton(bool, const std::string& toolTip) override { buttonToolTip = toolTip; }
+  void SetRedoItem(const std::string& caption, bool) override { redoCaption = caption; }
   void SetMenu_To_DefaultFormat() override { ++formatMenuRefreshes; }
   UndoClearChoice ShowUndoClearFrm(const std::vector<std::string>& entries) override {
     shownEntries = entries;
@@ -33,6 +34,7 @@ class RecordingWindow : public DocumentWindow {
   std::string menuCaption;
   bool menuEnabled = false;
   std::string buttonToolTip;
+  std::string redoCaption = "Redo [Nothing]";
   int formatMenuRefreshes = 0;
   std::vector<std::string> shownEntries;
   UndoClearChoice clearChoice;

@@ -73,7 +73,7 @@ TEST_F(WaveEditorEditing, AMarkerDraggedWithinItsSlideAndItsUndo) {
   EXPECT_EQ(Project().Markers[1].Position, kClick);
 }
 
-TEST_F(WaveEditorEditing, ABoundaryDraggedOverAMarkerDeletesItAndOneUndoBringsBothBack) {
+TEST_F(WaveEditorEditing, ABoundaryDraggedOverAMarkerDeletesItOneUndoBringsBothBackRedoAgain) {
   WaveEditor_Frm& window = Open();
   DragFlag(kFrames + 1, 1500);
   const int32_t dropped = PositionAtPixel(PixelOf(1500), 2 * kFrames);
@@ -87,6 +87,15 @@ TEST_F(WaveEditorEditing, ABoundaryDraggedOverAMarkerDeletesItAndOneUndoBringsBo
   ASSERT_EQ(Project().MarkerCount, 2);
   EXPECT_EQ(Project().Markers[1].Position, kClick);
   EXPECT_EQ(UndoCaption(), "Undo [Nothing]");
+  EXPECT_EQ(window.MenuItem("Redo_Mnu")->text().toStdString(), "Redo [Slide Drag]");
+  EXPECT_TRUE(window.Button("Redo")->isEnabled());
+
+  QTest::keyClick(&window, Qt::Key_Y, Qt::ControlModifier);
+  EXPECT_EQ(Project().Slides[2].Start, dropped);
+  EXPECT_EQ(Project().MarkerCount, 1);
+  EXPECT_EQ(UndoCaption(), "Undo [Slide Drag]");
+  EXPECT_EQ(window.MenuItem("Redo_Mnu")->text().toStdString(), "Redo [Nothing]");
+  EXPECT_FALSE(window.Button("Redo")->isEnabled());
 }
 
 TEST_F(WaveEditorEditing, PopUpMenusAddAndDeleteMarkers) {
