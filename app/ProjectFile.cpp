@@ -1,8 +1,11 @@
 #include "app/ProjectFile.h"
 
+#include <filesystem>
+#include <system_error>
 #include <vector>
 
 #include "app/Session.h"
+#include "app/StagedFiles.h"
 #include "core/Environment.h"
 #include "core/ErrorReport.h"
 #include "core/FileHelpers.h"
@@ -11,6 +14,7 @@
 #include "core/Numbers.h"
 #include "core/ProjectIni.h"
 #include "core/ProjectTables.h"
+#include "storage/BlockList.h"
 #include "storage/EditorState.h"
 #include "storage/FileMemoClass.h"
 
@@ -23,10 +27,16 @@ std::string Get(const std::string& section, const std::string& key,
   return ProjectIniGet(section, key, defaultValue, Project().ProjectPath);
 }
 
-void Put(const std::string& section, const std::string& key, const std::string& value) {
-  if (!ProjectIniPut(section, key, value, Project().ProjectPath)) {
+// Into the save's copy of the project file, which replaces the project file at the end.
+void Put(const std::string& copy, const std::string& section, const std::string& key,
+         const std::string& value) {
+  if (!ProjectIniPut(section, key, value, copy)) {
     ThrowError(kErrorPermissionDenied, "Cannot write " + Project().ProjectPath);
   }
+}
+
+void CannotWrite(const std::string& file) {
+  ThrowError(kErrorPermissionDenied, "Cannot write " + file);
 }
 
 // Markers of one kind from a comma-separated list of seconds from the slide's start.
@@ -115,17 +125,25 @@ bool ProjectFileLoad(std::string& path, FileMemoClass& document) {
 }
 
 void ProjectFileSave(FileMemoClass& document) {
+  // Every file is written beside the one it replaces and put in place only when all are
+  // written: a save that fails leaves the files, the document, its undo history and its
+  // changed flag as they were.
+  StagedFiles staged;
   try {
-    if (!SetHostFlag("1")) ThrowError(kErrorPermissionDenied, "Cannot write " + HostFlagFile());
+    if (!SetHostFlag("1")) CannotWrite(HostFlagFile());
     ProjectData& project = Project();
+    const std::string copy = staged.Stage(project.ProjectPath);
+    std::error_code copyError;
+    std::filesystem::copy_file(project.ProjectPath, copy, copyError);
+    if (copyError) CannotWrite(project.ProjectPath);
     const float rate = static_cast<float>(document.WavFmtFreq);
     for (int32_t n = 1; n <= project.SlideCount; ++n) {
       const std::string section = DecimalText(n);
       const SlideInfo& slide = project.Slides[static_cast<size_t>(n)];
-      Put(section, "SlideTrack", slide.Track);
+      Put(copy, section, "SlideTrack", slide.Track);
       const float duration =
           static_cast<float>(SlideEndPosition(n, document.WavWaveINos) - slide.Start) / rate;
-      Put(section, "Duration", FormatOneToThreeDecimals(duration));
+      Put(copy, section, "Duration", FormatOneToThreeDecimals(duration));
       std::string clicks;
       std::string autos;
       for (int32_t m = 1; m <= project.MarkerCount; ++m) {
@@ -137,9 +155,16 @@ void ProjectFileSave(FileMemoClass& document) {
         if (!list.empty()) list += ',';
         list += FormatOneToThreeDecimals(marker.Seconds);
       }
-      Put(section, "ClickMarkerTimes", clicks);
-      Put(section, "AutoMarkerTimes", autos);
-      SaveSlideAudio(document, n);
+      Put(copy, section, "ClickMarkerTimes", clicks);
+      Put(copy, section, "AutoMarkerTimes", autos);
+      if (!SaveSlideAudio(document, n, staged)) CannotWrite(project.TargetFolder + slide.Track);
+    }
+    std::string failed;
+    if (!staged.AllWritten(failed)) CannotWrite(failed);
+    // Audio the document or its undo history still reads from a file being replaced (the
+    // slide's own audio, say) keeps reading it in the session folder.
+    if (!staged.Commit([](const std::string& target) { SetOriginalFileAside(target); }, failed)) {
+      CannotWrite(failed);
     }
     Editor().WaveChanged = false;
   } catch (const std::exception& error) {

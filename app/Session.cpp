@@ -5,6 +5,7 @@
 
 #include "app/AudioFileName.h"
 #include "app/SampleConversions.h"
+#include "app/StagedFiles.h"
 #include "core/Environment.h"
 #include "core/ErrorReport.h"
 #include "core/FileHelpers.h"
@@ -222,23 +223,22 @@ void LoadSlideAudio(FileMemoClass& document, int32_t n, float duration, int64_t&
   runningTotal += track->WavWaveINos;
 }
 
-void SaveSlideAudio(FileMemoClass& document, int32_t n) {
+bool SaveSlideAudio(FileMemoClass& document, int32_t n, StagedFiles& staged) {
   const ProjectData& project = Project();
   const SlideInfo& slide = project.Slides[static_cast<size_t>(n)];
   const std::string file = project.TargetFolder + slide.Track;
   const int32_t first = slide.Start;
   const int32_t last = SlideEndPosition(n, document.WavWaveINos) - 1;
   if (last - first + 1 < 3 || StretchIsSilent(document, first, last)) {
-    // Audio the document or its undo history still reads from this file in place (the
-    // slide's own audio before it was deleted, say) keeps reading it in the session folder.
-    SetOriginalFileAside(file);
-    DeleteFileIfExists(file);
-    return;
+    staged.StageDeletion(file);
+    return true;
   }
   OpenSaveClass files;
   const std::string ending = LowerEnding(slide.Track, 4);
-  if (ending == ".mp3") files.FileWriteMp3Part(document, first, last, 0, file);
-  if (ending == ".wav") files.FileWriteWavePart(document, first, last, 0, file);
+  if (ending == ".mp3") return files.FileWriteMp3Part(document, first, last, 0, staged.Stage(file));
+  if (ending == ".wav")
+    return files.FileWriteWavePart(document, first, last, 0, staged.Stage(file));
+  return true;
 }
 
 }  // namespace quorvane

@@ -9,6 +9,7 @@
 namespace quorvane {
 
 class FileMemoClass;
+class StagedFiles;
 
 // Reads a wav or mp3 file into a new scratch document and brings it to `freq` and `bits`
 // (0: keep). A file that cannot be read gives an empty document.
@@ -25,8 +26,9 @@ void AppendTrack(FileMemoClass& document, FileMemoClass& track, int32_t position
 // sets the slide's Start and adds the track's length to the total.
 void LoadSlideAudio(FileMemoClass& document, int32_t n, float duration, int64_t& runningTotal);
 
-// Writes slide n's stretch of the document to its track file, or deletes the file when
-// the stretch is shorter than 3 samples or silent.
-void SaveSlideAudio(FileMemoClass& document, int32_t n);
+// Writes slide n's stretch of the document for its track file, staged to be put in place
+// with the rest of the save, or stages the file's deletion when the stretch is shorter
+// than 3 samples or silent. False when the new file could not be written whole.
+bool SaveSlideAudio(FileMemoClass& document, int32_t n, StagedFiles& staged);
 
 }  // namespace quorvane

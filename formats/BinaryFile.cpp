@@ -38,6 +38,11 @@ void BinaryFile::Close() {
   descriptor_ = -1;
 }
 
+void BinaryFile::CloseWritten() {
+  const int descriptor = std::exchange(descriptor_, -1);
+  if (descriptor >= 0 && ::close(descriptor) != 0) ThrowErrno("Cannot write " + path_);
+}
+
 int64_t BinaryFile::Length() const {
   struct stat status {};
   if (::fstat(descriptor_, &status) != 0) ThrowErrno("Cannot read the size of " + path_);

@@ -23,6 +23,9 @@ class BinaryFile {
   bool IsOpen() const { return descriptor_ >= 0; }
   const std::string& Path() const { return path_; }
   void Close();
+  // Closes a file that was written, throwing when the system reports that what was written
+  // did not all reach the file (some file systems report a full disk only here).
+  void CloseWritten();
 
   // Length of the file in bytes.
   int64_t Length() const;

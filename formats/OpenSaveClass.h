@@ -18,15 +18,17 @@ class OpenSaveClass {
   // Makes the file the whole content of the document; false (after a message) on failure.
   bool FileLoadWave(FileMemoClass& FilMemOb, const std::string& FileName1);
 
-  // Writes the whole document, or frames SavFromPos..SavToPos of the chosen channels.
-  void FileWriteWave(FileMemoClass& FilMemOb, const std::string& FileName1);
-  void FileWriteWavePart(FileMemoClass& FilMemOb, int32_t SavFromPos, int32_t SavToPos,
+  // Writes the whole document, or frames SavFromPos..SavToPos of the chosen channels;
+  // false (after a message) when the file was not written whole.
+  bool FileWriteWave(FileMemoClass& FilMemOb, const std::string& FileName1);
+  bool FileWriteWavePart(FileMemoClass& FilMemOb, int32_t SavFromPos, int32_t SavToPos,
                          int32_t WorkChn, const std::string& FileName1);
 
   // MP3 through the encoder program named by the project's "LamePath".
   bool FileLoadMp3(FileMemoClass& FilMemOb, const std::string& FileName1);
-  void FileWriteMp3(FileMemoClass& FilMemOb, const std::string& FileName1, bool blnUsePrevPrm);
-  void FileWriteMp3Part(FileMemoClass& FilMemOb, int32_t SavFromPos, int32_t SavToPos,
+  // False when the file was not written whole (the encoder failed or never ran).
+  bool FileWriteMp3(FileMemoClass& FilMemOb, const std::string& FileName1, bool blnUsePrevPrm);
+  bool FileWriteMp3Part(FileMemoClass& FilMemOb, int32_t SavFromPos, int32_t SavToPos,
                         int32_t WorkChn, const std::string& FileName1);
 
   // Frames per run into which files are cut when read and written.
@@ -37,9 +39,10 @@ class OpenSaveClass {
   void WriteWaveRuns(FileMemoClass& document, const std::string& fileName, int32_t fromPos,
                      int32_t frames, int32_t collectChannel, int32_t channelsWritten);
   bool CheckEncoder();
-  void EncodeMp3(const std::string& mp3File,
-                 const std::function<void(const std::string&)>& writeWave);
-  void RunAndWait(const std::string& CommandLine);
+  bool EncodeMp3(const std::string& mp3File,
+                 const std::function<bool(const std::string&)>& writeWave);
+  // The encoder program's exit status; -1 when it did not run or end normally.
+  int RunAndWait(const std::string& CommandLine);
 };
 
 }  // namespace quorvane

@@ -37,7 +37,11 @@ bool OpenSaveClass::CheckEncoder() {
   return true;
 }
 
-void OpenSaveClass::RunAndWait(const std::string& CommandLine) { RunAndWaitProcess(CommandLine); }
+int OpenSaveClass::RunAndWait(const std::string& CommandLine) {
+  int exitCode = -1;
+  RunAndWaitProcess(CommandLine, {}, &exitCode);
+  return exitCode;
+}
 
 bool OpenSaveClass::FileLoadMp3(FileMemoClass& FilMemOb, const std::string& FileName1) {
   try {
@@ -54,34 +58,39 @@ bool OpenSaveClass::FileLoadMp3(FileMemoClass& FilMemOb, const std::string& File
   }
 }
 
-void OpenSaveClass::FileWriteMp3(FileMemoClass& FilMemOb, const std::string& FileName1,
+bool OpenSaveClass::FileWriteMp3(FileMemoClass& FilMemOb, const std::string& FileName1,
                                  bool /*blnUsePrevPrm*/) {
-  EncodeMp3(FileName1, [&](const std::string& wave) { FileWriteWave(FilMemOb, wave); });
+  return EncodeMp3(FileName1,
+                   [&](const std::string& wave) { return FileWriteWave(FilMemOb, wave); });
 }
 
-void OpenSaveClass::FileWriteMp3Part(FileMemoClass& FilMemOb, int32_t SavFromPos, int32_t SavToPos,
+bool OpenSaveClass::FileWriteMp3Part(FileMemoClass& FilMemOb, int32_t SavFromPos, int32_t SavToPos,
                                      int32_t WorkChn, const std::string& FileName1) {
-  EncodeMp3(FileName1, [&](const std::string& wave) {
-    FileWriteWavePart(FilMemOb, SavFromPos, SavToPos, WorkChn, wave);
+  return EncodeMp3(FileName1, [&](const std::string& wave) {
+    return FileWriteWavePart(FilMemOb, SavFromPos, SavToPos, WorkChn, wave);
   });
 }
 
-void OpenSaveClass::EncodeMp3(const std::string& mp3File,
-                              const std::function<void(const std::string&)>& writeWave) {
+bool OpenSaveClass::EncodeMp3(const std::string& mp3File,
+                              const std::function<bool(const std::string&)>& writeWave) {
   try {
-    if (!CheckEncoder()) return;
+    if (!CheckEncoder()) return false;
     const std::string temporary = NewTempFileName("wav");
-    writeWave(temporary);
+    const bool written = writeWave(temporary);
     std::this_thread::sleep_for(kSettleAfterWrite);
     if (!FileExists(temporary)) {
       Warn("Error writing intermediate wave file");
-      return;
+      return false;
     }
-    RunAndWait(Quoted(Project().LamePath) + " " + Trim(Project().LameSettings) + " " +
-               Quoted(temporary) + " " + Quoted(mp3File));
+    const int exitCode =
+        written ? RunAndWait(Quoted(Project().LamePath) + " " + Trim(Project().LameSettings) + " " +
+                             Quoted(temporary) + " " + Quoted(mp3File))
+                : -1;
     DeleteFileIfExists(temporary);
+    return exitCode == 0 && FileExists(mp3File);
   } catch (const std::exception& error) {
     Warn(ErrorDescription(error));
+    return false;
   }
 }
 

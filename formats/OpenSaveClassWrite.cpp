@@ -91,25 +91,26 @@ void OpenSaveClass::WriteWaveRuns(FileMemoClass& document, const std::string& fi
                  bytes.size());
     i += length;
   }
+  file.CloseWritten();
 }
 
-void OpenSaveClass::FileWriteWave(FileMemoClass& FilMemOb, const std::string& FileName1) {
+bool OpenSaveClass::FileWriteWave(FileMemoClass& FilMemOb, const std::string& FileName1) {
   const ShownProgress progress(kWritingBarColor);
   try {
     const int32_t frames = FilMemOb.WavWaveINos;
     if (FileName1.empty()) {
       UserInterface().Message("No file name given to write");
-      return;
+      return false;
     }
     if (frames == 0) {
       UserInterface().Message("Zero size wave found", MessageIcon::None, "Writing wave error");
-      return;
+      return false;
     }
     const int32_t channels = FilMemOb.WavFmtChannel;
     const int32_t bits = FilMemOb.WavFmtBits;
     if ((channels != 1 && channels != 2) || (bits != 8 && bits != 16)) {
       UserInterface().Message("Format not Known to write wave file");
-      return;
+      return false;
     }
     SetOriginalFileAside(FileName1);
     if (!DeleteFileIfExists(FileName1)) {
@@ -117,15 +118,17 @@ void OpenSaveClass::FileWriteWave(FileMemoClass& FilMemOb, const std::string& Fi
                                   "may be used by another program." + kCrLf +
                                   "Release that file and try again",
                               MessageIcon::None, "Failed to write wave file");
-      return;
+      return false;
     }
     WriteWaveRuns(FilMemOb, FileName1, 1, frames, channels == 1 ? 1 : 0, channels);
+    return true;
   } catch (const std::exception& error) {
     UserInterface().Message(ErrorDescription(error), MessageIcon::None, "Wave file write error");
+    return false;
   }
 }
 
-void OpenSaveClass::FileWriteWavePart(FileMemoClass& FilMemOb, int32_t SavFromPos, int32_t SavToPos,
+bool OpenSaveClass::FileWriteWavePart(FileMemoClass& FilMemOb, int32_t SavFromPos, int32_t SavToPos,
                                       int32_t WorkChn, const std::string& FileName1) {
   Trace("FileWriteWavePart: Enter");
   const ShownProgress progress(kWritingBarColor);
@@ -133,15 +136,15 @@ void OpenSaveClass::FileWriteWavePart(FileMemoClass& FilMemOb, int32_t SavFromPo
     const int32_t total = FilMemOb.WavWaveINos;
     if (total == 0) {
       UserInterface().Message("Zero size wave found", MessageIcon::None, "Writing wave error");
-      return;
+      return false;
     }
     if (SavFromPos < 1 || SavToPos > total || SavFromPos > SavToPos) {
       UserInterface().Message("Invalid selection to save selected");
-      return;
+      return false;
     }
     if (FileName1.empty()) {
       UserInterface().Message("No file name given to write");
-      return;
+      return false;
     }
     const bool stereo = FilMemOb.WavFmtChannel == 2;
     const int32_t collect = WorkChn == 0 ? (stereo ? 0 : 1) : (WorkChn == 2 && stereo ? 2 : 1);
@@ -149,7 +152,7 @@ void OpenSaveClass::FileWriteWavePart(FileMemoClass& FilMemOb, int32_t SavFromPo
     const int32_t bits = FilMemOb.WavFmtBits;
     if (bits != 8 && bits != 16) {
       UserInterface().Message("Format not Known to write wave file");
-      return;
+      return false;
     }
     SetOriginalFileAside(FileName1);
     if (FileExists(FileName1)) {
@@ -160,6 +163,7 @@ void OpenSaveClass::FileWriteWavePart(FileMemoClass& FilMemOb, int32_t SavFromPo
     }
     WriteWaveRuns(FilMemOb, FileName1, SavFromPos, SavToPos - SavFromPos + 1, collect,
                   channelsWritten);
+    return true;
   } catch (const std::exception& error) {
     const int32_t number = ErrorNumber(error);
     Trace("FileWriteWavePart Error - " + ErrorDescription(error) + " " + DecimalText(number));
@@ -168,6 +172,7 @@ void OpenSaveClass::FileWriteWavePart(FileMemoClass& FilMemOb, int32_t SavFromPo
         NumberedErrorText(number, line ? std::optional<uint32_t>(line) : std::nullopt,
                           "OpenSaveClass", ErrorDescription(error)),
         MessageIcon::Critical);
+    return false;
   }
 }
 

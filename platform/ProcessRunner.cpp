@@ -27,9 +27,8 @@ int OpenProcessDescriptor(pid_t pid) {
 #endif
 }
 
-// True once the child has ended (and is reaped).
-bool Reaped(pid_t pid) {
-  int status = 0;
+// True once the child has ended (and is reaped); its wait status goes into `status`.
+bool Reaped(pid_t pid, int& status) {
   pid_t result = 0;
   do {
     result = ::waitpid(pid, &status, WNOHANG);
@@ -61,7 +60,8 @@ std::vector<std::string> SplitCommandLine(const std::string& commandLine) {
   return arguments;
 }
 
-bool RunAndWaitProcess(const std::string& commandLine, const RunOptions& options) {
+bool RunAndWaitProcess(const std::string& commandLine, const RunOptions& options, int* exitCode) {
+  if (exitCode != nullptr) *exitCode = -1;
   const std::vector<std::string> arguments = SplitCommandLine(commandLine);
   if (arguments.empty() || arguments[0].empty()) return false;
   std::vector<char*> argv;
@@ -84,7 +84,8 @@ bool RunAndWaitProcess(const std::string& commandLine, const RunOptions& options
 
   const int descriptor = OpenProcessDescriptor(pid);
   const int intervalMs = static_cast<int>(options.pollInterval.count());
-  while (!Reaped(pid)) {
+  int status = 0;
+  while (!Reaped(pid, status)) {
     if (descriptor >= 0) {
       pollfd ready{descriptor, POLLIN, 0};
       ::poll(&ready, 1, intervalMs);
@@ -93,6 +94,7 @@ bool RunAndWaitProcess(const std::string& commandLine, const RunOptions& options
     }
   }
   if (descriptor >= 0) ::close(descriptor);
+  if (exitCode != nullptr && WIFEXITED(status)) *exitCode = WEXITSTATUS(status);
   std::this_thread::sleep_for(options.settleTime);
   return true;
 }

@@ -19,8 +19,9 @@ struct RunOptions {
 
 // Starts the first argument as the program with the rest as its arguments, inheriting
 // this process's environment and folder, with its standard streams on /dev/null, and waits
-// until it has ended. Returns false at
-// once when the program could not be started.
-bool RunAndWaitProcess(const std::string& commandLine, const RunOptions& options = {});
+// until it has ended. Returns false at once when the program could not be started.
+// `exitCode`, when given, gets the program's exit status (-1 when it did not exit normally).
+bool RunAndWaitProcess(const std::string& commandLine, const RunOptions& options = {},
+                       int* exitCode = nullptr);
 
 }  // namespace quorvane

@@ -136,10 +136,12 @@ bool WriteWhole(const std::string& file, const std::string& content) {
       out << content;
       out.close();
       if (out && std::rename(temporary.c_str(), file.c_str()) == 0) return true;
+      // A write that failed (a full disk) must not be tried again over the file itself.
+      std::remove(temporary.c_str());
+      return false;
     }
   }
-  std::remove(temporary.c_str());
-  // The folder may refuse new files while the file itself is writable.
+  // The folder refuses new files while the file itself may be writable.
   std::ofstream out(file, std::ios::binary | std::ios::trunc);
   if (!out) return false;
   out << content;

@@ -130,18 +130,18 @@ bool InsideTempFolder(const std::string& name) {
   return name.compare(0, folder.size(), folder) == 0 && name[folder.size()] == '/';
 }
 
-// Moves the file to `target`: a rename, or a copy and a delete where the two names lie on
-// different file systems. False, with the file where it was, when neither works.
-bool MoveFile(const std::string& from, const std::string& target) {
+// Gives the file a second name, `target`: a hard link, or a copy where the two names lie
+// on different file systems. The file keeps its own name until the caller replaces or
+// deletes it, so it never goes missing in between. False, with nothing made, when
+// neither works.
+bool KeepFileAside(const std::string& from, const std::string& target) {
   std::error_code error;
-  std::filesystem::rename(from, target, error);
+  std::filesystem::create_hard_link(from, target, error);
   if (!error) return true;
-  if (error != std::errc::cross_device_link) return false;
   if (!std::filesystem::copy_file(from, target, error) || error) {
     std::filesystem::remove(target, error);
     return false;
   }
-  std::filesystem::remove(from, error);
   return true;
 }
 
@@ -222,7 +222,7 @@ void SetOriginalFileAside(const std::string& name) {
         !InsideTempFolder(file.FileName)) {
       const std::string target = NewTempFileName("wav");
       g_originalFiles.CloseEntry(entry);
-      if (MoveFile(file.FileName, target)) {
+      if (KeepFileAside(file.FileName, target)) {
         file.FileName = target;
         continue;
       }

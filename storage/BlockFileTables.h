@@ -41,10 +41,11 @@ int32_t AddOriginalFileRun(int32_t entry, int32_t filePosition, int32_t start, i
 void RegisterChannelPair(int32_t blockA, int32_t blockB);
 void ReleaseOriginalFileByName(const std::string& name);
 void ReleaseOriginalFile(int32_t entry);
-// Before a file is written over: the blocks that still read from it keep reading it under
-// a new name in the session folder (a rename; a copy only across file systems), so that
-// the name is free without loading a sample. Where the file cannot be moved, its blocks
-// are loaded as by ReleaseOriginalFileByName.
+// Before a file is replaced or deleted: the blocks that still read from it keep reading it
+// under a second name in the session folder (a hard link; a copy only across file
+// systems), without loading a sample. The caller then renames a new file over the name or
+// deletes it; the session's copy is the only one left of the old audio. Where no second
+// name can be made, the blocks are loaded as by ReleaseOriginalFileByName.
 void SetOriginalFileAside(const std::string& name);
 int32_t NewTempFileSlot();
 void ReleaseUnusedFiles();

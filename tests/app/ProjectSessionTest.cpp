@@ -389,6 +389,37 @@ TEST_F(ProjectSave, AProjectFileThatCannotBeWrittenStopsTheSave) {
   EXPECT_EQ(TrackBytes("one.wav"), PcmWave(1, 22050, 16, one));
 }
 
+TEST_F(ProjectSave, ASlideFileThatCannotBeWrittenLeavesEveryFileAndTheDocumentAsTheyWere) {
+  LoadProject(plan);
+  Select(60001, 70000);
+  EditDelete(document);
+  const std::string before = ProjectText();
+  // The last slide's file cannot be written: its temporary name is taken by a folder.
+  std::filesystem::create_directories(Track(".~three.wav") + "/taken");
+  ProjectFileSave(document);
+  ASSERT_FALSE(ui.messages.empty());
+  EXPECT_EQ(ui.messages.back().text, "Error Saving\r\nCannot write " + Track("three.wav"));
+  ui.messages.clear();
+  EXPECT_TRUE(Editor().WaveChanged);
+  EXPECT_EQ(menu.menuCaption, "Undo [Delete]");
+  EXPECT_EQ(ProjectText(), before);
+  EXPECT_EQ(TrackBytes("one.wav"), PcmWave(1, 22050, 16, one));
+  EXPECT_EQ(TrackBytes("two.wav"), PcmWave(1, 22050, 16, two));
+  std::vector<std::string> left;
+  for (const auto& entry : std::filesystem::directory_iterator(files.File("tracks"))) {
+    left.push_back(entry.path().filename().string());
+  }
+  std::sort(left.begin(), left.end());
+  EXPECT_EQ(left, (std::vector<std::string>{".~three.wav", "one.wav", "three.wav", "two.wav"}));
+
+  // Once the way is free the same save goes through.
+  std::filesystem::remove_all(Track(".~three.wav"));
+  ProjectFileSave(document);
+  EXPECT_TRUE(ui.messages.empty());
+  EXPECT_FALSE(Editor().WaveChanged);
+  EXPECT_EQ(TrackBytes("one.wav"), PcmWave(1, 22050, 16, Stretch(one, 1, 60000)));
+}
+
 TEST_F(ProjectSession, TracksKeepTheirFormatWhenTheProjectGivesNone) {
   struct Format {
     int channels, rate, bits;

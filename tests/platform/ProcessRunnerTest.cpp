@@ -50,9 +50,13 @@ TEST_F(ProcessRunner, AProgramThatCannotStartEndsTheWaitAtOnce) {
 TEST_F(ProcessRunner, WaitsForAChildThatOutlivesSeveralPolls) {
   const std::string marker = folder.File("done");
   const RunOptions fastPolls{std::chrono::milliseconds(20), std::chrono::milliseconds(0)};
-  // A failing exit code still counts as run: only the files tell success.
-  ASSERT_TRUE(RunAndWaitProcess("/usr/bin/timeout 0.3 /bin/sleep 5", fastPolls));
-  ASSERT_TRUE(RunAndWaitProcess("/bin/sh -c \"sleep 0.2; touch '" + marker + "'\"", fastPolls));
+  // A failing exit code still counts as run, and is handed back.
+  int exitCode = 0;
+  ASSERT_TRUE(RunAndWaitProcess("/usr/bin/timeout 0.3 /bin/sleep 5", fastPolls, &exitCode));
+  EXPECT_EQ(exitCode, 124);
+  ASSERT_TRUE(
+      RunAndWaitProcess("/bin/sh -c \"sleep 0.2; touch '" + marker + "'\"", fastPolls, &exitCode));
+  EXPECT_EQ(exitCode, 0);
   EXPECT_TRUE(ReadFileBytes(marker).empty());
   EXPECT_TRUE(std::ifstream(marker).good());
 }

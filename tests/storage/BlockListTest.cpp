@@ -154,7 +154,8 @@ TEST_F(BlockList, FilesSetAsideMoveIntoTheSessionFolderAndTheirBlocksFollowUnloa
     BlockCarrBuffClass left, right;
     DescribeWav(name, 1, 16, SignalRun(0, 0, 100), 30, left, right);
     SetOriginalFileAside(name);
-    EXPECT_FALSE(std::filesystem::exists(name));
+    EXPECT_TRUE(std::filesystem::exists(name)) << "the file stays until it is replaced";
+    std::filesystem::remove(name);
     const std::string moved = OrgFileTable[1].FileName;
     EXPECT_EQ(std::filesystem::path(moved).parent_path(), Env().SessionFolder);
     for (const int32_t block : BlocksOf(left)) EXPECT_EQ(BlockTable[block].Kind, BlockOrgFile);
