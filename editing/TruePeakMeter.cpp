@@ -27,13 +27,23 @@ TruePeakMeter::TruePeakMeter() : window_(kHistory, 0.0F) {
   // The point a quarter, a half and three quarters past sample n comes from samples
   // n - 5 .. n + 6; tap j of a phase weighs sample n - 5 + j.
   constexpr double kHalfWidth = kTaps / 2 + 0.5;
+  std::array<std::array<float, kTaps>, kBetween> phases{};
   for (int phase = 0; phase < kBetween; ++phase) {
     const double fraction = (phase + 1) / 4.0;
     for (int tap = 0; tap < kTaps; ++tap) {
       const double distance = (tap - 5) - fraction;
-      phases_[static_cast<size_t>(phase)][static_cast<size_t>(tap)] =
+      phases[static_cast<size_t>(phase)][static_cast<size_t>(tap)] =
           static_cast<float>(Sinc(distance) * Kaiser(distance, kHalfWidth));
     }
+  }
+  // The half-way phase is symmetric and the other two mirror each other: point pairs
+  // come from sums and differences of samples equally far from the middle, with half the
+  // multiplications.
+  for (size_t tap = 0; tap < kTaps / 2; ++tap) {
+    const float outer = phases[0][kTaps - 1 - tap];
+    half_[tap] = phases[1][tap];
+    sumWeights_[tap] = phases[0][tap] + outer;
+    differenceWeights_[tap] = phases[0][tap] - outer;
   }
 }
 
@@ -42,6 +52,24 @@ float TruePeakMeter::Peak() const {
   float peak = peak_;
   for (size_t k = kHistory - 6; k < kHistory; ++k) peak = std::max(peak, std::abs(window_[k]));
   return peak;
+}
+
+// The largest of sample source[5] and the three points after it: with the quarter point q
+// and the three-quarter point t, the sums P = q + t and M = q - t give max(|q|, |t|) as
+// (|P| + |M|) / 2.
+inline float TruePeakMeter::LargestAround(const float* source) const {
+  float half = 0.0F;
+  float sum = 0.0F;
+  float difference = 0.0F;
+  for (size_t tap = 0; tap < kTaps / 2; ++tap) {
+    const float near = source[tap];
+    const float far = source[kTaps - 1 - tap];
+    half += half_[tap] * (near + far);
+    sum += sumWeights_[tap] * (near + far);
+    difference += differenceWeights_[tap] * (near - far);
+  }
+  return std::max(
+      {std::abs(source[5]), std::abs(half), 0.5F * (std::abs(sum) + std::abs(difference))});
 }
 
 void TruePeakMeter::Add(const float* samples, size_t count) {
@@ -58,34 +86,11 @@ void TruePeakMeter::Add(const float* samples, size_t count) {
   size_t i = 0;
   for (; i + kLanes <= count; i += kLanes) {
     for (size_t lane = 0; lane < kLanes; ++lane) {
-      const float* source = window + i + lane;
-      float first = 0.0F;
-      float second = 0.0F;
-      float third = 0.0F;
-      for (size_t tap = 0; tap < kTaps; ++tap) {
-        first += phases_[0][tap] * source[tap];
-        second += phases_[1][tap] * source[tap];
-        third += phases_[2][tap] * source[tap];
-      }
-      const float point =
-          std::max({std::abs(source[5]), std::abs(first), std::abs(second), std::abs(third)});
-      largest[lane] = std::max(largest[lane], point);
+      largest[lane] = std::max(largest[lane], LargestAround(window + i + lane));
     }
   }
   float peak = std::max(peak_, *std::max_element(largest.begin(), largest.end()));
-  for (; i < count; ++i) {
-    const float* source = window + i;
-    float first = 0.0F;
-    float second = 0.0F;
-    float third = 0.0F;
-    for (size_t tap = 0; tap < kTaps; ++tap) {
-      first += phases_[0][tap] * source[tap];
-      second += phases_[1][tap] * source[tap];
-      third += phases_[2][tap] * source[tap];
-    }
-    peak =
-        std::max({peak, std::abs(source[5]), std::abs(first), std::abs(second), std::abs(third)});
-  }
+  for (; i < count; ++i) peak = std::max(peak, LargestAround(window + i));
   peak_ = peak;
   std::copy(window_.end() - kHistory, window_.end(), window_.begin());
 }

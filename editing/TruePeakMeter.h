@@ -26,8 +26,12 @@ class TruePeakMeter {
   float Peak() const;
 
  private:
-  std::array<std::array<float, kTaps>, kBetween> phases_{};
-  std::vector<float> window_;  // history, then the block being measured
+  float LargestAround(const float* source) const;
+
+  std::array<float, kTaps / 2> half_{};               // the half-way phase's outer half
+  std::array<float, kTaps / 2> sumWeights_{};         // quarter + three-quarter weights
+  std::array<float, kTaps / 2> differenceWeights_{};  // quarter - three-quarter weights
+  std::vector<float> window_;                         // history, then the block being measured
   float peak_ = 0.0F;
 };
 
