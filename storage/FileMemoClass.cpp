@@ -17,13 +17,6 @@
 
 namespace quorvane {
 
-namespace {
-
-bool SelectsLeft(int32_t WorkChn) { return WorkChn == 0 || WorkChn == 1; }
-bool SelectsRight(int32_t WorkChn) { return WorkChn == 0 || WorkChn == 2; }
-
-}  // namespace
-
 FileMemoClass::FileMemoClass()
     : blockSize_(BlockCarrBuffClass::BlockSizeForBudget(Env().MemoryBudget)) {}
 

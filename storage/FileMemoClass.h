@@ -19,6 +19,10 @@
 
 namespace quorvane {
 
+// Whether a WorkChn value takes in the left (or only) channel, and the right one.
+inline bool SelectsLeft(int32_t WorkChn) { return WorkChn == 0 || WorkChn == 1; }
+inline bool SelectsRight(int32_t WorkChn) { return WorkChn == 0 || WorkChn == 2; }
+
 class FileMemoClass {
  public:
   FileMemoClass();

@@ -18,9 +18,6 @@ namespace quorvane {
 
 namespace {
 
-bool SelectsLeft(int32_t WorkChn) { return WorkChn == 0 || WorkChn == 1; }
-bool SelectsRight(int32_t WorkChn) { return WorkChn == 0 || WorkChn == 2; }
-
 // An undo item that no longer matches the document (edits were made while undo was
 // switched off) must not be replayed onto the wrong samples.
 void RequireFits(bool fits) {
