@@ -10,6 +10,8 @@
 #include <limits>
 #include <memory>
 #include <stdexcept>
+#include <utility>
+#include <vector>
 
 #include "core/Interaction.h"
 #include "core/ProjectTables.h"
@@ -40,14 +42,10 @@ double Decibels(double amplitude) {
   return amplitude > 0.0 ? 20.0 * std::log10(amplitude) : -std::numeric_limits<double>::infinity();
 }
 
-// Hands the interleaved frames to the loudness meter; false when it refuses them.
-bool AddFrames(ebur128_state* meter, const std::vector<float>& frames, size_t count) {
-  return ebur128_add_frames_float(meter, frames.data(), count) == EBUR128_SUCCESS;
-}
-
-// One slide being measured: its meters, how far its reading has got, and the blocks it
-// hands to its loudness meter, which works on one block in a thread of its own while the
-// next is read. Each hand-over waits for the block before.
+// One slide being measured: its meters, how far its reading has got, and the blocks read
+// for it. Each block is measured in a thread of its own (its true peak, then the loudness
+// meter's filter, which takes most of the time) while the next is read; each hand-over
+// waits for the block before, so that the meters see the blocks in order.
 struct SlideMeasure {
   SlideMeasure(FileMemoClass& document, int32_t slide)
       : first(SlideFirstPosition(slide)),
@@ -59,40 +57,48 @@ struct SlideMeasure {
     result.truePeak = -std::numeric_limits<double>::infinity();
     if (last < first) return;
     meter = NewMeter(document.WavFmtChannel, document.WavFmtFreq);
-    for (std::vector<float>& block : frames) {
+    for (std::vector<int16_t>& block : frames) {
       block.resize(static_cast<size_t>(kFramesPerRead) * peaks.size());
     }
   }
 
   bool Reading() const { return next <= last; }
 
-  // Reads the next block, measures its true peak and hands it to the loudness meter, in
-  // full-scale units: 8-bit values count against 128. Returns the frames read.
-  int32_t FeedNext(FileMemoClass& document, std::vector<int16_t>& left, std::vector<int16_t>& right,
-                   std::vector<float>& values) {
-    const auto channels = peaks.size();
-    const float scale = document.WavFmtBits == 8 ? 1.0F / 128 : 1.0F / 32768;
+  // Reads the next block, interleaved in 16-bit full scale (8-bit values count against
+  // 128, so they are scaled by 256), and hands it over. Returns the frames read.
+  int32_t FeedNext(FileMemoClass& document, std::vector<int16_t>& left,
+                   std::vector<int16_t>& right) {
+    const size_t channels = peaks.size();
+    const int16_t scale = document.WavFmtBits == 8 ? 256 : 1;
     const int32_t count = std::min(kFramesPerRead, last - next + 1);
     const auto frameCount = static_cast<size_t>(count);
-    std::vector<float>& block = frames[current];
+    std::vector<int16_t>& block = frames[current];
     document.QuickBuffGet(next, count, channels == 2 ? 0 : 1, left, right);
     for (size_t channel = 0; channel < channels; ++channel) {
-      const std::vector<int16_t>& samples = channel == 0 ? left : right;
+      const int16_t* samples = (channel == 0 ? left : right).data() + 1;
       for (size_t k = 0; k < frameCount; ++k) {
-        values[k] = samples[k + 1] * scale;
-        block[k * channels + channel] = values[k];
+        block[k * channels + channel] = static_cast<int16_t>(samples[k] * scale);
       }
-      peaks[channel].Add(values.data(), frameCount);
     }
     WaitForMeter();
-    added = std::async(std::launch::async, AddFrames, meter.get(), std::cref(block), frameCount);
+    measured =
+        std::async(std::launch::async, &SlideMeasure::Measure, this, std::cref(block), frameCount);
     current = 1 - current;
     next += count;
     return count;
   }
 
+  // The true peak and the loudness meter over one block; false when the meter refuses it.
+  bool Measure(const std::vector<int16_t>& block, size_t frameCount) {
+    const size_t channels = peaks.size();
+    for (size_t channel = 0; channel < channels; ++channel) {
+      peaks[channel].Add(block.data() + channel, channels, frameCount);
+    }
+    return ebur128_add_frames_short(meter.get(), block.data(), frameCount) == EBUR128_SUCCESS;
+  }
+
   void WaitForMeter() {
-    if (added.valid() && !added.get()) {
+    if (measured.valid() && !measured.get()) {
       throw std::runtime_error("the loudness meter refused the samples");
     }
   }
@@ -116,9 +122,9 @@ struct SlideMeasure {
   int32_t last;
   Meter meter;
   std::vector<TruePeakMeter> peaks;
-  std::array<std::vector<float>, 2> frames;
+  std::array<std::vector<int16_t>, 2> frames;
   size_t current = 0;
-  std::future<bool> added;
+  std::future<bool> measured;
 };
 
 }  // namespace
@@ -140,7 +146,7 @@ std::vector<int32_t> AllSlides() {
 std::vector<SlideLoudness> MeasureSlideLoudness(FileMemoClass& document,
                                                 const std::vector<int32_t>& slides) {
   // The loudness meter filters sample by sample and takes most of the time: two slides are
-  // measured side by side, so that two meters work at once.
+  // measured side by side, so that two meters work at once while this thread only reads.
   constexpr size_t kSideBySide = 2;
   int64_t total = 0;
   for (const int32_t slide : slides) {
@@ -149,26 +155,27 @@ std::vector<SlideLoudness> MeasureSlideLoudness(FileMemoClass& document,
   }
   std::vector<int16_t> left;
   std::vector<int16_t> right;
-  std::vector<float> values(static_cast<size_t>(kFramesPerRead));
-  std::vector<SlideLoudness> results;
-  results.reserve(slides.size());
+  // A slide read to its end makes room for the next one, so that both meters stay busy
+  // however the slides differ in length; results keep the order of `slides`.
+  std::vector<SlideLoudness> results(slides.size());
+  std::vector<std::pair<size_t, std::unique_ptr<SlideMeasure>>> measuring;
+  size_t begun = 0;
   int64_t done = 0;
-  for (size_t at = 0; at < slides.size(); at += kSideBySide) {
-    std::vector<std::unique_ptr<SlideMeasure>> measures;
-    for (size_t k = at; k < std::min(at + kSideBySide, slides.size()); ++k) {
-      measures.push_back(std::make_unique<SlideMeasure>(document, slides[k]));
+  while (begun < slides.size() || !measuring.empty()) {
+    for (; measuring.size() < kSideBySide && begun < slides.size(); ++begun) {
+      measuring.emplace_back(begun, std::make_unique<SlideMeasure>(document, slides[begun]));
     }
-    for (bool reading = true; reading;) {
-      reading = false;
-      for (const auto& measure : measures) {
-        if (!measure->Reading()) continue;
-        done += measure->FeedNext(document, left, right, values);
-        reading = true;
-        UserInterface().Progress().SetCurrentProgress(static_cast<float>(done) /
-                                                      static_cast<float>(total));
-      }
+    for (const auto& [index, measure] : measuring) {
+      if (!measure->Reading()) continue;
+      done += measure->FeedNext(document, left, right);
+      UserInterface().Progress().SetCurrentProgress(static_cast<float>(done) /
+                                                    static_cast<float>(total));
     }
-    for (const auto& measure : measures) results.push_back(measure->Finish());
+    std::erase_if(measuring, [&results](const auto& entry) {
+      if (entry.second->Reading()) return false;
+      results[entry.first] = entry.second->Finish();
+      return true;
+    });
   }
   return results;
 }

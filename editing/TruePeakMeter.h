@@ -19,8 +19,9 @@ class TruePeakMeter {
 
   TruePeakMeter();
 
-  // The next samples, in full-scale units (1.0 is full scale).
-  void Add(const float* samples, size_t count);
+  // The next `count` samples, 16-bit (32768 is full scale), each `stride` values after the
+  // one before: one channel of interleaved frames.
+  void Add(const int16_t* samples, size_t stride, size_t count);
 
   // Largest absolute value so far, full scale 1.0.
   float Peak() const;

@@ -19,22 +19,22 @@ TEST(TruePeakMeter, FindsACrestBetweenSamplesWhereverItFalls) {
     // sample 1000.
     constexpr double kAmplitude = 0.5;
     constexpr double kStep = std::numbers::pi / 8;
-    std::vector<float> samples(4000);
+    std::vector<int16_t> samples(4000);
     float samplePeak = 0.0F;
     for (size_t n = 0; n < samples.size(); ++n) {
       const double angle = (static_cast<double>(n) - 1000.0 - fraction) * kStep;
       // Faded in over the first 500 samples: a sudden start rings like any edge.
       const double fade = std::min(1.0, static_cast<double>(n) / 500.0);
-      samples[n] = static_cast<float>(fade * kAmplitude * std::cos(angle));
-      samplePeak = std::max(samplePeak, std::abs(samples[n]));
+      samples[n] = static_cast<int16_t>(std::lround(fade * kAmplitude * std::cos(angle) * 32768));
+      samplePeak = std::max(samplePeak, std::abs(samples[n]) / 32768.0F);
     }
     TruePeakMeter whole;
-    whole.Add(samples.data(), samples.size());
+    whole.Add(samples.data(), 1, samples.size());
     EXPECT_NEAR(whole.Peak(), kAmplitude, 0.002);
     EXPECT_GT(whole.Peak(), samplePeak + 0.002);
     TruePeakMeter pieces;
     for (size_t at = 0, size = 1; at < samples.size(); at += size, size = size * 3 % 997 + 1) {
-      pieces.Add(samples.data() + at, std::min(size, samples.size() - at));
+      pieces.Add(samples.data() + at, 1, std::min(size, samples.size() - at));
     }
     EXPECT_EQ(pieces.Peak(), whole.Peak());
   }
