@@ -61,11 +61,15 @@ int16_t DecodeSample(const uint8_t* bytes, int32_t sampleBytes) {
 bool ReadOriginalSamples(int32_t entry, int64_t offset, int32_t count, int16_t* out,
                          int16_t* neighbour) {
   if (count <= 0) return true;
-  std::fill(out, out + count, int16_t{0});
-  if (neighbour) std::fill(neighbour, neighbour + count, int16_t{0});
+  // What could not be read, from `from` on, is silence.
+  const auto silenceFrom = [&](int32_t from) {
+    std::fill(out + from, out + count, int16_t{0});
+    if (neighbour) std::fill(neighbour + from, neighbour + count, int16_t{0});
+  };
   static const std::string kUnknown;
   const std::string& name = ValidOriginal(entry) ? OrgFileTable[entry].FileName : kUnknown;
   if (name.empty()) {
+    silenceFrom(0);
     ReportUnreadableFile(name, "the file is not known");
     return false;
   }
@@ -102,12 +106,15 @@ bool ReadOriginalSamples(int32_t entry, int64_t offset, int32_t count, int16_t* 
     }
     for (int32_t i = 0; i < frames; ++i) {
       const size_t at = static_cast<size_t>(i) * frameBytes;
-      if (at + sampleBytes <= got) out[done + i] = DecodeSample(buffer.data() + at, sampleBytes);
-      if (neighbour && at + 2 * static_cast<size_t>(sampleBytes) <= got) {
-        neighbour[done + i] = DecodeSample(buffer.data() + at + sampleBytes, sampleBytes);
+      out[done + i] = at + sampleBytes <= got ? DecodeSample(buffer.data() + at, sampleBytes) : 0;
+      if (neighbour) {
+        neighbour[done + i] = at + 2 * static_cast<size_t>(sampleBytes) <= got
+                                  ? DecodeSample(buffer.data() + at + sampleBytes, sampleBytes)
+                                  : 0;
       }
     }
     if (got < wanted) {
+      silenceFrom(done + frames);
       ReportUnreadableFile(name, reason);
       return false;
     }
