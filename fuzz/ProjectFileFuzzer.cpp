@@ -40,25 +40,6 @@ constexpr size_t kLargestInput = 1 << 16;
 constexpr int32_t kMostSlides = 64;
 constexpr int32_t kMemoryBudget = 64 * 1024;
 
-[[noreturn]] void Fail(const std::string& what) {
-  std::fprintf(stderr, "project_file_fuzzer: %s\n", what.c_str());
-  std::fflush(stderr);
-  std::abort();
-}
-
-struct Workplace {
-  std::string root;
-  std::string session;
-  std::string project;
-};
-
-Workplace* g_workplace = nullptr;
-
-void RemoveWorkplace() {
-  std::error_code ignored;
-  if (g_workplace) std::filesystem::remove_all(g_workplace->root, ignored);
-}
-
 void WriteTrack(const std::string& path, int32_t channels, int32_t bits, int32_t frames) {
   std::ofstream out(path, std::ios::binary | std::ios::trunc);
   const auto header = CanonicalWaveHeader(channels, 8000, bits, frames);
@@ -67,23 +48,18 @@ void WriteTrack(const std::string& path, int32_t channels, int32_t bits, int32_t
   if (!out) Fail("cannot write " + path);
 }
 
-Workplace& TheWorkplace() {
-  if (g_workplace) return *g_workplace;
-  const char* base = std::getenv("FUZZ_TMPDIR");
-  std::string pattern = std::string(base && *base ? base : "/tmp") + "/quorvane-fuzz-XXXXXX";
-  if (!::mkdtemp(pattern.data())) Fail("cannot make a folder from " + pattern);
-  static Workplace workplace{pattern, pattern + "/fm1", pattern + "/project.ini"};
-  g_workplace = &workplace;
-  std::atexit(RemoveWorkplace);
-  std::filesystem::create_directories(workplace.root + "/tracks");
-  WriteTrack(workplace.root + "/tracks/a.wav", 1, 8, 1200);
-  WriteTrack(workplace.root + "/tracks/b.wav", 2, 16, 900);
-  if (::chdir(workplace.root.c_str()) != 0) Fail("cannot work in " + workplace.root);
-  static QuietInteraction interaction;
-  SetUserInterface(&interaction);
-  static QuietWindow window;
-  SetDocumentWindow(&window);
-  return workplace;
+// The project file's path. The tracks it may name lie in "tracks": a mono 8-bit "a.wav"
+// and a stereo 16-bit "b.wav".
+const std::string& ProjectPath() {
+  static const std::string path = [] {
+    const std::string& root = FuzzFolder();
+    std::filesystem::create_directories(root + "/tracks");
+    WriteTrack(root + "/tracks/a.wav", 1, 8, 1200);
+    WriteTrack(root + "/tracks/b.wav", 2, 16, 900);
+    if (::chdir(root.c_str()) != 0) Fail("cannot work in " + root);
+    return root + "/project.ini";
+  }();
+  return path;
 }
 
 bool Refused(const std::string& text, const std::string& project) {
@@ -114,22 +90,13 @@ void ReadThroughSmallBuffers(const std::string& project) {
   }
 }
 
-void LoadAndEmpty(const Workplace& workplace) {
-  ResetEnvironment();
-  Env().AppPath = workplace.root;
-  Env().SystemTempPath = workplace.root;
-  Env().TempRoot = workplace.root;
-  Env().SessionFolder = workplace.session;
-  Env().SettingsFile = workplace.root + "/quorvane-audio.ini";
-  Env().MemoryBudget = kMemoryBudget;
-  std::filesystem::create_directory(workplace.session);
-  ResetBlockList();
-  ResetEditorState();
+void LoadAndEmpty(const std::string& project) {
+  StartFuzzSession(kMemoryBudget);
   {
     FileMemoClass document;
     document.StorageReset();
     document.IsTempObject = true;
-    std::string path = workplace.project;
+    std::string path = project;
     try {
       ProjectFileLoad(path, document);
     } catch (const std::exception&) {
@@ -142,7 +109,7 @@ void LoadAndEmpty(const Workplace& workplace) {
   ReleaseAllFiles();
   ResetBlockList();
   std::error_code ignored;
-  std::filesystem::remove_all(workplace.session, ignored);
+  std::filesystem::remove_all(Env().SessionFolder, ignored);
 }
 
 }  // namespace
@@ -151,15 +118,15 @@ void LoadAndEmpty(const Workplace& workplace) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   using namespace quorvane;
   if (size > kLargestInput) return -1;
-  Workplace& workplace = TheWorkplace();
+  const std::string& project = ProjectPath();
   const std::string text(reinterpret_cast<const char*>(data), size);
   {
-    std::ofstream out(workplace.project, std::ios::binary | std::ios::trunc);
+    std::ofstream out(project, std::ios::binary | std::ios::trunc);
     out << text;
-    if (!out) Fail("cannot write " + workplace.project);
+    if (!out) Fail("cannot write " + project);
   }
-  if (Refused(text, workplace.project)) return -1;
-  ReadThroughSmallBuffers(workplace.project);
-  LoadAndEmpty(workplace);
+  if (Refused(text, project)) return -1;
+  ReadThroughSmallBuffers(project);
+  LoadAndEmpty(project);
   return 0;
 }

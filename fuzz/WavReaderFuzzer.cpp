@@ -47,12 +47,6 @@ constexpr int32_t kFileBlockLen = 256;
 // Frames per WaveCollectBuff call, chosen so that calls straddle block boundaries.
 constexpr int32_t kCollectRun = 1000;
 
-[[noreturn]] void Fail(const std::string& what) {
-  std::fprintf(stderr, "wav_reader_fuzzer: %s\n", what.c_str());
-  std::fflush(stderr);
-  std::abort();
-}
-
 int CountEntries(const std::string& folder) {
   DIR* dir = ::opendir(folder.c_str());
   if (!dir) Fail("cannot list " + folder);
@@ -81,69 +75,15 @@ std::string ReadWholeFile(const std::string& path) {
   return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
-// The process's folders: <tmp>/quorvane-fuzz-XXXXXX holds the settings file and the input,
-// its "fm1" is the session folder. Removed at exit.
-struct Workplace {
-  std::string root;
-  std::string session;
-  std::string input;
-  std::string settings;
-  int descriptors = 0;  // open descriptors when the input started
-};
+// The file each input is written to, and the open descriptors when the input started.
+std::string InputPath() { return FuzzFolder() + "/input.wav"; }
+int g_descriptors = 0;
 
-Workplace* g_workplace = nullptr;
-
-// Every input creates and deletes a few files. On ext4 that slows down as deleted inodes
-// pile up (after ten minutes, creating files took most of the time), so memory is preferred:
-// FUZZ_TMPDIR, else /dev/shm, else TMPDIR, else /tmp.
-std::string FolderForFiles() {
-  for (const char* name : {"FUZZ_TMPDIR", "", "TMPDIR"}) {
-    const char* value = *name ? std::getenv(name) : "/dev/shm";
-    if (value && *value && ::access(value, W_OK | X_OK) == 0) return value;
-  }
-  return "/tmp";
-}
-
-void RemoveWorkplace() {
-  if (!g_workplace) return;
-  std::error_code ignored;
-  std::filesystem::remove_all(g_workplace->root, ignored);
-}
-
-Workplace& TheWorkplace() {
-  if (g_workplace) return *g_workplace;
-  std::string pattern = FolderForFiles() + "/quorvane-fuzz-XXXXXX";
-  if (!::mkdtemp(pattern.data())) Fail("cannot make a folder from " + pattern);
-  static Workplace workplace;
-  workplace.root = pattern;
-  workplace.session = pattern + "/fm1";
-  workplace.input = pattern + "/input.wav";
-  workplace.settings = pattern + "/quorvane-audio.ini";
-  std::filesystem::create_directory(workplace.session);
-  g_workplace = &workplace;
-  std::atexit(RemoveWorkplace);
-
-  static QuietInteraction interaction;
-  SetUserInterface(&interaction);
-  static QuietWindow window;
-  SetDocumentWindow(&window);
+void StartSession() {
   // Decoding is waited for as the program waits, only with shorter pauses.
   SetProgramAcmPollTiming({std::chrono::milliseconds(0), std::chrono::milliseconds(1)});
-  return workplace;
-}
-
-// What a fresh session sets up, done again for every input.
-void StartSession(const Workplace& workplace) {
-  ResetEnvironment();
-  Env().AppPath = workplace.root;
-  Env().SystemTempPath = workplace.root;
-  Env().TempRoot = workplace.root;
-  Env().SessionFolder = workplace.session;
-  Env().SettingsFile = workplace.settings;
-  Env().MemoryBudget = kMemoryBudget;
-  ResetBlockList();
-  ResetEditorState();
-  SetProjectDefaults(workplace.root);
+  StartFuzzSession(kMemoryBudget);
+  SetProjectDefaults(FuzzFolder());
 }
 
 int16_t SampleAt(const std::string& bytes, size_t at, int32_t bits) {
@@ -239,17 +179,17 @@ void ReadEverySample(FileMemoClass& document) {
 }
 
 // Empties the document and the block list, and fails when the input left anything.
-void EndSession(FileMemoClass& document, Workplace& workplace) {
+void EndSession(FileMemoClass& document) {
   document.StorageReset();
   const std::string held = WhatTheBlockListStillHolds();
   if (!held.empty()) Fail(held);
-  const std::vector<std::string> left = EntriesOf(workplace.session);
+  const std::vector<std::string> left = EntriesOf(Env().SessionFolder);
   if (!left.empty()) Fail("the input left " + left.front() + " in the session folder");
   ReleaseAllFiles();
   ResetBlockList();
   // Counted within one input: libFuzzer opens descriptors of its own between inputs
   // (the pipes to the symbolizer).
-  if (OpenDescriptors() > workplace.descriptors) {
+  if (OpenDescriptors() > g_descriptors) {
     std::string open;
     for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
       std::error_code ignored;
@@ -266,20 +206,20 @@ void EndSession(FileMemoClass& document, Workplace& workplace) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   using namespace quorvane;
   if (size > kLargestInput) return -1;
-  Workplace& workplace = TheWorkplace();
+  const std::string input = InputPath();
   {
-    std::ofstream out(workplace.input, std::ios::binary | std::ios::trunc);
+    std::ofstream out(input, std::ios::binary | std::ios::trunc);
     out.write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
-    if (!out) Fail("cannot write " + workplace.input);
+    if (!out) Fail("cannot write " + input);
   }
-  workplace.descriptors = OpenDescriptors();
-  StartSession(workplace);
+  g_descriptors = OpenDescriptors();
+  StartSession();
   {
     FileMemoClass document;
     OpenSaveClass reader;
     reader.FileBlockLen = kFileBlockLen;
-    if (reader.FileLoadWave(document, workplace.input)) ReadEverySample(document);
-    EndSession(document, workplace);
+    if (reader.FileLoadWave(document, input)) ReadEverySample(document);
+    EndSession(document);
   }
   return 0;
 }
