@@ -8,7 +8,6 @@
 #include <QTest>
 #include <cmath>
 #include <filesystem>
-#include <fstream>
 #include <numbers>
 
 #include "devices/DsPlayClass.h"
@@ -51,10 +50,9 @@ class Playback : public SessionTest {
   // blocks lie in the source file.
   void Load(int channels, int rate, int bits, const std::vector<int16_t>& left,
             const std::vector<int16_t>& right = {}) {
-    const std::string name = files.File("track.wav");
-    std::ofstream(name, std::ios::binary)
-        << PcmWave(channels, rate, bits, channels == 2 ? Interleave(left, right) : left);
-    ASSERT_TRUE(OpenSaveClass().FileLoadWave(document, name));
+    ASSERT_TRUE(OpenSaveClass().FileLoadWave(
+        document,
+        files.Write("track.wav", PcmWave(channels, rate, bits, Interleave(left, right)))));
     SetPlayDocument(&document);
   }
 
