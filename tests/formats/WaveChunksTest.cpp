@@ -13,6 +13,8 @@ namespace {
 using testing::FormatChunkData;
 using testing::RiffFile;
 
+// Chunks in any order with ids in any case are the reader's own test; a chunk size that
+// leads past the end of the file is a fuzz-found input the reader's fuzz-input test loads.
 class FindChunkTest : public ::testing::Test {
  protected:
   // Opens the bytes as a file and searches as the reader does: from 12 over R - 12 bytes.
@@ -25,17 +27,6 @@ class FindChunkTest : public ::testing::Test {
   BinaryFile file;
   const std::string format = FormatChunkData(1, 1, 8000, 8);
 };
-
-TEST_F(FindChunkTest, FindsChunksInAnyOrderAndCase) {
-  const std::string bytes = RiffFile({{"LIST", std::string(26, 'i'), {}},
-                                      {"Fmt ", format, {}},
-                                      {"DATA", std::string(12, 'd'), {}}});
-  EXPECT_EQ(Find(bytes, "fmt ").DataOffset, 12 + 8 + 26 + 8);
-  EXPECT_EQ(Find(bytes, "fmt ").DataSize, 16);
-  EXPECT_EQ(Find(bytes, "data").DataOffset, 12 + 8 + 26 + 8 + 16 + 8);
-  EXPECT_EQ(Find(bytes, "data").DataSize, 12);
-  EXPECT_FALSE(Find(bytes, "fact").Found());
-}
 
 TEST_F(FindChunkTest, ALastChunkNeedsTenBytesOfTheSearchRange) {
   EXPECT_FALSE(Find(testing::PcmWave(1, 8000, 8, std::vector<int16_t>(9)), "data").Found());
@@ -75,13 +66,7 @@ TEST_F(FindChunkTest, AWalkThatDoesNotMoveForwardOrJumpsPastTheRangeEndsAsNotFou
 }
 
 TEST_F(FindChunkTest, TheWalkEndsAtTheEndOfTheFileWhateverTheRange) {
-  // A range of 2 GB, and a chunk whose size leads past the end of the file: beyond it
-  // nothing can be found, however many bytes the range still has.
-  const std::string bytes =
-      RiffFile({{"fmt ", format, {}}, {"junk", std::string(8, 'j'), 4096}}, 0x7FFFFFFF);
-  EXPECT_FALSE(Find(bytes, "data").Found());
-  EXPECT_EQ(Find(bytes, "fmt ").DataOffset, 20);
-  // At the very end: an id whose last byte is the file's last is still found (its size
+  // A range of 2 GB: an id whose last byte is the file's last is still found (its size
   // reads as 0, so the chunk takes the rest of the range); three bytes of one are not.
   const std::string whole =
       RiffFile({{"fmt ", format, {}}, {"junk", std::string(8, 'j'), {}}}, 0x7FFFFFFF);

@@ -94,9 +94,9 @@ TEST_F(WaveReaderTest, LongFilesAreCutIntoRunsOfTheSameNumberOfBytes) {
   EXPECT_EQ(OrgFileTable[static_cast<size_t>(document.OrgRoFileInUse)].UseCount, 8);
 }
 
-TEST_F(WaveReaderTest, IdsAreComparedWithoutCaseAndOtherChunksAreSkipped) {
-  const std::string bytes = RiffFile({{"Fmt ", FormatChunkData(1, 1, 8000, 16), {}},
-                                      {"LIST", std::string(30, 'x'), {}},
+TEST_F(WaveReaderTest, ChunksAreFoundInAnyOrderAndIdsWithoutCase) {
+  const std::string bytes = RiffFile({{"LIST", std::string(30, 'x'), {}},
+                                      {"Fmt ", FormatChunkData(1, 1, 8000, 16), {}},
                                       {"DATA", SampleBytes({1, 2, 3, 4, 5}, 16), {}}},
                                      std::nullopt, "Riff", "wave");
   ASSERT_TRUE(Load(bytes));
