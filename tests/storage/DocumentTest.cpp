@@ -194,36 +194,23 @@ class Undo : public Document {
   const BlockCarrBuffClass clip = CarrierOf(SignalRun(2, 0, 100));
 };
 
-TEST_F(Undo, AMonoPasteIntoStereoGoesWithItsPaddingAndTheSelectionComesBack) {
+TEST_F(Undo, AFormatChangeAndAMonoPasteWithItsPaddingComeBackWithFormatCopiesAndSelection) {
   Select(200, 200);
   document.WaveDataInsert(200, 1, &clip, nullptr, "Paste", true);
-  Select(1, 1100);
-  ui.progress.values.clear();
-  document.Undo();
-  EXPECT_EQ(document.UndoItemCount(), 0);
-  EXPECT_EQ(Editor().SelEnd, 200);
-  EXPECT_TRUE(Editor().WaveChanged);
-  EXPECT_EQ(ui.progress.values, (std::vector<float>{0.0F, 0.5F, 1.0F}));
-  EXPECT_FALSE(ui.progress.shown);
-}
-
-TEST_F(Undo, AFormatChangeComesBackWithTheCurrentFormatCopies) {
   document.WaveDataChangeFmt(1, 8, 22050, "Format");
   document.Undo();
   EXPECT_EQ(document.WavFmtFreq, 44100);
   EXPECT_EQ(Editor().CurrentFmtChannel, 2);
   EXPECT_EQ(Editor().CurrentFmtFreq, 44100);
   EXPECT_EQ(menu.formatMenuRefreshes, 1);
-}
-
-TEST_F(Undo, NothingToUndoShowsUndoFailedAndClearsTheSelection) {
-  Select(5, 9);
+  Select(1, 1100);
+  ui.progress.values.clear();
   document.Undo();
-  EXPECT_EQ(ui.Texts(), std::vector<std::string>{"Undo Failed"});
-  EXPECT_EQ(ui.messages[0].caption, "Timeline Audio Editor");
-  EXPECT_EQ(ui.messages[0].icon, MessageIcon::Exclamation);
-  EXPECT_EQ(Editor().SelStart, 0);
-  EXPECT_EQ(Editor().SelEnd, 0);
+  EXPECT_EQ(document.UndoItemCount(), 0);  // the padding went with the paste
+  EXPECT_EQ(Editor().SelEnd, 200);
+  EXPECT_TRUE(Editor().WaveChanged);
+  EXPECT_EQ(ui.progress.values, (std::vector<float>{0.0F, 0.5F, 1.0F}));
+  EXPECT_FALSE(ui.progress.shown);
 }
 
 TEST_F(Undo, AHistoryThatNoLongerFitsTheAudioEndsInUndoError) {
@@ -257,7 +244,7 @@ TEST_F(Undo, ReleasingFreesTheDeletedBlocksAndTakesTrailingPaddingAlong) {
   EXPECT_EQ(menu.menuCaption, "Undo [Nothing]");
 }
 
-TEST_F(Undo, TheClearDialogListsCompleteOperationsAndActsOnTheChoice) {
+TEST_F(Undo, TheClearDialogListsCompleteOperationsActsOnTheChoiceAndThenNothingIsLeft) {
   document.WaveDataDelete(1, 0, 10, "Cut", true);
   document.WaveDataInsert(1, 1, &clip, nullptr, "Paste", true);  // insert + padding
   document.WaveDataDelete(501, 0, 50, "Move", false);
@@ -280,9 +267,14 @@ TEST_F(Undo, TheClearDialogListsCompleteOperationsAndActsOnTheChoice) {
   document.WaveDataInsert(1, 0, &clip, &clip, "Paste", true);
   clear(kUndoClearUpToSelected, 0);  // up to the newest entry: nothing is left
   EXPECT_EQ(menu.menuCaption, "Undo [Nothing]");
-  document.Undo();
+  Select(5, 9);
+  document.Undo();  // fails and clears the selection
   EXPECT_EQ(ui.Texts(),
             (std::vector<std::string>{"No undo data is left to clear.", "Undo Failed"}));
+  EXPECT_EQ(ui.messages[1].caption, "Timeline Audio Editor");
+  EXPECT_EQ(ui.messages[1].icon, MessageIcon::Exclamation);
+  EXPECT_EQ(Editor().SelStart, 0);
+  EXPECT_EQ(Editor().SelEnd, 0);
   // Clearing up to the selected entry without a selection keeps the dialog open.
   EXPECT_EQ(UndoClearButtonResult(kUndoClearUpToSelected, -1), std::nullopt);
   EXPECT_EQ(ui.Texts().back(),
