@@ -51,17 +51,6 @@ TEST_F(ProfileFile, ReadMatchesNamesWithoutCaseTakesTheFirstOfEachAndCleansValue
   EXPECT_EQ(Get(folder.File("absent.ini"), "Project", "a"), "<default>");
 }
 
-TEST_F(ProfileFile, ReadIsLimitedByTheBufferSize) {
-  const std::string file = folder.Write("p.ini", "[S]\nk=" + std::string(120, 'x') + "\n");
-  ProfileRead read = GetProfileString(file, "S", "k", "", 50);
-  EXPECT_EQ(read.copied, 49u);
-  EXPECT_EQ(read.value, std::string(49, 'x'));
-  read = GetProfileString(file, "S", "k", "", 2000);
-  EXPECT_EQ(read.copied, 120u);
-  EXPECT_EQ(GetProfileString(file, "S", "missing", "defaultvalue", 5).value, "defa");
-  EXPECT_EQ(GetProfileString(file, "S", "k", "", 0).copied, 0u);
-}
-
 TEST_F(ProfileFile, WriteChangesOnlyTheLineItConcerns) {
   const std::string file = folder.Write("p.ini",
                                         "; keep me\n"
@@ -97,7 +86,7 @@ TEST_F(ProfileFile, WriteChangesOnlyTheLineItConcerns) {
             "SlideTrack=c.wav\n");
 }
 
-TEST_F(ProfileFile, WriteKeepsCrLfEndingsCreatesMissingFilesAndKeepsValuesWhole) {
+TEST_F(ProfileFile, WriteKeepsCrLfEndingsCreatesMissingFilesAndValuesComeBackToTheBuffer) {
   const std::string file = folder.Write("p.ini", "[A]\r\nx=1\r\n");
   ASSERT_TRUE(WriteProfileString(file, "A", "y", "2"));
   EXPECT_EQ(folder.Read("p.ini"), "[A]\r\nx=1\r\ny=2\r\n");
@@ -105,10 +94,16 @@ TEST_F(ProfileFile, WriteKeepsCrLfEndingsCreatesMissingFilesAndKeepsValuesWhole)
   EXPECT_EQ(folder.Read("new.ini"), "[General]\nInstalledPath=/opt/q\n");
   ASSERT_TRUE(WriteProfileString(folder.Write("n.ini", "[A]\nx=1"), "A", "x", "5"));
   EXPECT_EQ(folder.Read("n.ini"), "[A]\nx=5\n");
-  // Long values and foreign bytes come back as written.
+  // Long values and foreign bytes come back as written; reads are cut to the buffer, less
+  // the terminating zero.
   const std::string value = std::string(3000, 'v') + "\xe9\xff";
   ASSERT_TRUE(WriteProfileString(file, "S", "k", value));
   EXPECT_EQ(GetProfileString(file, "S", "k", "", 4000).value, value);
+  EXPECT_EQ(GetProfileString(file, "S", "k", "", 4000).copied, value.size());
+  EXPECT_EQ(GetProfileString(file, "S", "k", "", 50).value, std::string(49, 'v'));
+  EXPECT_EQ(GetProfileString(file, "S", "k", "", 50).copied, 49u);
+  EXPECT_EQ(GetProfileString(file, "S", "missing", "defaultvalue", 5).value, "defa");
+  EXPECT_EQ(GetProfileString(file, "S", "k", "", 0).copied, 0u);
   EXPECT_FALSE(WriteProfileString(folder.File("no/such/folder.ini"), "A", "x", "1"));
 }
 
