@@ -161,6 +161,9 @@ TEST_F(Playback, BlocksOfEveryKindPlayTheirSamplesInOrder) {
   }
   ASSERT_EQ(document.WavWaveINos, 4 * part);
   const std::vector<int16_t> heard = Heard(1, rate, 1, 4 * part, 1000);
+  EXPECT_FALSE(ui.progress.shown);  // the blocks were put in files for the player
+  ASSERT_FALSE(ui.progress.values.empty());
+  EXPECT_FLOAT_EQ(ui.progress.values.back(), 1.0F);
   ASSERT_LT(4 * static_cast<size_t>(part), heard.size());
   // The middle fifth of each quarter, away from the joins.
   const auto strength = [&](int quarter, double frequency) {
