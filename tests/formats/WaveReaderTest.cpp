@@ -45,7 +45,7 @@ class WaveReaderTest : public testing::SessionTest {
   std::string path;
 };
 
-TEST_F(WaveReaderTest, PcmFilesOfEveryFormatLoadWithoutReadingASample) {
+TEST_F(WaveReaderTest, PcmFilesOfEveryFormatLoadWithoutReadingASampleAndSaveByteForByte) {
   for (const auto& [channels, bits, rate] : std::vector<std::array<int, 3>>{
            {1, 16, 44100}, {2, 16, 22050}, {1, 8, 11025}, {2, 8, 8000}}) {
     SCOPED_TRACE(::testing::Message() << channels << " channels, " << bits << " bits");
@@ -68,8 +68,15 @@ TEST_F(WaveReaderTest, PcmFilesOfEveryFormatLoadWithoutReadingASample) {
     }
     EXPECT_EQ(document.UndoItemCount(), 0);
     EXPECT_FALSE(Editor().WaveChanged);
+    // Saved, it comes back byte for byte, read where its samples lie.
+    reader.FileWriteWave(document, files.File("out.wav"));
+    EXPECT_EQ(testing::ReadFileBytes(files.File("out.wav")),
+              PcmWave(channels, rate, bits, Interleave(left, right)));
+    EXPECT_EQ(MemoryInUse, 0);
     EXPECT_TRUE(ui.messages.empty());
   }
+  EXPECT_FALSE(ui.progress.IsVisible());
+  EXPECT_EQ(ui.progress.color, 255u);
 }
 
 TEST_F(WaveReaderTest, LongFilesAreCutIntoRunsOfTheSameNumberOfBytes) {

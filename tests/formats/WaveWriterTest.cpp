@@ -4,7 +4,6 @@
 
 #include "formats/OpenSaveClass.h"
 #include "storage/BlockCarrBuffClass.h"
-#include "storage/BlockList.h"
 #include "storage/FileMemoClass.h"
 #include "tests/support/SessionFixture.h"
 #include "tests/support/WaveBuilder.h"
@@ -31,25 +30,7 @@ class WaveWriterTest : public testing::SessionTest {
   std::string source;
 };
 
-TEST_F(WaveWriterTest, WholeDocumentsComeBackByteForByte) {
-  for (const auto& [channels, bits] :
-       std::vector<std::pair<int, int>>{{1, 16}, {2, 16}, {1, 8}, {2, 8}}) {
-    SCOPED_TRACE(::testing::Message() << channels << " channels, " << bits << " bits");
-    const auto left = bits == 8 ? testing::EightBitPattern(300) : Ramp(3000, -20000, 13);
-    const auto right = channels == 1 ? std::vector<int16_t>{}
-                       : bits == 8   ? testing::EightBitPattern(300, 7)
-                                     : Ramp(3000, 20000, -11);
-    Open(channels, 22050, bits, left, right);
-    files_.FileWriteWave(document, files.File("out.wav"));
-    EXPECT_EQ(testing::ReadFileBytes(files.File("out.wav")),
-              PcmWave(channels, 22050, bits, Interleave(left, right)));
-  }
-  EXPECT_TRUE(ui.messages.empty());
-  EXPECT_FALSE(ui.progress.IsVisible());
-  EXPECT_EQ(ui.progress.color, 255u);
-  EXPECT_EQ(MemoryInUse, 0);  // saving read the samples where they lie
-}
-
+// Whole documents of every PCM format: the reader's test saves each file it loads.
 TEST_F(WaveWriterTest, PartsTakeTheChosenChannels) {
   const auto left = Ramp(1000, 0, 3);
   const auto right = Ramp(1000, 0, -5);
