@@ -31,38 +31,29 @@ class WaveWriterTest : public testing::SessionTest {
 };
 
 // Whole documents of every PCM format: the reader's test saves each file it loads.
-TEST_F(WaveWriterTest, PartsTakeTheChosenChannels) {
-  const auto left = Ramp(1000, 0, 3);
-  const auto right = Ramp(1000, 0, -5);
-  Open(2, 44100, 16, left, right);
-  const std::string target = files.File("part.wav");
-  const auto written = [&](int32_t from, int32_t to, int32_t channel) {
-    files_.FileWriteWavePart(document, from, to, channel, target);
-    return testing::ReadFileBytes(target);
-  };
-  EXPECT_EQ(written(101, 200, 0),
-            PcmWave(2, 44100, 16, Interleave(Stretch(left, 101, 200), Stretch(right, 101, 200))));
-  EXPECT_EQ(written(1, 1, 2), PcmWave(1, 44100, 16, {right[0]}));  // one channel as a mono file
-  EXPECT_EQ(written(1000, 1000, 1), PcmWave(1, 44100, 16, {left[999]}));
-  Open(1, 8000, 16, left);
-  // The right of a mono file is its channel.
-  EXPECT_EQ(written(5, 9, 2), PcmWave(1, 8000, 16, Stretch(left, 5, 9)));
-  EXPECT_TRUE(ui.messages.empty());
-}
-
-TEST_F(WaveWriterTest, RunsLandAtTheirOffsets) {
+TEST_F(WaveWriterTest, PartsTakeTheChosenChannelsAndLandRunByRunAtTheirOffsets) {
   // FileBlockLen / 2 + 1 stereo frames: two runs, the second of one frame.
-  const size_t frames = static_cast<size_t>(files_.FileBlockLen / 2 + 1);
-  const auto left = Ramp(frames, 1, 1);
-  const auto right = Ramp(frames, -1, -1);
+  const int32_t frames = files_.FileBlockLen / 2 + 1;
+  const auto left = Ramp(static_cast<size_t>(frames), 1, 3);
+  const auto right = Ramp(static_cast<size_t>(frames), -1, -5);
   Open(2, 44100, 16, left, right);
-  const std::string target = files.File("runs.wav");
+  const auto written = [&](int32_t from, int32_t to, int32_t channel) {
+    files_.FileWriteWavePart(document, from, to, channel, files.File("part.wav"));
+    return testing::ReadFileBytes(files.File("part.wav"));
+  };
   ui.progress.values.clear();
-  files_.FileWriteWavePart(document, 1, static_cast<int32_t>(frames), 0, target);
-  EXPECT_EQ(testing::ReadFileBytes(target), PcmWave(2, 44100, 16, Interleave(left, right)));
+  EXPECT_EQ(written(1, frames, 0), PcmWave(2, 44100, 16, Interleave(left, right)));
   ASSERT_EQ(ui.progress.values.size(), 3u);  // 0 on show, then once before each run
   EXPECT_FLOAT_EQ(ui.progress.values[2],
                   static_cast<float>(frames - 1) / static_cast<float>(frames));
+  EXPECT_EQ(written(101, 200, 0),
+            PcmWave(2, 44100, 16, Interleave(Stretch(left, 101, 200), Stretch(right, 101, 200))));
+  EXPECT_EQ(written(1, 1, 2), PcmWave(1, 44100, 16, {right[0]}));  // one channel, a mono file
+  EXPECT_EQ(written(frames, frames, 1), PcmWave(1, 44100, 16, {left.back()}));
+  Open(1, 8000, 16, Stretch(left, 1, 100));
+  // The right of a mono file is its channel.
+  EXPECT_EQ(written(5, 9, 2), PcmWave(1, 8000, 16, Stretch(left, 5, 9)));
+  EXPECT_TRUE(ui.messages.empty());
 }
 
 TEST_F(WaveWriterTest, WritingOverTheSourceKeepsTheDocument) {
