@@ -109,7 +109,7 @@ TEST_F(Playback, PlayedSamplesFollowTheClockAndReachTheRangeLength) {
   EXPECT_LE(furthest, 2 * rate);
 }
 
-TEST_F(Playback, PauseHoldsThePositionContinueResumesStopEnds) {
+TEST_F(Playback, PauseHoldsThePositionContinueResumesLoopRestartsStopEnds) {
   const int rate = 22050;
   Load(1, rate, 16, Tone(440, rate, 3000, 3 * rate));
   Play(1, 3 * rate);
@@ -125,11 +125,7 @@ TEST_F(Playback, PauseHoldsThePositionContinueResumesStopEnds) {
   PlayControl(2);
   EXPECT_EQ(CurrentPlayState(), 0);
   EXPECT_EQ(shownStates, (std::vector<int32_t>{1, 3, 1, 0}));
-}
-
-TEST_F(Playback, LoopRestartsAtTheRangeStartUntilStopped) {
-  const int rate = 22050;
-  Load(1, rate, 16, Tone(440, rate, 3000, rate));
+  // Looped, a range restarts at its start until stopped.
   PassLoopToPlayer(true);
   Play(1, rate / 4);
   int32_t previous = 0;
