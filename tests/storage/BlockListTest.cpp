@@ -170,18 +170,17 @@ TEST_F(BlockList, DescriptorsPackNamesFourBytesToAnElementAndSilenceAsABlankName
 // editor may delete.
 TEST_F(BlockList, DescribedFileBlocksAreTakenOverIntoMemory) {
   BlockCarrBuffClass left, right;
-  DescribeWav(files.File("x.wav"), 2, 16, SignalRun(0, 0, 400), 200, left, right);
-  const int32_t temp = MemoryBlock(SignalRun(1, 0, 30));
+  DescribeWav(files.File("x.wav"), 2, 16, Interleave(SignalRun(0, 0, 200), SignalRun(1, 0, 200)),
+              200, left, right);
+  const int32_t temp = MemoryBlock(SignalRun(2, 0, 30));
   SaveBlockCopy(temp);
   const auto descriptor = BlocksToDescriptor({temp, BlocksOf(right)[0]});
   left = BlockCarrBuffClass();
   right = BlockCarrBuffClass();
   FreeBlock(temp);
   const auto taken = DescriptorToBlocks(descriptor, true);
-  std::vector<int16_t> rightChannel;
-  for (int i = 0; i < 200; ++i) rightChannel.push_back(Signal(0, 2 * i + 1));
-  EXPECT_EQ(BlockTable[taken[0]].Data, SignalRun(1, 0, 30));
-  EXPECT_EQ(BlockTable[taken[1]].Data, rightChannel);
+  EXPECT_EQ(BlockTable[taken[0]].Data, SignalRun(2, 0, 30));
+  EXPECT_EQ(BlockTable[taken[1]].Data, SignalRun(1, 0, 200));
   EXPECT_TRUE(TempFileTable[1].FileName.empty());
   EXPECT_TRUE(OrgFileTable[1].FileName.empty());
   EXPECT_TRUE(std::filesystem::exists(files.File("x.wav")));

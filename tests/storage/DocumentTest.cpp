@@ -20,13 +20,9 @@ class Document : public StorageTest {
   // A stereo document whose blocks of 1,000 frames lie in a source WAV file, as after
   // loading.
   void LoadFromWav(int32_t frames) {
-    std::vector<int16_t> interleaved;
-    for (int32_t i = 0; i < frames; ++i) {
-      interleaved.push_back(Signal(0, i));
-      interleaved.push_back(Signal(1, i));
-    }
     BlockCarrBuffClass left, right;
-    DescribeWav(files.File("source.wav"), 2, 16, interleaved, 1000, left, right);
+    DescribeWav(files.File("source.wav"), 2, 16,
+                Interleave(SignalRun(0, 0, frames), SignalRun(1, 0, frames)), 1000, left, right);
     LoadDocument(document, left, right);
   }
   void Select(int32_t start, int32_t end) {
