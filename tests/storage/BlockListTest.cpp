@@ -54,26 +54,20 @@ TEST_F(BlockList, BudgetWritesOutTheLeastRecentlyUsedButKeepsTheFourMostRecent) 
   EXPECT_EQ(MemoryInUse, 16'000'000);
 }
 
-TEST_F(BlockList, SourceFileAndSilenceBlocksSplitWithoutReading) {
-  const auto samples = SignalRun(0, 0, 2000);
-  BlockCarrBuffClass left, right;
-  DescribeWav(files.File("s.wav"), 2, 16, samples, 1000, left, right);
-  int32_t head = 0, tail = 0;
-  SplitBlock(BlocksOf(right)[0], 401, head, tail);
-  EXPECT_EQ(BlockTable[tail].Kind, BlockOrgFile);
-  EXPECT_EQ(Peek(tail)[0], samples[2 * 400 + 1]);
-  SplitBlock(NewBlock(500, BlockSilence), 200, head, tail);
-  EXPECT_EQ(BlockTable[tail].Kind, BlockSilence);
-  EXPECT_EQ(BlockTable[tail].Length, 300);
-  EXPECT_EQ(MemoryInUse, 0);
-}
-
-TEST_F(BlockList, LoadingASourceBlockReadsItsChannelAndFillsItsPairToo) {
-  const auto samples = SignalRun(0, 0, 2000);
+TEST_F(BlockList, ASourceBlockLoadsWithItsPairAndSplitsOfSourceOrSilenceReadNothing) {
+  const auto samples = SignalRun(0, 0, 4000);
   BlockCarrBuffClass left, right;
   DescribeWav(files.File("s.wav"), 2, 16, samples, 1000, left, right);
   LoadBlock(BlocksOf(left)[0]);
-  EXPECT_EQ(ChannelPairTable.size(), 1u);  // the pair is gone
+  EXPECT_EQ(ChannelPairTable.size(), 2u);  // the loaded pair is gone
+  EXPECT_EQ(MemoryInUse, 4000);
+  int32_t head = 0, tail = 0;
+  SplitBlock(BlocksOf(right)[1], 1401, head, tail);
+  EXPECT_EQ(BlockTable[tail].Kind, BlockOrgFile);
+  EXPECT_EQ(Peek(tail)[0], samples[2 * 1400 + 1]);
+  SplitBlock(NewBlock(500, BlockSilence), 200, head, tail);
+  EXPECT_EQ(BlockTable[tail].Kind, BlockSilence);
+  EXPECT_EQ(BlockTable[tail].Length, 300);
   EXPECT_EQ(MemoryInUse, 4000);
   std::filesystem::remove(files.File("s.wav"));  // the right block needs it no more
   EXPECT_EQ(BlockTable[BlocksOf(right)[0]].Kind, BlockMemory);
