@@ -37,6 +37,7 @@ TEST_F(WaveWriterTest, PartsTakeTheChosenChannelsAndLandRunByRunAtTheirOffsets) 
   const auto left = Ramp(static_cast<size_t>(frames), 1, 3);
   const auto right = Ramp(static_cast<size_t>(frames), -1, -5);
   Open(2, 44100, 16, left, right);
+  EXPECT_EQ(document.LeftChannel().Blocks().size(), 2u);  // read as two runs, too
   const auto written = [&](int32_t from, int32_t to, int32_t channel) {
     files_.FileWriteWavePart(document, from, to, channel, files.File("part.wav"));
     return testing::ReadFileBytes(files.File("part.wav"));
