@@ -209,32 +209,21 @@ TEST_F(Undo, AHistoryThatNoLongerFitsTheAudioEndsInUndoError) {
   EXPECT_FALSE(document.SwitchUndoOff);
 }
 
-TEST_F(Undo, ReleasingFreesTheDeletedBlocksAndTakesTrailingPaddingAlong) {
-  Env().MemoryBudget = 1000;
-  document.WaveDataDelete(1, 0, 900, "Delete", true);
+TEST_F(Undo, TheClearDialogListsCompleteOperationsFreesWhatItClearsAndThenNothingIsLeft) {
+  Env().MemoryBudget = 1000;  // what the history holds lies in temporary files
+  document.WaveDataDelete(1, 0, 900, "Cut", true);
   document.WaveDataInsert(1, 1, &clip, nullptr, "Paste", true);  // insert + padding
-  const int32_t blocksBefore = BlocksInUse();
-  const int filesBefore = TempFilesOnDisk();
-  document.UndoInfoReleaseUpto(1);
-  EXPECT_EQ(document.UndoFloor(), 1);
-  EXPECT_LT(BlocksInUse(), blocksBefore);
-  EXPECT_LT(TempFilesOnDisk(), filesBefore);
-  EXPECT_EQ(menu.menuCaption, "Undo [Paste]");
-  document.UndoInfoReleaseUpto(2);
-  EXPECT_EQ(document.UndoFloor(), 3);
-  EXPECT_EQ(menu.menuCaption, "Undo [Nothing]");
-}
-
-TEST_F(Undo, TheClearDialogListsCompleteOperationsActsOnTheChoiceAndThenNothingIsLeft) {
-  document.WaveDataDelete(1, 0, 10, "Cut", true);
-  document.WaveDataInsert(1, 1, &clip, nullptr, "Paste", true);  // insert + padding
-  document.WaveDataDelete(501, 0, 50, "Move", false);
+  document.WaveDataDelete(101, 0, 50, "Move", false);
   document.WaveDataInsert(1, 0, &clip, &clip, "Move", true);
   const auto clear = [&](int choice, int selected) {
     menu.clearChoice = UndoClearChoice{choice, selected};
     document.UndoClearFiles_UserAssisted();
   };
+  const int32_t blocks = BlocksInUse();
+  const auto tempFiles = TempFilesOnDisk();
   clear(kUndoClearFirstOne, -1);
+  EXPECT_LT(BlocksInUse(), blocks);
+  EXPECT_LT(TempFilesOnDisk(), tempFiles);
   EXPECT_EQ(menu.shownEntries, (std::vector<std::string>{"Cut", "Paste", "Move"}));
   EXPECT_EQ(document.UndoFloor(), 1);
   clear(kUndoClearUpToSelected, 0);
