@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <deque>
+#include <cstring>
 #include <stdexcept>
 
 #include "core/Environment.h"
@@ -14,45 +14,19 @@
 namespace quorvane {
 namespace {
 
+using ::testing::_;
 using ::testing::ElementsAre;
 using ::testing::FloatEq;
+using ::testing::Return;
 
-// A decoding library that reports what the test scripts and records how it was called.
-class ScriptedLibrary : public DecodingLibrary {
+class MockLibrary : public DecodingLibrary {
  public:
-  int32_t xAcm_CreateObject(const std::string& settingsFileName) override {
-    settingsFile = settingsFileName;
-    windowSizeAtCreation = SettingGet("Misc", "WindowSize", "");
-    if (createError) throw std::runtime_error(createError);
-    return handle;
-  }
-  void xAcm_DestroyObject(int32_t gone) override { destroyed.push_back(gone); }
-  int32_t xAcm_DecodeFile(int32_t, const std::string&, const std::string&) override {
-    ++decodes;
-    return decodeStarts;
-  }
-  int32_t xAcm_GetDecodingPercent(int32_t) override {
-    ++polls;
-    const int32_t percent = percents.front();
-    if (percents.size() > 1) percents.pop_front();
-    return percent;
-  }
-  int32_t xAcm_GetErrorString(int32_t, char* buffer, int32_t) override {
-    buffer[error.copy(buffer, error.size())] = '\0';
-    return static_cast<int32_t>(error.size() + 1);
-  }
-
-  int32_t handle = 7;
-  const char* createError = nullptr;
-  int32_t decodeStarts = 1;
-  std::deque<int32_t> percents = {100};
-  std::string error;
-
-  std::string settingsFile;
-  std::string windowSizeAtCreation;
-  std::vector<int32_t> destroyed;
-  int decodes = 0;
-  int polls = 0;
+  MOCK_METHOD(int32_t, xAcm_CreateObject, (const std::string&), (override));
+  MOCK_METHOD(void, xAcm_DestroyObject, (int32_t), (override));
+  MOCK_METHOD(int32_t, xAcm_DecodeFile, (int32_t, const std::string&, const std::string&),
+              (override));
+  MOCK_METHOD(int32_t, xAcm_GetDecodingPercent, (int32_t), (override));
+  MOCK_METHOD(int32_t, xAcm_GetErrorString, (int32_t, char*, int32_t), (override));
 };
 
 constexpr AcmPollTiming kNoWaits{std::chrono::milliseconds(0), std::chrono::milliseconds(0)};
@@ -62,33 +36,40 @@ class OpenSaveAcmClassTest : public ::testing::Test {
   void SetUp() override {
     ResetEnvironment();
     Env().SettingsFile = folder.File("quorvane-audio.ini");
+    ON_CALL(library, xAcm_CreateObject(_)).WillByDefault(Return(7));
+    ON_CALL(library, xAcm_DecodeFile(_, _, _)).WillByDefault(Return(1));
+    ON_CALL(library, xAcm_GetDecodingPercent(_)).WillByDefault(Return(100));
   }
   void TearDown() override { ResetEnvironment(); }
 
   testing::TempFolder folder;
   testing::RecordingInteraction ui;
-  ScriptedLibrary library;
+  ::testing::NiceMock<MockLibrary> library;
 };
 
 TEST_F(OpenSaveAcmClassTest, CreationWritesTheWindowSizeForTheLibraryAndFailuresAreTold) {
   folder.Write("quorvane-audio.ini", "[Misc]\r\nWindowSize=1\r\nKeep=this\r\n");
+  EXPECT_CALL(library, xAcm_CreateObject(folder.File("quorvane-audio.ini")))
+      .WillOnce([](const std::string&) {
+        EXPECT_EQ(SettingGet("Misc", "WindowSize", ""), "196500");
+        return 7;
+      });
   {
     OpenSaveAcmClass acm(library, kNoWaits);
     EXPECT_TRUE(acm.HandleReady);
-    EXPECT_EQ(library.settingsFile, folder.File("quorvane-audio.ini"));
-    EXPECT_EQ(library.windowSizeAtCreation, "196500");
     EXPECT_EQ(SettingGet("Misc", "Keep", ""), "this");
-    EXPECT_TRUE(library.destroyed.empty());
+    EXPECT_CALL(library, xAcm_DestroyObject(7));  // when the object goes
   }
-  EXPECT_EQ(library.destroyed, std::vector<int32_t>{7});
+  ::testing::Mock::VerifyAndClearExpectations(&library);
   EXPECT_TRUE(ui.messages.empty());
 
-  library.handle = 0;
+  EXPECT_CALL(library, xAcm_CreateObject(_))
+      .WillOnce(Return(0))
+      .WillOnce([](const std::string&) -> int32_t { throw std::runtime_error("Out of handles"); });
+  EXPECT_CALL(library, xAcm_DecodeFile(_, _, _)).Times(0);
   OpenSaveAcmClass acm(library, kNoWaits);
   EXPECT_FALSE(acm.HandleReady);
   EXPECT_FALSE(acm.AcmDecodeFile("in.wav", "out.wav", 0.8F));
-  EXPECT_EQ(library.decodes, 0);
-  library.createError = "Out of handles";
   EXPECT_FALSE(OpenSaveAcmClass(library, kNoWaits).HandleReady);
   EXPECT_EQ(ui.Texts(), (std::vector<std::string>{"Failed to create decoding object.",
                                                   "Failed to create decoding object.\r\n"
@@ -97,23 +78,30 @@ TEST_F(OpenSaveAcmClassTest, CreationWritesTheWindowSizeForTheLibraryAndFailures
 }
 
 TEST_F(OpenSaveAcmClassTest, ProgressGoesFromTheBaseThroughTheShareUntilDoneOrANegativePercent) {
+  // A decoding that does not start shows no progress; over 100 counts as done.
+  EXPECT_CALL(library, xAcm_DecodeFile(7, "in.wav", "out.wav"))
+      .WillOnce(Return(0))
+      .WillRepeatedly(Return(1));
+  EXPECT_CALL(library, xAcm_GetDecodingPercent(7))
+      .WillOnce(Return(0))
+      .WillOnce(Return(40))
+      .WillOnce(Return(150))
+      .WillOnce(Return(10))
+      .WillOnce(Return(-1));
+  EXPECT_CALL(library, xAcm_GetErrorString(7, _, _)).WillOnce([](int32_t, char* buffer, int32_t) {
+    std::strcpy(buffer, "Codec missing");
+    return 14;
+  });
   OpenSaveAcmClass acm(library, kNoWaits);
-  library.decodeStarts = 0;  // a decoding that does not start shows no progress
   EXPECT_FALSE(acm.AcmDecodeFile("in.wav", "out.wav", 0.8F));
-  EXPECT_EQ(library.polls, 0);
   EXPECT_EQ(ui.progress.timesShown, 0);
 
-  library.decodeStarts = 1;
-  library.percents = {0, 40, 150};  // over 100 counts as done
   ui.progress.progress = 0.1F;
   EXPECT_TRUE(acm.AcmDecodeFile("in.wav", "out.wav", 0.8F));
-  EXPECT_EQ(library.polls, 3);
   EXPECT_THAT(ui.progress.values, ElementsAre(FloatEq(0.1F), FloatEq(0.42F), FloatEq(0.9F)));
   EXPECT_EQ(ui.progress.timesShown, 1);
   EXPECT_FALSE(ui.progress.shown);  // hidden again: it was hidden before
 
-  library.percents = {10, -1};
-  library.error = "Codec missing";
   ui.progress.progress = 0.0F;
   ui.progress.values.clear();
   ui.progress.shown = true;
