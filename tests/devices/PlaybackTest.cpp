@@ -149,11 +149,11 @@ TEST_F(Playback, BlocksOfEveryKindPlayTheirSamplesInOrder) {
   const int rate = 44100;
   const int part = rate / 2;
   Load(1, rate, 16, Tone(500, rate, 6000, part));
-  BlockCarrBuffClass parts[3] = {
+  BlockCarrBuffClass inserted[3] = {
       CarrierOf(Tone(1200, rate, 6000, part)), {}, CarrierOf(Tone(800, rate, 6000, part))};
-  parts[1].ReDimSize(part);
+  inserted[1].ReDimSize(part);
   for (int i = 0; i < 3; ++i) {
-    document.WaveDataInsert((i + 1) * part + 1, 1, &parts[i], nullptr, "Record", true);
+    document.WaveDataInsert((i + 1) * part + 1, 1, &inserted[i], nullptr, "Record", true);
   }
   ASSERT_EQ(document.WavWaveINos, 4 * part);
   const std::vector<int16_t> heard = Heard(1, rate, 1, 4 * part, 1000);
