@@ -7,6 +7,7 @@
 #include <memory>
 #include <new>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "core/ErrorReport.h"
@@ -87,23 +88,21 @@ TEST_F(TraceTest, ErrorTextsHaveTheirFourFormsAndTraceErrorSendsTheFirst) {
 }
 
 TEST(ErrorReport, ErrnoBecomesANumberedErrorWithTheRaisingLine) {
-  errno = ENOENT;
-  uint32_t raisingLine = 0;
-  try {
-    raisingLine = __LINE__ + 1;
-    ThrowErrno("Opening /x/y.wav");
-    ADD_FAILURE() << "nothing thrown";
-  } catch (const std::exception& error) {
-    EXPECT_EQ(ErrorDescription(error), "Opening /x/y.wav: No such file or directory");
-    EXPECT_EQ(ErrorNumber(error), kErrorFileNotFound);
-    EXPECT_EQ(ErrorLine(error), raisingLine);
-  }
-  errno = ENOSPC;
-  try {
-    ThrowErrno("Writing");
-    ADD_FAILURE() << "nothing thrown";
-  } catch (const std::exception& error) {
-    EXPECT_EQ(ErrorNumber(error), kErrorDiskFull);
+  for (const auto& [number, expected, reason] :
+       {std::tuple{ENOENT, kErrorFileNotFound, "No such file or directory"},
+        std::tuple{ENOSPC, kErrorDiskFull, "No space left on device"}}) {
+    SCOPED_TRACE(reason);
+    errno = number;
+    uint32_t raisingLine = 0;
+    try {
+      raisingLine = __LINE__ + 1;
+      ThrowErrno("Opening /x/y.wav");
+      ADD_FAILURE() << "nothing thrown";
+    } catch (const std::exception& error) {
+      EXPECT_EQ(ErrorDescription(error), std::string("Opening /x/y.wav: ") + reason);
+      EXPECT_EQ(ErrorNumber(error), expected);
+      EXPECT_EQ(ErrorLine(error), raisingLine);
+    }
   }
   // Foreign exceptions have no number or line.
   const std::bad_alloc outOfMemory;

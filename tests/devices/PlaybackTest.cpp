@@ -8,7 +8,6 @@
 #include <QTest>
 #include <cmath>
 #include <filesystem>
-#include <fstream>
 #include <numbers>
 
 #include "devices/DsPlayClass.h"
@@ -16,6 +15,7 @@
 #include "formats/OpenSaveClass.h"
 #include "storage/FileMemoClass.h"
 #include "tests/devices/LoopbackRecorder.h"
+#include "tests/storage/StorageFixtures.h"
 #include "tests/support/SessionFixture.h"
 #include "tests/support/WaveBuilder.h"
 
@@ -50,10 +50,9 @@ class Playback : public SessionTest {
   // blocks lie in the source file.
   void Load(int channels, int rate, int bits, const std::vector<int16_t>& left,
             const std::vector<int16_t>& right = {}) {
-    const std::string name = files.File("track.wav");
-    std::ofstream(name, std::ios::binary)
-        << PcmWave(channels, rate, bits, channels == 2 ? Interleave(left, right) : left);
-    ASSERT_TRUE(OpenSaveClass().FileLoadWave(document, name));
+    ASSERT_TRUE(OpenSaveClass().FileLoadWave(
+        document,
+        files.Write("track.wav", PcmWave(channels, rate, bits, Interleave(left, right)))));
     SetPlayDocument(&document);
   }
 
@@ -73,6 +72,18 @@ class Playback : public SessionTest {
         },
         timeoutMs));
     return furthest;
+  }
+
+  // Plays from..to and returns what the loopback heard from its first sound on.
+  std::vector<int16_t> Heard(int channels, int rate, int32_t from, int32_t to, int threshold) {
+    LoopbackRecorder ear(channels, rate);
+    Play(from, to);
+    FurthestUntilStopped(8000);
+    QTest::qWait(200);
+    const std::vector<int16_t> heard = ear.Samples();
+    return {
+        heard.begin() + static_cast<ptrdiff_t>(FirstSound(heard, channels, threshold)) * channels,
+        heard.end()};
   }
 
   FileMemoClass document;
@@ -98,7 +109,7 @@ TEST_F(Playback, PlayedSamplesFollowTheClockAndReachTheRangeLength) {
   EXPECT_LE(furthest, 2 * rate);
 }
 
-TEST_F(Playback, PauseHoldsThePositionContinueResumesStopEnds) {
+TEST_F(Playback, PauseHoldsThePositionContinueResumesLoopRestartsStopEnds) {
   const int rate = 22050;
   Load(1, rate, 16, Tone(440, rate, 3000, 3 * rate));
   Play(1, 3 * rate);
@@ -114,11 +125,7 @@ TEST_F(Playback, PauseHoldsThePositionContinueResumesStopEnds) {
   PlayControl(2);
   EXPECT_EQ(CurrentPlayState(), 0);
   EXPECT_EQ(shownStates, (std::vector<int32_t>{1, 3, 1, 0}));
-}
-
-TEST_F(Playback, LoopRestartsAtTheRangeStartUntilStopped) {
-  const int rate = 22050;
-  Load(1, rate, 16, Tone(440, rate, 3000, rate));
+  // Looped, a range restarts at its start until stopped.
   PassLoopToPlayer(true);
   Play(1, rate / 4);
   int32_t previous = 0;
@@ -137,40 +144,27 @@ TEST_F(Playback, LoopRestartsAtTheRangeStartUntilStopped) {
 }
 
 // One tone per kind of block: a source file, memory that play writes to a temporary file,
-// and silence; the recording must hold them in this order.
+// silence and memory again; the recording must hold them in this order.
 TEST_F(Playback, BlocksOfEveryKindPlayTheirSamplesInOrder) {
   const int rate = 44100;
   const int part = rate / 2;
   Load(1, rate, 16, Tone(500, rate, 6000, part));
-  BlockCarrBuffClass memory;
-  memory.ReDimSize(part);
-  const std::vector<int16_t> second = Tone(1200, rate, 6000, part);
-  for (int32_t i = 1; i <= part; ++i) memory.WaveLR(i, second[static_cast<size_t>(i - 1)]);
-  document.WaveDataInsert(part + 1, 1, &memory, nullptr, "Record", true);
-  BlockCarrBuffClass silence;
-  const int32_t quiet = NewBlock(part, BlockSilence);
-  BlockTable[static_cast<size_t>(quiet)].Start = 1;
-  silence.BuffBlocksPutFresh({quiet});
-  silence.WaveINos = part;
-  document.WaveDataInsert(2 * part + 1, 1, &silence, nullptr, "Record", true);
-  const std::vector<int16_t> last = Tone(800, rate, 6000, part);
-  BlockCarrBuffClass fourth;
-  fourth.ReDimSize(part);
-  for (int32_t i = 1; i <= part; ++i) fourth.WaveLR(i, last[static_cast<size_t>(i - 1)]);
-  document.WaveDataInsert(3 * part + 1, 1, &fourth, nullptr, "Record", true);
+  BlockCarrBuffClass inserted[3] = {
+      CarrierOf(Tone(1200, rate, 6000, part)), {}, CarrierOf(Tone(800, rate, 6000, part))};
+  inserted[1].ReDimSize(part);
+  for (int i = 0; i < 3; ++i) {
+    document.WaveDataInsert((i + 1) * part + 1, 1, &inserted[i], nullptr, "Record", true);
+  }
   ASSERT_EQ(document.WavWaveINos, 4 * part);
-
-  LoopbackRecorder ear(1, rate);
-  Play(1, 4 * part);
-  FurthestUntilStopped(8000);
-  QTest::qWait(200);
-  const std::vector<int16_t> heard = ear.Samples();
-  const size_t start = FirstSound(heard, 1, 1000);
-  ASSERT_LT(start + 4 * static_cast<size_t>(part), heard.size());
+  const std::vector<int16_t> heard = Heard(1, rate, 1, 4 * part, 1000);
+  EXPECT_FALSE(ui.progress.shown);  // the blocks were put in files for the player
+  ASSERT_FALSE(ui.progress.values.empty());
+  EXPECT_FLOAT_EQ(ui.progress.values.back(), 1.0F);
+  ASSERT_LT(4 * static_cast<size_t>(part), heard.size());
   // The middle fifth of each quarter, away from the joins.
   const auto strength = [&](int quarter, double frequency) {
     return ToneAmplitude(heard, 1, rate, frequency,
-                         start + static_cast<size_t>(quarter * part + 2 * part / 5),
+                         static_cast<size_t>(quarter * part + 2 * part / 5),
                          static_cast<size_t>(part / 5));
   };
   EXPECT_NEAR(strength(0, 500), 6000, 600);
@@ -186,15 +180,10 @@ TEST_F(Playback, BlocksOfEveryKindPlayTheirSamplesInOrder) {
 TEST_F(Playback, EightBitMonoPlaysAtItsLevelOnBothChannels) {
   const int rate = 22050;
   Load(1, rate, 8, Tone(700, rate, 60, rate));
-  LoopbackRecorder ear(2, 44100);
-  Play(1, rate);
-  FurthestUntilStopped(5000);
-  QTest::qWait(200);
-  const std::vector<int16_t> heard = ear.Samples();
-  const size_t start = FirstSound(heard, 2, 3000);
+  const std::vector<int16_t> heard = Heard(2, 44100, 1, rate, 3000);
   for (int channel = 0; channel < 2; ++channel) {
     const std::vector<int16_t> one(heard.begin() + channel, heard.end());
-    EXPECT_NEAR(ToneAmplitude(one, 2, 44100, 700, start + 11025, 11025), 60 * 256, 1500);
+    EXPECT_NEAR(ToneAmplitude(one, 2, 44100, 700, 11025, 11025), 60 * 256, 1500);
   }
 }
 

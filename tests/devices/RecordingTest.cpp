@@ -8,13 +8,13 @@
 #include <QTest>
 #include <cmath>
 #include <filesystem>
-#include <fstream>
 #include <numbers>
 
 #include "devices/PlayControl.h"
 #include "formats/OpenSaveClass.h"
 #include "storage/FileMemoClass.h"
 #include "tests/devices/LoopbackRecorder.h"
+#include "tests/support/CompressedWavFixtures.h"
 #include "tests/support/SessionFixture.h"
 #include "tests/support/WaveBuilder.h"
 #include "ui/PictureBox.h"
@@ -32,28 +32,16 @@ std::vector<int16_t> Sine(double frequency, int rate, int amplitude, int frames)
   return samples;
 }
 
-uint32_t Le32At(const std::string& bytes, size_t at) {
-  uint32_t value = 0;
-  for (size_t i = 0; i < 4; ++i)
-    value |= static_cast<uint32_t>(static_cast<uint8_t>(bytes[at + i])) << (8 * i);
-  return value;
-}
-
-std::string FileBytes(const std::string& name) {
-  std::ifstream in(name, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), {}};
-}
-
 using Recording = SessionTest;
 
 // Records while the play routine plays a stereo tone range; the file holds both tones.
 TEST_F(Recording, LoopBackPlayedToneComesBackAtItsFrequencyAndLevel) {
   const int rate = 44100;
-  const std::string track = files.File("tone.wav");
-  std::ofstream(track, std::ios::binary) << PcmWave(
-      2, rate, 16, Interleave(Sine(1000, rate, 8000, 2 * rate), Sine(1500, rate, 4000, 2 * rate)));
   FileMemoClass document;
-  ASSERT_TRUE(OpenSaveClass().FileLoadWave(document, track));
+  ASSERT_TRUE(OpenSaveClass().FileLoadWave(
+      document, files.Write("tone.wav", PcmWave(2, rate, 16,
+                                                Interleave(Sine(1000, rate, 8000, 2 * rate),
+                                                           Sine(1500, rate, 4000, 2 * rate))))));
   CreatePlayer();
   SoundDriverSwitch(true, 1);
   SetPlayDocument(&document);
@@ -84,15 +72,10 @@ TEST_F(Recording, LoopBackPlayedToneComesBackAtItsFrequencyAndLevel) {
   SetPlayDocument(nullptr);
   ReleasePlayer();
 
-  const std::string bytes = FileBytes(form.RecordFileName);
-  ASSERT_GT(bytes.size(), 44U);
-  EXPECT_EQ(bytes.substr(0, 16), std::string("RIFF") + bytes.substr(4, 4) + "WAVEfmt ");
-  const uint32_t dataSize = Le32At(bytes, 40);
-  EXPECT_EQ(dataSize, static_cast<uint32_t>(form.FramesWritten() * 4));
-  EXPECT_EQ(Le32At(bytes, 4), dataSize + 36);
-  EXPECT_EQ(bytes.size(), 44 + dataSize);
-  std::vector<int16_t> heard((bytes.size() - 44) / 2);
-  std::memcpy(heard.data(), bytes.data() + 44, heard.size() * 2);
+  // A canonical 16-bit stereo file of every frame written.
+  const std::vector<int16_t> heard = ReadWavFile(form.RecordFileName).value_or(WavFile{}).Samples();
+  EXPECT_EQ(heard.size(), static_cast<size_t>(form.FramesWritten()) * 2);
+  EXPECT_TRUE(ReadFileBytes(form.RecordFileName) == PcmWave(2, rate, 16, heard));
   const size_t start = FirstSound(heard, 2, 2000);
   ASSERT_LT(start + static_cast<size_t>(rate) + rate / 2, heard.size() / 2);
   const std::vector<int16_t> right(heard.begin() + 1, heard.end());
@@ -102,32 +85,20 @@ TEST_F(Recording, LoopBackPlayedToneComesBackAtItsFrequencyAndLevel) {
   EXPECT_LT(ToneAmplitude(heard, 2, rate, 1500, at, rate / 2), 100);
 }
 
-struct FormatCase {
-  int channels;
-  int rate;
-  const char* label;
-  bool supported;
-  QColor rightMeter;
-};
-
-TEST_F(Recording, FormatLabelSupportAndMeterFollowTheWorkingFormat) {
-  for (const FormatCase& c :
-       {FormatCase{1, 22050, "(Mono, 22050 Hz,  16 Bits)", true, QColor(0xC0, 0xC0, 0xC0)},
-        FormatCase{2, 48000, "(Stereo, 48000 Hz,  16 Bits)", false, Qt::white}}) {
-    Recd_Frm form(nullptr, c.channels, c.rate, 16);
+TEST_F(Recording, FormatLabelSupportAndMeterFollowTheFormatAndCancelAfterStopDeletesTheFile) {
+  {
+    Recd_Frm form(nullptr, 2, 48000, 16);
     ASSERT_TRUE(form.FormInitilize());
-    EXPECT_EQ(form.Fmt_Lbl->text().toStdString(), c.label);
-    EXPECT_EQ(!form.FmtSup_Lbl->isHidden(), !c.supported) << c.label;
-    if (!c.supported) {
-      EXPECT_EQ(form.FmtSup_Lbl->text().toStdString(), "Format not supported");
-    }
-    EXPECT_EQ(form.RecShowRPic->Background(), c.rightMeter);
+    EXPECT_EQ(form.Fmt_Lbl->text().toStdString(), "(Stereo, 48000 Hz,  16 Bits)");
+    EXPECT_FALSE(form.FmtSup_Lbl->isHidden());
+    EXPECT_EQ(form.FmtSup_Lbl->text().toStdString(), "Format not supported");
+    EXPECT_EQ(form.RecShowRPic->Background(), QColor(Qt::white));
   }
-}
-
-TEST_F(Recording, CancelAfterStopDeletesTheFile) {
   Recd_Frm form(nullptr, 1, 22050, 16);
   ASSERT_TRUE(form.FormInitilize());
+  EXPECT_EQ(form.Fmt_Lbl->text().toStdString(), "(Mono, 22050 Hz,  16 Bits)");
+  EXPECT_TRUE(form.FmtSup_Lbl->isHidden());
+  EXPECT_EQ(form.RecShowRPic->Background(), QColor(0xC0, 0xC0, 0xC0));  // no right channel
   form.Start_Btn_Click();
   EXPECT_TRUE(QTest::qWaitFor([&] { return form.FramesWritten() > 0; }, 3000));
   form.Start_Btn_Click();

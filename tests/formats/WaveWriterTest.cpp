@@ -4,7 +4,6 @@
 
 #include "formats/OpenSaveClass.h"
 #include "storage/BlockCarrBuffClass.h"
-#include "storage/BlockList.h"
 #include "storage/FileMemoClass.h"
 #include "tests/support/SessionFixture.h"
 #include "tests/support/WaveBuilder.h"
@@ -15,6 +14,7 @@ namespace {
 using testing::Interleave;
 using testing::PcmWave;
 using testing::Ramp;
+using testing::Stretch;
 
 class WaveWriterTest : public testing::SessionTest {
  protected:
@@ -30,67 +30,31 @@ class WaveWriterTest : public testing::SessionTest {
   std::string source;
 };
 
-TEST_F(WaveWriterTest, WholeDocumentsComeBackByteForByte) {
-  const auto left = Ramp(3000, -20000, 13);
-  const auto right = Ramp(3000, 20000, -11);
-  std::vector<int16_t> left8(300), right8(300);
-  for (size_t i = 0; i < 300; ++i) {
-    left8[i] = static_cast<int16_t>(static_cast<int>(i) - 150);
-    right8[i] = static_cast<int16_t>(127 - static_cast<int>(i % 256));
-  }
-  struct Case {
-    int channels, bits;
-    std::vector<int16_t> left, right;
-  };
-  for (const Case& c : {Case{1, 16, left, {}}, Case{2, 16, left, right}, Case{1, 8, left8, {}},
-                        Case{2, 8, left8, right8}}) {
-    Open(c.channels, 22050, c.bits, c.left, c.right);
-    const std::string target = files.File("out.wav");
-    files_.FileWriteWave(document, target);
-    EXPECT_EQ(testing::ReadFileBytes(target),
-              PcmWave(c.channels, 22050, c.bits, Interleave(c.left, c.right)));
-  }
-  EXPECT_TRUE(ui.messages.empty());
-  EXPECT_FALSE(ui.progress.IsVisible());
-  EXPECT_EQ(ui.progress.color, 255u);
-  EXPECT_EQ(MemoryInUse, 0);  // saving read the samples where they lie
-}
-
-TEST_F(WaveWriterTest, PartsTakeTheChosenChannels) {
-  const auto left = Ramp(1000, 0, 3);
-  const auto right = Ramp(1000, 0, -5);
-  Open(2, 44100, 16, left, right);
-  const std::string target = files.File("part.wav");
-  const auto slice = [](const std::vector<int16_t>& v, int from, int to) {
-    return std::vector<int16_t>(v.begin() + from - 1, v.begin() + to);
-  };
-  files_.FileWriteWavePart(document, 101, 200, 0, target);
-  EXPECT_EQ(testing::ReadFileBytes(target),
-            PcmWave(2, 44100, 16, Interleave(slice(left, 101, 200), slice(right, 101, 200))));
-  files_.FileWriteWavePart(document, 1, 1, 2, target);  // one channel as a mono file
-  EXPECT_EQ(testing::ReadFileBytes(target), PcmWave(1, 44100, 16, {right[0]}));
-  files_.FileWriteWavePart(document, 1000, 1000, 1, target);
-  EXPECT_EQ(testing::ReadFileBytes(target), PcmWave(1, 44100, 16, {left[999]}));
-
-  Open(1, 8000, 16, left);
-  files_.FileWriteWavePart(document, 5, 9, 2, target);  // the right of a mono file is its channel
-  EXPECT_EQ(testing::ReadFileBytes(target), PcmWave(1, 8000, 16, slice(left, 5, 9)));
-  EXPECT_TRUE(ui.messages.empty());
-}
-
-TEST_F(WaveWriterTest, RunsLandAtTheirOffsets) {
+// Whole documents of every PCM format: the reader's test saves each file it loads.
+TEST_F(WaveWriterTest, PartsTakeTheChosenChannelsAndLandRunByRunAtTheirOffsets) {
   // FileBlockLen / 2 + 1 stereo frames: two runs, the second of one frame.
-  const size_t frames = static_cast<size_t>(files_.FileBlockLen / 2 + 1);
-  const auto left = Ramp(frames, 1, 1);
-  const auto right = Ramp(frames, -1, -1);
+  const int32_t frames = files_.FileBlockLen / 2 + 1;
+  const auto left = Ramp(static_cast<size_t>(frames), 1, 3);
+  const auto right = Ramp(static_cast<size_t>(frames), -1, -5);
   Open(2, 44100, 16, left, right);
-  const std::string target = files.File("runs.wav");
+  EXPECT_EQ(document.LeftChannel().Blocks().size(), 2u);  // read as two runs, too
+  const auto written = [&](int32_t from, int32_t to, int32_t channel) {
+    files_.FileWriteWavePart(document, from, to, channel, files.File("part.wav"));
+    return testing::ReadFileBytes(files.File("part.wav"));
+  };
   ui.progress.values.clear();
-  files_.FileWriteWavePart(document, 1, static_cast<int32_t>(frames), 0, target);
-  EXPECT_EQ(testing::ReadFileBytes(target), PcmWave(2, 44100, 16, Interleave(left, right)));
+  EXPECT_EQ(written(1, frames, 0), PcmWave(2, 44100, 16, Interleave(left, right)));
   ASSERT_EQ(ui.progress.values.size(), 3u);  // 0 on show, then once before each run
   EXPECT_FLOAT_EQ(ui.progress.values[2],
                   static_cast<float>(frames - 1) / static_cast<float>(frames));
+  EXPECT_EQ(written(101, 200, 0),
+            PcmWave(2, 44100, 16, Interleave(Stretch(left, 101, 200), Stretch(right, 101, 200))));
+  EXPECT_EQ(written(1, 1, 2), PcmWave(1, 44100, 16, {right[0]}));  // one channel, a mono file
+  EXPECT_EQ(written(frames, frames, 1), PcmWave(1, 44100, 16, {left.back()}));
+  Open(1, 8000, 16, Stretch(left, 1, 100));
+  // The right of a mono file is its channel.
+  EXPECT_EQ(written(5, 9, 2), PcmWave(1, 8000, 16, Stretch(left, 5, 9)));
+  EXPECT_TRUE(ui.messages.empty());
 }
 
 TEST_F(WaveWriterTest, WritingOverTheSourceKeepsTheDocument) {
@@ -98,7 +62,7 @@ TEST_F(WaveWriterTest, WritingOverTheSourceKeepsTheDocument) {
   Open(1, 16000, 16, left);
   document.WaveDataDelete(1, 1, 1000, "Delete", true);
   files_.FileWriteWave(document, source);
-  const std::vector<int16_t> rest(left.begin() + 1000, left.end());
+  const auto rest = Stretch(left, 1001, 5000);
   EXPECT_EQ(ChannelSamples(document, 1), rest);
   EXPECT_EQ(testing::ReadFileBytes(source), PcmWave(1, 16000, 16, rest));
   EXPECT_TRUE(ui.messages.empty());
@@ -111,22 +75,17 @@ TEST_F(WaveWriterTest, RefusalsLeaveExistingFilesAlone) {
     files_.FileWriteWavePart(document, from, to, 0, target);
   }
   files_.FileWriteWavePart(document, 1, 10, 0, "");
-  EXPECT_EQ(ui.Texts(),
-            (std::vector<std::string>{
-                "Invalid selection to save selected", "Invalid selection to save selected",
-                "Invalid selection to save selected", "No file name given to write"}));
-  EXPECT_EQ(testing::ReadFileBytes(target), "precious");
-
-  ui.messages.clear();
   FileMemoClass empty;
   files_.FileWriteWave(empty, target);
   files_.FileWriteWavePart(empty, 1, 1, 0, target);
   files_.FileWriteWave(document, "");
-  ASSERT_EQ(ui.messages.size(), 3u);
-  EXPECT_EQ(ui.messages[0].text, "Zero size wave found");
-  EXPECT_EQ(ui.messages[0].caption, "Writing wave error");
-  EXPECT_EQ(ui.messages[1].caption, "Writing wave error");
-  EXPECT_EQ(ui.messages[2].text, "No file name given to write");
+  EXPECT_EQ(ui.Texts(),
+            (std::vector<std::string>{
+                "Invalid selection to save selected", "Invalid selection to save selected",
+                "Invalid selection to save selected", "No file name given to write",
+                "Zero size wave found", "Zero size wave found", "No file name given to write"}));
+  EXPECT_EQ(ui.messages[4].caption, "Writing wave error");
+  EXPECT_EQ(ui.messages[5].caption, "Writing wave error");
   EXPECT_EQ(testing::ReadFileBytes(target), "precious");
   EXPECT_FALSE(ui.progress.IsVisible());
 }

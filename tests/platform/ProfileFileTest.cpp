@@ -19,53 +19,36 @@ class ProfileFile : public ::testing::Test {
   TempFolder folder;
 };
 
-TEST_F(ProfileFile, ReadMatchesNamesWithoutCaseAndCleansValues) {
+TEST_F(ProfileFile, ReadMatchesNamesWithoutCaseTakesTheFirstOfEachAndCleansValues) {
   const std::string file = folder.Write("p.ini",
                                         "; a comment\n"
+                                        "garbage line without equals\r\n"
                                         "[Project]\n"
                                         "TargetFolder =  /data/tracks  \n"
                                         "Quoted=\"  spaced  \"\n"
                                         "Single='one'\n"
                                         "Half=\"open\n"
                                         "Empty=\n"
+                                        "Duration=1.5\r\n"
+                                        "Duration=9\r\n"
+                                        "[broken\r\n"
                                         "  [ Slide One ]  \n"
-                                        "a=b=c\n");
+                                        "a=b=c\n"
+                                        "[project]\r\n"
+                                        "Other=x\r\n"
+                                        "\xff\xfe=\xe9t\xe9\r\n");
   EXPECT_EQ(Get(file, "project", "TARGETFOLDER"), "/data/tracks");
   EXPECT_EQ(Get(file, "Project", "Quoted"), "  spaced  ");
   EXPECT_EQ(Get(file, "Project", "Single"), "one");
   EXPECT_EQ(Get(file, "Project", "Half"), "\"open");
   EXPECT_EQ(Get(file, "Project", "Empty"), "");
+  EXPECT_EQ(Get(file, "Project", "Duration"), "1.5");
+  EXPECT_EQ(Get(file, "Project", "Other"), "<default>");  // only the first [Project] is searched
   EXPECT_EQ(Get(file, "slide one", "a"), "b=c");
+  EXPECT_EQ(Get(file, "broken", "a"), "<default>");
   EXPECT_EQ(Get(file, "Project", "Missing"), "<default>");
   EXPECT_EQ(Get(file, "Nowhere", "a"), "<default>");
   EXPECT_EQ(Get(folder.File("absent.ini"), "Project", "a"), "<default>");
-}
-
-TEST_F(ProfileFile, ReadTakesTheFirstSectionAndKeyAndGarbageIsIgnored) {
-  const std::string file = folder.Write("p.ini",
-                                        "garbage line without equals\r\n"
-                                        "[1]\r\n"
-                                        "Duration=1.5\r\n"
-                                        "Duration=9\r\n"
-                                        "[broken\r\n"
-                                        "[1]\r\n"
-                                        "Duration=7\r\n"
-                                        "Other=x\r\n"
-                                        "\xff\xfe=\xe9t\xe9\r\n");
-  EXPECT_EQ(Get(file, "1", "Duration"), "1.5");
-  EXPECT_EQ(Get(file, "1", "Other"), "<default>");  // only the first [1] is searched
-  EXPECT_EQ(Get(file, "broken", "Duration"), "<default>");
-}
-
-TEST_F(ProfileFile, ReadIsLimitedByTheBufferSize) {
-  const std::string file = folder.Write("p.ini", "[S]\nk=" + std::string(120, 'x') + "\n");
-  ProfileRead read = GetProfileString(file, "S", "k", "", 50);
-  EXPECT_EQ(read.copied, 49u);
-  EXPECT_EQ(read.value, std::string(49, 'x'));
-  read = GetProfileString(file, "S", "k", "", 2000);
-  EXPECT_EQ(read.copied, 120u);
-  EXPECT_EQ(GetProfileString(file, "S", "missing", "defaultvalue", 5).value, "defa");
-  EXPECT_EQ(GetProfileString(file, "S", "k", "", 0).copied, 0u);
 }
 
 TEST_F(ProfileFile, WriteChangesOnlyTheLineItConcerns) {
@@ -103,20 +86,24 @@ TEST_F(ProfileFile, WriteChangesOnlyTheLineItConcerns) {
             "SlideTrack=c.wav\n");
 }
 
-TEST_F(ProfileFile, WriteKeepsCrLfEndingsAndCreatesMissingFiles) {
+TEST_F(ProfileFile, WriteKeepsCrLfEndingsCreatesMissingFilesAndValuesComeBackToTheBuffer) {
   const std::string file = folder.Write("p.ini", "[A]\r\nx=1\r\n");
   ASSERT_TRUE(WriteProfileString(file, "A", "y", "2"));
   EXPECT_EQ(folder.Read("p.ini"), "[A]\r\nx=1\r\ny=2\r\n");
-  EXPECT_EQ(Get(file, "A", "y"), "2");
-
-  const std::string fresh = folder.File("new.ini");
-  ASSERT_TRUE(WriteProfileString(fresh, "General", "InstalledPath", "/opt/q"));
+  ASSERT_TRUE(WriteProfileString(folder.File("new.ini"), "General", "InstalledPath", "/opt/q"));
   EXPECT_EQ(folder.Read("new.ini"), "[General]\nInstalledPath=/opt/q\n");
-
-  const std::string noNewline = folder.Write("n.ini", "[A]\nx=1");
-  ASSERT_TRUE(WriteProfileString(noNewline, "A", "x", "5"));
+  ASSERT_TRUE(WriteProfileString(folder.Write("n.ini", "[A]\nx=1"), "A", "x", "5"));
   EXPECT_EQ(folder.Read("n.ini"), "[A]\nx=5\n");
-
+  // Long values and foreign bytes come back as written; reads are cut to the buffer, less
+  // the terminating zero.
+  const std::string value = std::string(3000, 'v') + "\xe9\xff";
+  ASSERT_TRUE(WriteProfileString(file, "S", "k", value));
+  EXPECT_EQ(GetProfileString(file, "S", "k", "", 4000).value, value);
+  EXPECT_EQ(GetProfileString(file, "S", "k", "", 4000).copied, value.size());
+  EXPECT_EQ(GetProfileString(file, "S", "k", "", 50).value, std::string(49, 'v'));
+  EXPECT_EQ(GetProfileString(file, "S", "k", "", 50).copied, 49u);
+  EXPECT_EQ(GetProfileString(file, "S", "missing", "defaultvalue", 5).value, "defa");
+  EXPECT_EQ(GetProfileString(file, "S", "k", "", 0).copied, 0u);
   EXPECT_FALSE(WriteProfileString(folder.File("no/such/folder.ini"), "A", "x", "1"));
 }
 
@@ -124,13 +111,6 @@ TEST_F(ProfileFile, AFolderOfThatNameIsNoFile) {
   std::filesystem::create_directory(folder.File("project.ini"));
   EXPECT_EQ(Get(folder.File("project.ini"), "Project", "SlideCount"), "<default>");
   EXPECT_FALSE(WriteProfileString(folder.File("project.ini"), "Project", "SlideCount", "2"));
-}
-
-TEST_F(ProfileFile, LongValuesAndForeignBytesSurviveARoundTrip) {
-  const std::string file = folder.File("p.ini");
-  const std::string value = std::string(3000, 'v') + "\xe9\xff";
-  ASSERT_TRUE(WriteProfileString(file, "S", "k", value));
-  EXPECT_EQ(GetProfileString(file, "S", "k", "", 4000).value, value);
 }
 
 }  // namespace

@@ -24,12 +24,10 @@ namespace quorvane::testing {
 
 class StorageTest : public SessionTest {
  protected:
-  int TempFilesOnDisk() const {  // temporary block files in the session folder
-    int count = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(session.Path())) {
-      count += entry.path().extension() == ".tmp" ? 1 : 0;
-    }
-    return count;
+  auto TempFilesOnDisk() const {  // temporary block files in the session folder
+    return std::ranges::count_if(
+        std::filesystem::directory_iterator(session.Path()),
+        [](const auto& entry) { return entry.path().extension() == ".tmp"; });
   }
 };
 

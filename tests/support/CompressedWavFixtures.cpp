@@ -24,6 +24,21 @@ uint32_t GetLe(const std::string& bytes, size_t at, int width) {
   return value;
 }
 
+// Where the id of the first chunk `id` of a RIFF file lies, or the size.
+size_t ChunkAt(const std::string& bytes, const std::string& id) {
+  for (size_t at = 12; at + 8 <= bytes.size();) {
+    if (bytes.compare(at, 4, id) == 0) return at;
+    const uint32_t size = GetLe(bytes, at + 4, 4);
+    at += 8 + size + (size & 1U);
+  }
+  return bytes.size();
+}
+
+void WriteBytes(const std::string& path, const std::string& bytes) {
+  std::ofstream out(path, std::ios::binary | std::ios::trunc);
+  if (!(out << bytes).flush()) throw std::runtime_error("cannot write " + path);
+}
+
 }  // namespace
 
 std::vector<int16_t> TestSignal(int channels, int sampleRate, size_t frames) {
@@ -42,9 +57,7 @@ std::vector<int16_t> TestSignal(int channels, int sampleRate, size_t frames) {
 
 void WritePcm16Wav(const std::string& path, const std::vector<int16_t>& samples, int channels,
                    int sampleRate) {
-  std::ofstream out(path, std::ios::binary | std::ios::trunc);
-  out << PcmWave(channels, sampleRate, 16, samples);
-  if (!out.flush()) throw std::runtime_error("cannot write " + path);
+  WriteBytes(path, PcmWave(channels, sampleRate, 16, samples));
 }
 
 void EncodeWithFfmpeg(const std::string& source, const std::string& destination,
@@ -71,47 +84,31 @@ std::optional<WavFile> ReadWavFile(const std::string& path) {
   WavFile wav;
   wav.fileSize = bytes.size();
   wav.riffSize = GetLe(bytes, 4, 4);
-  size_t at = 12;
-  while (at + 8 <= bytes.size()) {
-    const std::string id = bytes.substr(at, 4);
-    const uint32_t size = GetLe(bytes, at + 4, 4);
-    const size_t body = at + 8;
-    const size_t present = std::min<size_t>(size, bytes.size() - body);
-    if (id == "fmt " && present >= 16) {
-      wav.formatTag = static_cast<uint16_t>(GetLe(bytes, body, 2));
-      wav.channels = static_cast<uint16_t>(GetLe(bytes, body + 2, 2));
-      wav.sampleRate = GetLe(bytes, body + 4, 4);
-      wav.byteRate = GetLe(bytes, body + 8, 4);
-      wav.blockAlign = static_cast<uint16_t>(GetLe(bytes, body + 12, 2));
-      wav.bitsPerSample = static_cast<uint16_t>(GetLe(bytes, body + 14, 2));
-    } else if (id == "fact" && present >= 4) {
-      wav.factFrames = GetLe(bytes, body, 4);
-    } else if (id == "data") {
-      wav.dataOffset = body;
-      wav.data = bytes.substr(body, present);
-    }
-    at = body + size + (size & 1U);
+  if (const size_t at = ChunkAt(bytes, "fmt "); at + 24 <= bytes.size()) {
+    wav.formatTag = static_cast<uint16_t>(GetLe(bytes, at + 8, 2));
+    wav.channels = static_cast<uint16_t>(GetLe(bytes, at + 10, 2));
+    wav.sampleRate = GetLe(bytes, at + 12, 4);
+    wav.byteRate = GetLe(bytes, at + 16, 4);
+    wav.blockAlign = static_cast<uint16_t>(GetLe(bytes, at + 20, 2));
+    wav.bitsPerSample = static_cast<uint16_t>(GetLe(bytes, at + 22, 2));
+  }
+  if (const size_t at = ChunkAt(bytes, "fact"); at + 12 <= bytes.size()) {
+    wav.factFrames = GetLe(bytes, at + 8, 4);
+  }
+  if (const size_t at = ChunkAt(bytes, "data"); at + 8 <= bytes.size()) {
+    wav.dataOffset = at + 8;
+    wav.data = bytes.substr(at + 8, GetLe(bytes, at + 4, 4));
   }
   return wav;
 }
 
 void PatchFactChunk(const std::string& path, std::optional<uint32_t> frames) {
-  const auto wav = ReadWavFile(path);
   std::string bytes = ReadFileBytes(path);
-  size_t at = 12;
-  while (at + 12 <= bytes.size() && bytes.compare(at, 4, "fact") != 0) {
-    const uint32_t size = GetLe(bytes, at + 4, 4);
-    at += 8 + size + (size & 1U);
-  }
-  if (!wav || at + 12 > bytes.size()) throw std::runtime_error("no fact chunk in " + path);
-  if (frames) {
-    bytes.replace(at + 8, 4, Le32(*frames));
-  } else {
-    bytes.replace(at, 4, "JUNK");
-  }
-  std::ofstream out(path, std::ios::binary | std::ios::trunc);
-  out << bytes;
-  if (!out.flush()) throw std::runtime_error("cannot write " + path);
+  const size_t at = ChunkAt(bytes, "fact");
+  if (!ReadWavFile(path) || at + 12 > bytes.size())
+    throw std::runtime_error("no fact chunk in " + path);
+  bytes.replace(frames ? at + 8 : at, 4, frames ? Le32(*frames) : "JUNK");
+  WriteBytes(path, bytes);
 }
 
 std::vector<int16_t> Channel(const std::vector<int16_t>& interleaved, int channels, int channel) {
