@@ -218,6 +218,16 @@ void LoadSlideAudio(FileMemoClass& document, int32_t n, float duration, int64_t&
   const float actual =
       static_cast<float>(track->WavWaveINos) / static_cast<float>(track->WavFmtFreq);
   if (seconds == 0.0F) seconds = actual;
+  // Audio that would take the presentation past the most samples a document holds ends the
+  // start-up like any run-time error, rather than wrapping round to positions that mean
+  // nothing.
+  const int64_t samples =
+      std::max(RoundHalfEven64(static_cast<double>(seconds) * track->WavFmtFreq),
+               int64_t{track->WavWaveINos});
+  if (samples > kMostSamples - runningTotal) {
+    ThrowError(6, "Overflow: the audio of slide " + DecimalText(n) +
+                      " makes the presentation longer than the editor can hold");
+  }
   if (seconds > actual) PadTrackToDuration(*track, seconds);
   AppendTrack(document, *track, slide.Start);
   runningTotal += track->WavWaveINos;

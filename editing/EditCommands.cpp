@@ -1,7 +1,5 @@
 #include "editing/EditCommands.h"
 
-#include <limits>
-
 #include "core/ErrorReport.h"
 #include "core/Interaction.h"
 #include "core/Numbers.h"
@@ -112,7 +110,7 @@ bool InsertSilenceSeconds(FileMemoClass& document, const std::string& answer) {
   // the document cannot hold is refused like one that is too short, rather than wrapping
   // round to a length that means nothing.
   const int64_t count = static_cast<int64_t>(document.WavFmtFreq) * seconds;
-  const int64_t room = std::numeric_limits<int32_t>::max() - 1 - int64_t{document.WavWaveINos};
+  const int64_t room = int64_t{kMostSamples} - document.WavWaveINos;
   if (count > room) return false;
   SettingPut("", "SilceDur", answer);
   BlockCarrBuffClass left;

@@ -10,6 +10,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -18,6 +19,10 @@
 #include "storage/UndoItem.h"
 
 namespace quorvane {
+
+// The most samples a document holds per channel: positions are 32-bit, the one after the
+// last sample included.
+inline constexpr int32_t kMostSamples = std::numeric_limits<int32_t>::max() - 1;
 
 // Whether a WorkChn value takes in the left (or only) channel, and the right one.
 inline bool SelectsLeft(int32_t WorkChn) { return WorkChn == 0 || WorkChn == 1; }

@@ -9,6 +9,7 @@
 
 #include "app/AudioFileName.h"
 #include "app/ProjectFile.h"
+#include "core/ErrorReport.h"
 #include "core/ProjectTables.h"
 #include "editing/EditCommands.h"
 #include "storage/EditorState.h"
@@ -566,6 +567,29 @@ TEST_F(ProjectSession, AMissingTrackIsSilenceOfItsDurationAShortOnePaddedALongOn
   EXPECT_EQ(IniValue(text, "2", "ClickMarkerTimes"), "2.5");
   EXPECT_EQ(IniValue(text, "3", "Duration"), "1.5");
   EXPECT_EQ(IniValue(text, "4", "Duration"), "0.0");
+}
+
+TEST_F(ProjectSession, AudioLongerThanADocumentHoldsEndsTheLoadWithOverflow) {
+  // At 22050 Hz a document holds 97,391.5 s: one slide of 1e40 s, or a second slide of
+  // 50,000 s after one of as long, would wrap the 32-bit positions round.
+  for (const std::vector<std::string>& durations :
+       std::vector<std::vector<std::string>>{{"1e40"}, {"50000", "50000"}}) {
+    SCOPED_TRACE(durations.size());
+    ProjectPlan plan;
+    plan.baseFrequency = "22050";
+    for (const std::string& duration : durations) {
+      plan.slides.push_back(SlidePlan{"Gap", "absent.wav", duration, {}, {}, {}});
+    }
+    try {
+      Load(WriteProjectFile(plan));
+      ADD_FAILURE() << "the project loaded";
+    } catch (const std::exception& error) {
+      EXPECT_EQ(ErrorNumber(error), 6);
+      EXPECT_EQ(ErrorDescription(error),
+                "Overflow: the audio of slide " + std::to_string(durations.size()) +
+                    " makes the presentation longer than the editor can hold");
+    }
+  }
 }
 
 TEST_F(ProjectSession, Mp3TracksGoThroughLameBothWays) {
