@@ -13,6 +13,7 @@
 #include "editing/SampleMapping.h"
 #include "editing/VolumeEffects.h"
 #include "storage/BlockCarrBuffClass.h"
+#include "storage/BlockWriteBehind.h"
 #include "storage/FileMemoClass.h"
 
 namespace quorvane {
@@ -142,6 +143,7 @@ bool DynamicCompressExpand(FileMemoClass& document, const DynamicParameters& val
   ProgressDisplay& display = UserInterface().Progress();
   try {
     const BusyPointer busy;
+    const BlockWriteBehind writingBehind;
     BlockCarrBuffClass left;
     BlockCarrBuffClass right;
     document.WaveCollectData(first, last, channels, left, right);

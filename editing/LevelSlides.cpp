@@ -8,6 +8,7 @@
 #include "editing/SampleMapping.h"
 #include "editing/VolumeEffects.h"
 #include "storage/BlockCarrBuffClass.h"
+#include "storage/BlockWriteBehind.h"
 #include "storage/FileMemoClass.h"
 
 namespace quorvane {
@@ -46,6 +47,7 @@ bool LevelSlides(FileMemoClass& document, const std::vector<int32_t>& slides, do
   levels.clear();
   try {
     const BusyPointer busy;
+    const BlockWriteBehind writingBehind;
     const ShownProgress shown(kEffectBarColor);
     for (const SlideLoudness& before : MeasureSlideLoudness(document, slides)) {
       SlideLevel& level = levels.emplace_back();

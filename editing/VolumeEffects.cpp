@@ -5,6 +5,7 @@
 #include "editing/EditRange.h"
 #include "editing/SampleMapping.h"
 #include "storage/BlockCarrBuffClass.h"
+#include "storage/BlockWriteBehind.h"
 #include "storage/FileMemoClass.h"
 
 namespace quorvane {
@@ -26,6 +27,7 @@ bool ChangeVolume(FileMemoClass& document, int32_t Percent) {
     BlockCarrBuffClass right;
     document.WaveCollectData(first, last, channels, left, right);
     const BusyPointer busy;
+    const BlockWriteBehind writingBehind;
     const ShownProgress shown(kEffectBarColor);
     const SampleTable table = GainTable(Percent / 100.0, document.WavFmtBits);
     const float share = channels == 0 ? 0.5F : 1.0F;
@@ -54,6 +56,7 @@ bool Maximize(FileMemoClass& document) {
     BlockCarrBuffClass right;
     document.WaveCollectData(first, last, channels, left, right);
     const BusyPointer busy;
+    const BlockWriteBehind writingBehind;
     const ShownProgress shown(kEffectBarColor);
     const float share = channels == 0 ? 0.25F : 0.5F;
     const double fullScale = FullScale(document.WavFmtBits);

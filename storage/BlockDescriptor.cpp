@@ -54,6 +54,8 @@ bool UnpackText(const std::vector<int32_t>& in, size_t& at, std::string& text) {
 }  // namespace
 
 std::vector<int32_t> BlocksToDescriptor(const std::vector<int32_t>& blocks) {
+  // Whoever reads the description (another editor, the player's thread) reads the files.
+  SettleWrites();
   std::vector<int32_t> descriptor{0, static_cast<int32_t>(blocks.size())};
   for (const int32_t block : blocks) {
     QUORVANE_CHECK(ValidBlock(block), "describing a block that does not exist");

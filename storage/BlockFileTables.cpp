@@ -25,7 +25,8 @@ int32_t FreeTempSlot(const std::string& keep) {
   int32_t reuse = 0;
   for (int32_t slot = 1; slot < static_cast<int32_t>(TempFileTable.size()); ++slot) {
     TempFileSlot& entry = TempFileTable[slot];
-    if (entry.UseCount != 0) continue;
+    // A file still being written stays until its write has been settled.
+    if (entry.UseCount != 0 || SamplesBeingWritten(slot)) continue;
     g_tempFiles.CloseEntry(slot);
     if (!entry.FileName.empty() && !SameNameIgnoringCase(entry.FileName, keep)) {
       DeleteFileIfExists(entry.FileName);
@@ -240,7 +241,7 @@ int32_t NewTempFileSlot() {
 void ReleaseUnusedFiles() {
   for (int32_t slot = 1; slot < static_cast<int32_t>(TempFileTable.size()); ++slot) {
     TempFileSlot& entry = TempFileTable[slot];
-    if (entry.UseCount != 0 || entry.FileName.empty()) continue;
+    if (entry.UseCount != 0 || entry.FileName.empty() || SamplesBeingWritten(slot)) continue;
     g_tempFiles.CloseEntry(slot);
     DeleteFileIfExists(entry.FileName);
     entry.FileName.clear();

@@ -52,7 +52,26 @@ int32_t WriteToNewSlot(int32_t block);
 // Reads a BlockOrgFile block (with its stereo partner when one read fills both) into
 // memory; the blocks become BlockMemory blocks of their own.
 void LoadOriginalBlock(int32_t block);
+// Writes samples into a new file of that name, with `bypassCache` straight to the disk
+// instead of through the page cache where the file system allows. False, with the file
+// removed again and the reason given, when the samples could not all be written. Touches
+// no table: the writes behind a pass run it on a thread of their own.
+bool WriteSampleFile(const std::string& name, const int16_t* data, int32_t count, bool bypassCache,
+                     std::string& reason);
+// One message per spell of failing writes (a full disk fails every write until space is
+// freed); the block concerned stays in memory. A write that succeeds ends the spell.
+void ReportWriteFailure(const std::string& name, const std::string& reason);
+void NoteWriteSucceeded();
+bool WritesFailing();
 // Forgets the files already reported and the failing-write spell.
 void ResetSampleReports();
+
+// Writing behind a pass (see BlockWriteBehind): whether a pass is running, handing a
+// block's samples over to be written to `slot`, the samples still being written to a slot
+// (nullptr when none are), and waiting for every write, settling each.
+bool WritingBehind();
+void WriteBehind(int32_t slot, std::vector<int16_t>&& samples);
+const std::vector<int16_t>* SamplesBeingWritten(int32_t slot);
+void SettleWrites();
 
 }  // namespace quorvane::block_list

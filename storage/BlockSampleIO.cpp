@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <set>
 
 #include "core/Interaction.h"
@@ -35,17 +36,6 @@ void ReportUnreadableFile(const std::string& name, const std::string& reason) {
   UserInterface().MsgBox(
       MessageRequest{std::string("Error - Could not read audio data from file") + kCrLf + name +
                          kCrLf + reason + kCrLf + "The samples that could not be read are silence.",
-                     kAppTitle, MessageIcon::Critical, MessageButtons::OkOnly, 1});
-}
-
-// One message per spell of failing writes (a full disk fails every write until space is
-// freed); the block concerned stays in memory.
-void ReportWriteFailure(const std::string& name, const std::string& reason) {
-  if (g_writeOutFailing) return;
-  g_writeOutFailing = true;
-  UserInterface().MsgBox(
-      MessageRequest{std::string("Error - Could not write audio data to the temporary file") +
-                         kCrLf + name + kCrLf + reason + kCrLf + "The audio stays in memory.",
                      kAppTitle, MessageIcon::Critical, MessageButtons::OkOnly, 1});
 }
 
@@ -123,40 +113,46 @@ bool ReadOriginalSamples(int32_t entry, int64_t offset, int32_t count, int16_t* 
   return true;
 }
 
-// Writes samples into a new file of that name. False, with the file removed again and the
-// reason given, when the samples could not all be written.
-bool WriteNewSampleFile(const std::string& name, const int16_t* data, int32_t count,
-                        std::string& reason) {
-  FileHandle file(::open(name.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
-  if (!file.IsOpen()) {
-    reason = std::strerror(errno);
-    return false;
-  }
-  const auto* bytes = reinterpret_cast<const char*>(data);
-  const size_t total = 2 * static_cast<size_t>(std::max(count, 0));
+// Writes all `total` bytes; false, with the reason, when the file took less.
+bool WriteAll(int descriptor, const char* bytes, size_t total, std::string& reason) {
   size_t done = 0;
-  bool written = true;
   while (done < total) {
-    const ssize_t put = ::write(file.Descriptor(), bytes + done, total - done);
+    const ssize_t put = ::write(descriptor, bytes + done, total - done);
     if (put < 0 && errno == EINTR) continue;
     if (put <= 0) {
       reason = put < 0 ? std::strerror(errno) : "nothing could be written";
-      written = false;
-      break;
+      return false;
     }
     done += static_cast<size_t>(put);
   }
-  if (written && !file.Close()) {
-    reason = std::strerror(errno);
-    written = false;
+  return true;
+}
+
+// Direct writes take whole pages from page-aligned memory at page-aligned offsets: the
+// samples go through an aligned buffer a megabyte at a time, and the last part of a page
+// as an ordinary write once direct writing is switched off again.
+constexpr size_t kDirectAlignment = 4096;
+constexpr size_t kDirectChunk = size_t{1} << 20;
+
+bool WriteBypassingCache(int descriptor, const char* bytes, size_t total, std::string& reason) {
+  struct FreeAligned {
+    void operator()(char* buffer) const { std::free(buffer); }
+  };
+  const std::unique_ptr<char, FreeAligned> stage(
+      static_cast<char*>(std::aligned_alloc(kDirectAlignment, kDirectChunk)));
+  const size_t whole = stage ? total / kDirectAlignment * kDirectAlignment : 0;
+  for (size_t done = 0; done < whole;) {
+    const size_t part = std::min(kDirectChunk, whole - done);
+    std::memcpy(stage.get(), bytes + done, part);
+    if (!WriteAll(descriptor, stage.get(), part, reason)) return false;
+    done += part;
   }
-  if (!written) {
-    file.Close();
-    ::unlink(name.c_str());
+  const int flags = ::fcntl(descriptor, F_GETFL);
+  if (flags < 0 || ::fcntl(descriptor, F_SETFL, flags & ~O_DIRECT) < 0) {
+    reason = std::strerror(errno);
     return false;
   }
-  g_writeOutFailing = false;
-  return true;
+  return WriteAll(descriptor, bytes + whole, total - whole, reason);
 }
 
 // A kind-4 block whose samples are now in `data` becomes a memory block of its own.
@@ -189,6 +185,48 @@ int32_t PairPartner(int32_t block, int32_t pairIndex) {
 
 }  // namespace
 
+void ReportWriteFailure(const std::string& name, const std::string& reason) {
+  if (g_writeOutFailing) return;
+  g_writeOutFailing = true;
+  UserInterface().MsgBox(
+      MessageRequest{std::string("Error - Could not write audio data to the temporary file") +
+                         kCrLf + name + kCrLf + reason + kCrLf + "The audio stays in memory.",
+                     kAppTitle, MessageIcon::Critical, MessageButtons::OkOnly, 1});
+}
+
+void NoteWriteSucceeded() { g_writeOutFailing = false; }
+
+bool WritesFailing() { return g_writeOutFailing; }
+
+bool WriteSampleFile(const std::string& name, const int16_t* data, int32_t count, bool bypassCache,
+                     std::string& reason) {
+  const int flags = O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC;
+  FileHandle file(::open(name.c_str(), flags | (bypassCache ? O_DIRECT : 0), 0600));
+  if (!file.IsOpen() && bypassCache && errno == EINVAL) {
+    // A file system without direct writes (tmpfs): through the cache after all.
+    bypassCache = false;
+    file = FileHandle(::open(name.c_str(), flags, 0600));
+  }
+  if (!file.IsOpen()) {
+    reason = std::strerror(errno);
+    return false;
+  }
+  const auto* bytes = reinterpret_cast<const char*>(data);
+  const size_t total = 2 * static_cast<size_t>(std::max(count, 0));
+  bool written = bypassCache ? WriteBypassingCache(file.Descriptor(), bytes, total, reason)
+                             : WriteAll(file.Descriptor(), bytes, total, reason);
+  if (written && !file.Close()) {
+    reason = std::strerror(errno);
+    written = false;
+  }
+  if (!written) {
+    file.Close();
+    ::unlink(name.c_str());
+    return false;
+  }
+  return true;
+}
+
 void ResetSampleReports() {
   g_reportedFiles.clear();
   g_writeOutFailing = false;
@@ -196,6 +234,15 @@ void ResetSampleReports() {
 
 bool ReadTempSamples(int32_t slot, int64_t offset, int32_t count, int16_t* out) {
   if (count <= 0) return true;
+  if (const std::vector<int16_t>* writing = SamplesBeingWritten(slot)) {
+    // The file is still being written: the same samples are at hand in memory.
+    const auto first = static_cast<size_t>(std::max<int64_t>(offset, 0) / 2);
+    const size_t wanted = static_cast<size_t>(count);
+    const size_t kept = first < writing->size() ? std::min(wanted, writing->size() - first) : 0;
+    std::copy_n(writing->data() + first, kept, out);
+    std::fill(out + kept, out + wanted, int16_t{0});
+    return kept == wanted;
+  }
   static const std::string kUnknown;
   const std::string& name = ValidSlot(slot) ? TempFileTable[slot].FileName : kUnknown;
   std::string reason = "the file is not known";
@@ -213,11 +260,12 @@ int32_t WriteToNewSlot(int32_t block) {
   const std::string name = TempFileTable[slot].FileName;
   std::string reason;
   const BlockRecord& record = BlockTable[block];
-  if (!WriteNewSampleFile(name, record.Data.data(), record.Length, reason)) {
+  if (!WriteSampleFile(name, record.Data.data(), record.Length, false, reason)) {
     ReportWriteFailure(name, reason);
     TempFileTable[slot].FileName.clear();
     return 0;
   }
+  NoteWriteSucceeded();
   TempFileTable[slot].UseCount = 1;
   return slot;
 }

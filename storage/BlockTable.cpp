@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <set>
+#include <utility>
 
 #include "core/Environment.h"
 #include "core/Interaction.h"
@@ -380,6 +381,17 @@ bool SwapOutBlock(int32_t block) {
     case BlockMemFile:
       break;
     case BlockMemory: {
+      // While writes fail (a full disk), each is tried at once, so that the first failure
+      // stops the budget's round instead of handing over one doomed write after another.
+      if (WritingBehind() && !WritesFailing()) {
+        const int32_t slot = NewTempFileSlot();
+        TempFileTable[slot].UseCount = 1;
+        BlockRecord& record = BlockTable[block];
+        record.FileRef = slot;
+        record.FilePosition = 1;
+        WriteBehind(slot, std::move(record.Data));
+        break;
+      }
       const int32_t slot = WriteToNewSlot(block);
       if (slot == 0) return false;
       BlockTable[block].FileRef = slot;
@@ -450,6 +462,7 @@ int32_t BlocksInUse() {
 }
 
 void ResetBlockList() {
+  SettleWrites();
   TempFiles().Close();
   OriginalFiles().Close();
   BlockTable.assign(1, BlockRecord{});
