@@ -138,41 +138,35 @@ TEST_F(ProjectSession, RefusesToStartWithoutAProjectFile) {
   }
 }
 
-TEST_F(ProjectSession, QuotesAroundTheCommandLineAreRemovedInPlace) {
-  std::filesystem::create_directories(files.File("my talk"));
-  ProjectPlan plan;
-  plan.targetFolder = files.File("my talk");
-  plan.slides = {TrackSlide("a.wav", PcmWave(1, 11025, 16, Ramp(100)))};
-  const std::string path = WriteProject(files.File("my talk/project.ini"), plan);
-  for (const std::string& quoted : {"\"" + path + "\"", "\"" + path, path + "\""}) {
-    SCOPED_TRACE(quoted);
-    std::string commandLine;
-    ASSERT_TRUE(Load(quoted, &commandLine));
-    EXPECT_EQ(commandLine, path);
-    EXPECT_EQ(Project().ProjectPath, path);
-    EXPECT_EQ(Left(), Ramp(100));
-  }
-}
-
-TEST_F(ProjectSession, TheTargetFolderMustExist) {
+TEST_F(ProjectSession, TheTargetFolderMustExistQuotesAroundTheCommandLineAreRemovedInPlace) {
   std::filesystem::create_directories(files.File("tracks"));
+  std::filesystem::create_directories(files.File("my talk"));
   files.Write("a file", "");
+  const std::string path = files.File("my talk/project.ini");
   for (const std::optional<std::string>& folder : std::vector<std::optional<std::string>>{
            std::nullopt, "", "   ", files.File("nowhere"), files.File("a file")}) {
     SCOPED_TRACE(folder.value_or("(no key)"));
     ProjectPlan plan;
     plan.targetFolder = folder;
     plan.slides = {SlidePlan{}};
-    EXPECT_FALSE(Load(WriteProject(files.File("project.ini"), plan)));
+    EXPECT_FALSE(Load(WriteProject(path, plan)));
     EXPECT_EQ(TakeMessage(), std::string(kTitle) + "|Target folder is not found");
   }
-  // Blanks around the name go; a closing separator is added once.
-  for (const std::string& folder : {"  " + Track("") + "  ", Track("")}) {
+  // Blanks around the folder's name go; a closing separator is added once.
+  for (const auto& [folder, quoted] : std::vector<std::pair<std::string, std::string>>{
+           {"  " + Track("") + "  ", "\"" + path + "\""},
+           {Track(""), "\"" + path},
+           {files.File("tracks"), path + "\""}}) {
+    SCOPED_TRACE(quoted);
     ProjectPlan plan;
     plan.targetFolder = folder;
     plan.baseFrequency = "11025";
     plan.slides = {TrackSlide("a.wav", PcmWave(1, 11025, 16, Ramp(10)))};
-    ASSERT_TRUE(Load(WriteProject(files.File("project.ini"), plan)));
+    WriteProject(path, plan);
+    std::string commandLine;
+    ASSERT_TRUE(Load(quoted, &commandLine));
+    EXPECT_EQ(commandLine, path);
+    EXPECT_EQ(Project().ProjectPath, path);
     EXPECT_EQ(Project().TargetFolder, Track(""));
     EXPECT_EQ(Left(), Ramp(10));
   }
