@@ -138,41 +138,35 @@ TEST_F(ProjectSession, RefusesToStartWithoutAProjectFile) {
   }
 }
 
-TEST_F(ProjectSession, QuotesAroundTheCommandLineAreRemovedInPlace) {
-  std::filesystem::create_directories(files.File("my talk"));
-  ProjectPlan plan;
-  plan.targetFolder = files.File("my talk");
-  plan.slides = {TrackSlide("a.wav", PcmWave(1, 11025, 16, Ramp(100)))};
-  const std::string path = WriteProject(files.File("my talk/project.ini"), plan);
-  for (const std::string& quoted : {"\"" + path + "\"", "\"" + path, path + "\""}) {
-    SCOPED_TRACE(quoted);
-    std::string commandLine;
-    ASSERT_TRUE(Load(quoted, &commandLine));
-    EXPECT_EQ(commandLine, path);
-    EXPECT_EQ(Project().ProjectPath, path);
-    EXPECT_EQ(Left(), Ramp(100));
-  }
-}
-
-TEST_F(ProjectSession, TheTargetFolderMustExist) {
+TEST_F(ProjectSession, TheTargetFolderMustExistQuotesAroundTheCommandLineAreRemovedInPlace) {
   std::filesystem::create_directories(files.File("tracks"));
+  std::filesystem::create_directories(files.File("my talk"));
   files.Write("a file", "");
+  const std::string path = files.File("my talk/project.ini");
   for (const std::optional<std::string>& folder : std::vector<std::optional<std::string>>{
            std::nullopt, "", "   ", files.File("nowhere"), files.File("a file")}) {
     SCOPED_TRACE(folder.value_or("(no key)"));
     ProjectPlan plan;
     plan.targetFolder = folder;
     plan.slides = {SlidePlan{}};
-    EXPECT_FALSE(Load(WriteProject(files.File("project.ini"), plan)));
+    EXPECT_FALSE(Load(WriteProject(path, plan)));
     EXPECT_EQ(TakeMessage(), std::string(kTitle) + "|Target folder is not found");
   }
-  // Blanks around the name go; a closing separator is added once.
-  for (const std::string& folder : {"  " + Track("") + "  ", Track("")}) {
+  // Blanks around the folder's name go; a closing separator is added once.
+  for (const auto& [folder, quoted] : std::vector<std::pair<std::string, std::string>>{
+           {"  " + Track("") + "  ", "\"" + path + "\""},
+           {Track(""), "\"" + path},
+           {files.File("tracks"), path + "\""}}) {
+    SCOPED_TRACE(quoted);
     ProjectPlan plan;
     plan.targetFolder = folder;
     plan.baseFrequency = "11025";
     plan.slides = {TrackSlide("a.wav", PcmWave(1, 11025, 16, Ramp(10)))};
-    ASSERT_TRUE(Load(WriteProject(files.File("project.ini"), plan)));
+    WriteProject(path, plan);
+    std::string commandLine;
+    ASSERT_TRUE(Load(quoted, &commandLine));
+    EXPECT_EQ(commandLine, path);
+    EXPECT_EQ(Project().ProjectPath, path);
     EXPECT_EQ(Project().TargetFolder, Track(""));
     EXPECT_EQ(Left(), Ramp(10));
   }
@@ -222,6 +216,12 @@ TEST_F(ProjectSession, AMissingSectionOrKeyTakesItsDefaultLongValuesAreReadWhole
   EXPECT_EQ(Starts(), (std::vector<int32_t>{1, 401, 501, 501}));
   EXPECT_EQ(Left(), Joined({Ramp(400), Ramp(100)}));
   EXPECT_EQ(Project().MarkerCount, 0);
+  // Saved, the slide that had no section gets one without a title, and no file.
+  ProjectFileSave(document);
+  const std::string text = ProjectText();
+  EXPECT_EQ(text.substr(text.find("[3]")),
+            "[3]\nSlideTrack=Track3.mp3\nDuration=0.0\nClickMarkerTimes=\nAutoMarkerTimes=\n");
+  EXPECT_FALSE(std::filesystem::exists(Track("Track3.mp3")));
 }
 
 TEST_F(ProjectSession, MarkersOutsideTheirSlideAreIgnoredWithAMessage) {
@@ -336,42 +336,7 @@ TEST_F(ProjectSave, EditsMoveDurationsMarkersAndFilesUndoBringsThemBack) {
   EXPECT_EQ(TrackBytes("three.wav"), PcmWave(1, 22050, 16, three));
 }
 
-TEST_F(ProjectSave, WritesASlideThatHadNoSectionWithoutATitle) {
-  plan.slideCount = "4";
-  plan.slides.resize(1);
-  // Slide 2 is a missing track; 3 and 4 have no section at all.
-  plan.slides.push_back(SlidePlan{"Gap", "gap.wav", "0.5", {}, {}, {}});
-  LoadProject(plan);
-  EXPECT_EQ(document.WavWaveINos, 66150 + 11025);
-  ProjectFileSave(document);
-  const std::string text = ProjectText();
-  EXPECT_EQ(text.substr(text.find("[2]")),
-            "[2]\nSlideTitle=Gap\nSlideTrack=gap.wav\nDuration=0.5\nClickMarkerTimes=\n"
-            "AutoMarkerTimes=\n[3]\nSlideTrack=Track3.mp3\nDuration=0.0\nClickMarkerTimes=\n"
-            "AutoMarkerTimes=\n[4]\nSlideTrack=Track4.mp3\nDuration=0.0\nClickMarkerTimes=\n"
-            "AutoMarkerTimes=\n");
-  // Silence and empty slides get no file.
-  EXPECT_FALSE(std::filesystem::exists(Track("gap.wav")));
-  EXPECT_FALSE(std::filesystem::exists(Track("Track3.mp3")));
-}
-
-TEST_F(ProjectSave, AHostFlagThatCannotBeWrittenStopsTheSave) {
-  LoadProject(plan);
-  Select(1, 1000);
-  EditDelete(document);
-  const std::string before = ProjectText();
-  // A configuration "folder" that is a file: the flag's folder cannot be made.
-  const std::string notAFolder = config.Write("not a folder", "");
-  const ScopedVariable configHome("XDG_CONFIG_HOME", notAFolder);
-  ProjectFileSave(document);
-  EXPECT_EQ(TakeMessage(),
-            std::string(kTitle) + "|Error Saving\r\nCannot write " + notAFolder + kFlagFile);
-  EXPECT_TRUE(Editor().WaveChanged);
-  EXPECT_EQ(ProjectText(), before);
-  EXPECT_EQ(TrackBytes("one.wav"), PcmWave(1, 22050, 16, one));
-}
-
-TEST_F(ProjectSave, AProjectFileThatCannotBeWrittenStopsTheSave) {
+TEST_F(ProjectSave, AHostFlagOrAProjectFileThatCannotBeWrittenStopsTheSave) {
   std::filesystem::create_directories(files.File("talk"));
   plan.targetFolder = files.File("tracks");
   std::filesystem::create_directories(files.File("tracks"));
@@ -379,13 +344,23 @@ TEST_F(ProjectSave, AProjectFileThatCannotBeWrittenStopsTheSave) {
   ASSERT_TRUE(Load(project));
   Select(1, 1000);
   EditDelete(document);
+  const std::string before = ReadFileBytes(project);
+  {
+    // A configuration "folder" that is a file: the flag's folder cannot be made.
+    const std::string notAFolder = config.Write("not a folder", "");
+    const ScopedVariable configHome("XDG_CONFIG_HOME", notAFolder);
+    ProjectFileSave(document);
+    EXPECT_EQ(TakeMessage(),
+              std::string(kTitle) + "|Error Saving\r\nCannot write " + notAFolder + kFlagFile);
+    EXPECT_EQ(ReadFileBytes(project), before);
+  }
   // The project's folder is gone, and a file has its name.
   std::filesystem::remove_all(files.File("talk"));
   files.Write("talk", "");
   ProjectFileSave(document);
   EXPECT_EQ(TakeMessage(), std::string(kTitle) + "|Error Saving\r\nCannot write " + project);
   EXPECT_TRUE(Editor().WaveChanged);
-  // The flag came first and stays written; no track was reached.
+  // The flag came first and stays written; no track was reached by either save.
   EXPECT_EQ(HostFlagText(), "[Dynamic]\nTAEState=1\n");
   EXPECT_EQ(TrackBytes("one.wav"), PcmWave(1, 22050, 16, one));
 }

@@ -300,30 +300,26 @@ TEST_F(Carrier, GrowingAppendsSilenceOfTheBlockSizeShrinkingCutsAndZeroIsRefused
   EXPECT_EQ(CarrierSamples(values), SignalRun(0, 0, 150));
 }
 
-TEST_F(Carrier, QuickReadsFillFromTheSecondElementToTheEndAndLoadNothing) {
+TEST_F(Carrier, QuickReadsAndPeeksLeaveAFileBlockReadingLoadsItAndWritingMakesItPrivateMemory) {
   BlockCarrBuffClass carrier = CarrierOf(SignalRun(0, 0, 300), 100);
-  ASSERT_TRUE(SwapOutBlock(BlocksOf(carrier)[1]));
-  std::vector<int16_t> quick(301, 7);
-  carrier.QuickBuffGet(51, quick);
-  EXPECT_EQ(quick, Joined({{7}, SignalRun(0, 50, 250), std::vector<int16_t>(50, 7)}));
-  EXPECT_EQ(BlockTable[BlocksOf(carrier)[1]].Kind, BlockFile);
-}
-
-TEST_F(Carrier, PeekingLeavesAFileBlockReadingLoadsItAndWritingMakesItPrivateMemory) {
-  BlockCarrBuffClass carrier = CarrierOf(SignalRun(0, 0, 200), 100);
-  const int32_t block = BlocksOf(carrier)[0];
+  const int32_t block = BlocksOf(carrier)[1];
   SaveBlockCopy(block);
   const int32_t slot = BlockTable[block].FileRef;
   ASSERT_TRUE(SwapOutBlock(block));
-  EXPECT_EQ(PeekSample(block, 11), Signal(0, 10));
+  // A quick read fills from the second element to the end.
+  std::vector<int16_t> quick(301, 7);
+  carrier.QuickBuffGet(51, quick);
+  EXPECT_EQ(quick, Joined({{7}, SignalRun(0, 50, 250), std::vector<int16_t>(50, 7)}));
+  EXPECT_EQ(PeekSample(block, 111), Signal(0, 110));
   EXPECT_EQ(BlockTable[block].Kind, BlockFile);
-  EXPECT_EQ(MemoryInUse, 200);  // the second block's
-  EXPECT_EQ(carrier.WaveLR(5), Signal(0, 4));
+  EXPECT_EQ(MemoryInUse, 400);  // the other two blocks'
+  EXPECT_EQ(carrier.WaveLR(105), Signal(0, 104));
   EXPECT_EQ(BlockTable[block].Kind, BlockMemFile);
-  carrier.WaveLR(5, 1234);
+  carrier.WaveLR(105, 1234);
   EXPECT_EQ(BlockTable[block].Kind, BlockMemory);
   EXPECT_EQ(TempFileTable[slot].UseCount, 0);
-  EXPECT_EQ(CarrierSamples(carrier), Joined({SignalRun(0, 0, 4), {1234}, SignalRun(0, 5, 195)}));
+  EXPECT_EQ(CarrierSamples(carrier),
+            Joined({SignalRun(0, 0, 104), {1234}, SignalRun(0, 105, 195)}));
 }
 
 TEST_F(Carrier, TheBlockBeingReadIsNotWrittenOutFirst) {
