@@ -32,7 +32,8 @@ class TruePeakMeter {
   std::array<float, kTaps / 2> half_{};               // the half-way phase's outer half
   std::array<float, kTaps / 2> sumWeights_{};         // quarter + three-quarter weights
   std::array<float, kTaps / 2> differenceWeights_{};  // quarter - three-quarter weights
-  std::vector<float> window_;                         // history, then the block being measured
+  float largestGain_ = 1.0F;   // no point exceeds the largest of its 12 samples times this
+  std::vector<float> window_;  // history, then the block being measured
   float peak_ = 0.0F;
 };
 

@@ -37,6 +37,14 @@ TEST(TruePeakMeter, FindsACrestBetweenSamplesWhereverItFalls) {
       pieces.Add(samples.data() + at, 1, std::min(size, samples.size() - at));
     }
     EXPECT_EQ(pieces.Peak(), whole.Peak());
+    // After a click between the largest sample and the crest, the crest still counts,
+    // though every sample around it is smaller than the click.
+    std::vector<int16_t> clicked(500 + samples.size() + 100, 0);
+    clicked[100] = static_cast<int16_t>(std::lround((samplePeak + 0.001) * 32768));
+    std::copy(samples.begin(), samples.end(), clicked.begin() + 500);
+    TruePeakMeter afterClick;
+    afterClick.Add(clicked.data(), 1, clicked.size());
+    EXPECT_EQ(afterClick.Peak(), whole.Peak());
   }
 }
 
