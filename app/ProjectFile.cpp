@@ -97,7 +97,17 @@ bool ProjectFileLoad(std::string& path, FileMemoClass& document) {
   project.TargetFolder = target;
   const int32_t slideCount = RoundHalfEven(LeadingNumber(Get("Project", "SlideCount", "0")));
   if (slideCount > 0) project.SlideCount = slideCount;
-  project.BaseFrequency = RoundHalfEven(LeadingNumber(Get("Project", "BaseFrequency")));
+  // Every track is resampled to the project's rate: a negative one would make lengths
+  // negative, and one beyond what sound devices take would make every second of audio
+  // gigabytes.
+  const std::string rate = Get("Project", "BaseFrequency");
+  project.BaseFrequency = RoundHalfEven(LeadingNumber(rate));
+  if (project.BaseFrequency < 0 || project.BaseFrequency > kHighestBaseFrequency) {
+    UserInterface().Message(
+        "The sample rate in the project file is not supported (BaseFrequency=" + Trim(rate) +
+        "; 0 to " + DecimalText(kHighestBaseFrequency) + " can be used)");
+    return false;
+  }
   project.BaseBits = RoundHalfEven(LeadingNumber(Get("Project", "BaseBits")));
 
   project.SlideEntryCount = project.SlideCount + 1;

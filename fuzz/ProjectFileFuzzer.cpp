@@ -7,10 +7,7 @@
 //
 // Inputs that name an encoder ("LamePath") are refused: the program would run it. Inputs
 // of more than 64 slides are refused too: every slide is a pass over the file, and a host
-// writes a presentation's slides, not millions. So are sample rates above 384 kHz: every
-// track is resampled to the project's rate, and at a rate of billions a track of a second
-// becomes gigabytes of temporary files, which takes the run its time without reaching code
-// that smaller rates do not.
+// writes a presentation's slides, not millions.
 #include <stdlib.h>
 #include <unistd.h>
 
@@ -41,7 +38,6 @@ namespace {
 
 constexpr size_t kLargestInput = 1 << 16;
 constexpr int32_t kMostSlides = 64;
-constexpr double kHighestRate = 384000;
 constexpr int32_t kMemoryBudget = 64 * 1024;
 
 void WriteTrack(const std::string& path, int32_t channels, int32_t bits, int32_t frames) {
@@ -71,8 +67,7 @@ bool Refused(const std::string& text, const std::string& project) {
   std::transform(text.begin(), text.end(), lower.begin(),
                  [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
   if (lower.find("lamepath") != std::string::npos) return true;
-  return LeadingNumber(ProjectIniGet("Project", "SlideCount", "0", project)) > kMostSlides ||
-         LeadingNumber(ProjectIniGet("Project", "BaseFrequency", "0", project)) > kHighestRate;
+  return LeadingNumber(ProjectIniGet("Project", "SlideCount", "0", project)) > kMostSlides;
 }
 
 // A value read with a smaller buffer is the start of the same value read with a larger

@@ -138,7 +138,8 @@ TEST_F(ProjectSession, RefusesToStartWithoutAProjectFile) {
   }
 }
 
-TEST_F(ProjectSession, TheTargetFolderMustExistQuotesAroundTheCommandLineAreRemovedInPlace) {
+TEST_F(ProjectSession,
+       TheTargetFolderMustExistAndTheRateBeUsableQuotesAroundTheCommandLineAreRemoved) {
   std::filesystem::create_directories(files.File("tracks"));
   std::filesystem::create_directories(files.File("my talk"));
   files.Write("a file", "");
@@ -151,6 +152,21 @@ TEST_F(ProjectSession, TheTargetFolderMustExistQuotesAroundTheCommandLineAreRemo
     plan.slides = {SlidePlan{}};
     EXPECT_FALSE(Load(WriteProject(path, plan)));
     EXPECT_EQ(TakeMessage(), std::string(kTitle) + "|Target folder is not found");
+  }
+  // A negative rate (found by fuzzing) or one beyond sound devices' is refused before any
+  // track is read.
+  for (const std::string rate : {"-44100", "384001", " 8.5e18"}) {
+    SCOPED_TRACE(rate);
+    ProjectPlan plan;
+    plan.targetFolder = Track("");
+    plan.baseFrequency = rate;
+    plan.slides = {SlidePlan{}};
+    EXPECT_FALSE(Load(WriteProject(path, plan)));
+    EXPECT_EQ(TakeMessage(), std::string(kTitle) +
+                                 "|The sample rate in the project file is not supported "
+                                 "(BaseFrequency=" +
+                                 rate.substr(rate.find_first_not_of(' ')) +
+                                 "; 0 to 384000 can be used)");
   }
   // Blanks around the folder's name go; a closing separator is added once.
   for (const auto& [folder, quoted] : std::vector<std::pair<std::string, std::string>>{
