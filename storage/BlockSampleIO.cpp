@@ -141,10 +141,18 @@ bool WriteBypassingCache(int descriptor, const char* bytes, size_t total, std::s
   const std::unique_ptr<char, FreeAligned> stage(
       static_cast<char*>(std::aligned_alloc(kDirectAlignment, kDirectChunk)));
   const size_t whole = stage ? total / kDirectAlignment * kDirectAlignment : 0;
-  for (size_t done = 0; done < whole;) {
+  size_t done = 0;
+  while (done < whole) {
     const size_t part = std::min(kDirectChunk, whole - done);
     std::memcpy(stage.get(), bytes + done, part);
-    if (!WriteAll(descriptor, stage.get(), part, reason)) return false;
+    if (!WriteAll(descriptor, stage.get(), part, reason)) {
+      // A file system that opens for direct writes but refuses them (larger blocks than
+      // these pages) takes the rest through the cache; nothing was written by the refusal.
+      if (errno != EINVAL || ::lseek(descriptor, static_cast<off_t>(done), SEEK_SET) < 0) {
+        return false;
+      }
+      break;
+    }
     done += part;
   }
   const int flags = ::fcntl(descriptor, F_GETFL);
@@ -152,7 +160,7 @@ bool WriteBypassingCache(int descriptor, const char* bytes, size_t total, std::s
     reason = std::strerror(errno);
     return false;
   }
-  return WriteAll(descriptor, bytes + whole, total - whole, reason);
+  return WriteAll(descriptor, bytes + done, total - done, reason);
 }
 
 // A kind-4 block whose samples are now in `data` becomes a memory block of its own.
