@@ -31,19 +31,24 @@ struct PendingWrite {
 int g_scopes = 0;
 std::deque<PendingWrite> g_pending;  // in the order they were handed over
 
-// The blocks still on the slot of a failed write get their samples back in memory; the
-// slot is given up (the writer removed what it had written of the file).
+// The blocks still on the slot of a failed write become memory blocks again: file blocks
+// get their samples back, blocks loaded from the samples in hand meanwhile keep theirs.
+// The slot is given up (the writer removed what it had written of the file).
 void RestoreFailedSlot(const PendingWrite& write) {
   for (int32_t block = 1; block < static_cast<int32_t>(BlockTable.size()); ++block) {
     BlockRecord& record = BlockTable[block];
-    if (record.Kind != BlockFile || record.FileRef != write.slot) continue;
-    const auto first = static_cast<size_t>(record.FilePosition - 1) / 2;
-    const auto length = static_cast<size_t>(record.Length);
-    record.Data.assign(length, 0);
-    if (first < write.samples.size()) {
-      const size_t kept = std::min(length, write.samples.size() - first);
-      std::copy_n(write.samples.begin() + static_cast<std::ptrdiff_t>(first), kept,
-                  record.Data.begin());
+    if ((record.Kind != BlockFile && record.Kind != BlockMemFile) || record.FileRef != write.slot) {
+      continue;
+    }
+    if (record.Kind == BlockFile) {
+      const auto first = static_cast<size_t>(record.FilePosition - 1) / 2;
+      const auto length = static_cast<size_t>(record.Length);
+      record.Data.assign(length, 0);
+      if (first < write.samples.size()) {
+        const size_t kept = std::min(length, write.samples.size() - first);
+        std::copy_n(write.samples.begin() + static_cast<std::ptrdiff_t>(first), kept,
+                    record.Data.begin());
+      }
     }
     DropTempUse(write.slot);
     record.FileRef = 0;

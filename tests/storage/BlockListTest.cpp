@@ -2,6 +2,7 @@
 // memory budget) and the carriers that hold runs of blocks.
 #include "storage/BlockCarrBuffClass.h"
 #include "storage/BlockList.h"
+#include "storage/BlockWriteBehind.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -225,6 +226,26 @@ TEST_F(BlockList, FaultAFailedWriteOutKeepsTheBlockInMemory) {
   EXPECT_NE(ui.messages[0].text.find(next), std::string::npos);
   EXPECT_TRUE(SwapOutBlock(block));  // space is back
   EXPECT_EQ(PeekSample(block, 1000), Signal(0, 999));
+  // Behind a pass the failure shows when the write is settled: the block, and a copy loaded
+  // meanwhile from the samples in hand, are memory blocks again with their samples.
+  const std::string behind =
+      session.File("tm" + std::to_string(Env().TempNameCounter + 1) + ".tmp");
+  std::filesystem::create_symlink("/dev/full", behind);
+  const int32_t other = MemoryBlock(SignalRun(1, 0, 1000));
+  int32_t loaded = 0;
+  {
+    const BlockWriteBehind writingBehind;
+    EXPECT_TRUE(SwapOutBlock(other));
+    loaded = CopyBlock(other);
+    LoadBlock(loaded);
+    EXPECT_EQ(BlockTable[loaded].Data, SignalRun(1, 0, 1000));
+  }
+  for (const int32_t each : {other, loaded}) {
+    EXPECT_EQ(BlockTable[each].Kind, BlockMemory);
+    EXPECT_EQ(BlockTable[each].Data, SignalRun(1, 0, 1000));
+  }
+  ASSERT_EQ(ui.messages.size(), 2u);
+  EXPECT_NE(ui.messages[1].text.find(behind), std::string::npos);
 }
 
 TEST_F(BlockList, FaultImpossibleRequestsAreReported) {
