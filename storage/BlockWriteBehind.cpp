@@ -4,6 +4,7 @@
 #include <deque>
 #include <future>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -82,19 +83,27 @@ void WriteBehind(int32_t slot, std::vector<int16_t>&& samples) {
                                     std::future_status::ready)) {
     SettleOldest();
   }
-  PendingWrite& write = g_pending.emplace_back();
+  PendingWrite write;
   write.slot = slot;
   write.name = TempFileTable[slot].FileName;
   write.samples = std::move(samples);
-  write.written =
-      std::async(std::launch::async, [name = write.name, data = write.samples.data(),
-                                      count = static_cast<int32_t>(write.samples.size())] {
-        // Straight to the disk: filling the page cache with hundreds of megabytes of
-        // fresh pages costs more processor time than the pass itself, and a pass's
-        // results are read back at most once more (played, saved) and then in order.
-        std::string reason;
-        return WriteSampleFile(name, data, count, true, reason) ? std::string() : reason;
-      });
+  const auto job = [name = write.name, data = write.samples.data(),
+                    count = static_cast<int32_t>(write.samples.size())] {
+    // Straight to the disk: filling the page cache with hundreds of megabytes of fresh
+    // pages costs more processor time than the pass itself, and a pass's results are read
+    // back at most once more (played, saved) and then in order.
+    std::string reason;
+    return WriteSampleFile(name, data, count, true, reason) ? std::string() : reason;
+  };
+  try {
+    write.written = std::async(std::launch::async, job);
+  } catch (const std::system_error&) {
+    // No thread to be had: written here and now.
+    std::promise<std::string> done;
+    done.set_value(job());
+    write.written = done.get_future();
+  }
+  g_pending.push_back(std::move(write));
 }
 
 const std::vector<int16_t>* SamplesBeingWritten(int32_t slot) {
