@@ -88,24 +88,18 @@ class SlideMeasure {
 
   // Reads the next block into a free one, interleaved in 16-bit full scale (8-bit values
   // count against 128, so they are scaled by 256), and queues it. Returns the frames read.
-  int32_t FeedNext(FileMemoClass& document, std::vector<int16_t>& left,
-                   std::vector<int16_t>& right) {
+  int32_t FeedNext(FileMemoClass& document) {
     Block* block = nullptr;
     {
       const std::lock_guard lock(feed_.mutex);
       block = free_.back();
       free_.pop_back();
     }
-    const size_t channels = peaks_.size();
-    const int16_t scale = document.WavFmtBits == 8 ? 256 : 1;
     const int32_t count = std::min(kFramesPerRead, last_ - next_ + 1);
     block->count = static_cast<size_t>(count);
-    document.QuickBuffGet(next_, count, channels == 2 ? 0 : 1, left, right);
-    for (size_t channel = 0; channel < channels; ++channel) {
-      const int16_t* samples = (channel == 0 ? left : right).data() + 1;
-      for (size_t k = 0; k < block->count; ++k) {
-        block->frames[k * channels + channel] = static_cast<int16_t>(samples[k] * scale);
-      }
+    document.QuickFramesGet(next_, count, block->frames.data());
+    if (document.WavFmtBits == 8) {
+      for (size_t k = 0; k < block->count * peaks_.size(); ++k) block->frames[k] *= 256;
     }
     next_ += count;
     {
@@ -217,8 +211,6 @@ std::vector<SlideLoudness> MeasureSlideLoudness(FileMemoClass& document,
     total +=
         std::max(SlideLastPosition(slide, document.WavWaveINos) - SlideFirstPosition(slide) + 1, 0);
   }
-  std::vector<int16_t> left;
-  std::vector<int16_t> right;
   Feed feed;
   // Results keep the order of `slides`.
   std::vector<SlideLoudness> results(slides.size());
@@ -248,7 +240,7 @@ std::vector<SlideLoudness> MeasureSlideLoudness(FileMemoClass& document,
     }
     for (SlideMeasure* measure : ready) {
       if (!measure->Reading()) continue;
-      done += measure->FeedNext(document, left, right);
+      done += measure->FeedNext(document);
       UserInterface().Progress().SetCurrentProgress(static_cast<float>(done) /
                                                     static_cast<float>(total));
     }

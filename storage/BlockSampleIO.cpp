@@ -378,18 +378,25 @@ void ReadBlockRange(int32_t block, int32_t first, int32_t last, int16_t* out) {
   }
 }
 
+namespace {
+
+// Whether offsets first..last of the left and the right block lie side by side in one
+// stereo source file, so that one read of its frames gives both.
+bool PairInOneSource(int32_t leftBlock, int32_t rightBlock, int32_t first, int32_t last) {
+  if (!ValidBlock(leftBlock) || !ValidBlock(rightBlock)) return false;
+  const BlockRecord& a = BlockTable[leftBlock];
+  const BlockRecord& b = BlockTable[rightBlock];
+  return a.Kind == BlockOrgFile && b.Kind == BlockOrgFile && a.FileRef == b.FileRef &&
+         a.Length == b.Length && ValidOriginal(a.FileRef) && FileChannels(a.FileRef) == 2 &&
+         b.FilePosition == a.FilePosition + SampleBytes(a.FileRef) && first >= 0 && first <= last &&
+         last < a.Length;
+}
+
+}  // namespace
+
 void ReadBlockPairRange(int32_t leftBlock, int32_t rightBlock, int32_t first, int32_t last,
                         int16_t* left, int16_t* right) {
-  const auto sideBySide = [&] {
-    if (!ValidBlock(leftBlock) || !ValidBlock(rightBlock)) return false;
-    const BlockRecord& a = BlockTable[leftBlock];
-    const BlockRecord& b = BlockTable[rightBlock];
-    return a.Kind == BlockOrgFile && b.Kind == BlockOrgFile && a.FileRef == b.FileRef &&
-           a.Length == b.Length && ValidOriginal(a.FileRef) && FileChannels(a.FileRef) == 2 &&
-           b.FilePosition == a.FilePosition + SampleBytes(a.FileRef) && first >= 0 &&
-           first <= last && last < a.Length;
-  };
-  if (!sideBySide()) {
+  if (!PairInOneSource(leftBlock, rightBlock, first, last)) {
     ReadBlockRange(leftBlock, first, last, left);
     ReadBlockRange(rightBlock, first, last, right);
     return;
@@ -399,6 +406,32 @@ void ReadBlockPairRange(int32_t leftBlock, int32_t rightBlock, int32_t first, in
       record.FileRef,
       record.FilePosition - 1 + static_cast<int64_t>(first) * OriginalFrameBytes(record.FileRef),
       last - first + 1, left, right);
+}
+
+void ReadBlockPairFrames(int32_t leftBlock, int32_t rightBlock, int32_t first, int32_t last,
+                         int16_t* frames) {
+  const int32_t count = last - first + 1;
+  if (count <= 0) return;
+  if (PairInOneSource(leftBlock, rightBlock, first, last) &&
+      SampleBytes(BlockTable[leftBlock].FileRef) == 2) {
+    // A 16-bit stereo file holds the frames as they are wanted: read straight into place.
+    const BlockRecord& record = BlockTable[leftBlock];
+    const size_t wanted = 4 * static_cast<size_t>(count);
+    std::string reason;
+    if (OriginalFiles().Read(record.FileRef, OrgFileTable[record.FileRef].FileName,
+                             record.FilePosition - 1 + 4 * static_cast<int64_t>(first), frames,
+                             wanted, reason) == wanted) {
+      return;
+    }
+    // Cut short: the sample-wise read below silences and reports what is missing.
+  }
+  std::vector<int16_t> left(static_cast<size_t>(count));
+  std::vector<int16_t> right(static_cast<size_t>(count));
+  ReadBlockPairRange(leftBlock, rightBlock, first, last, left.data(), right.data());
+  for (size_t k = 0; k < left.size(); ++k) {
+    frames[2 * k] = left[k];
+    frames[2 * k + 1] = right[k];
+  }
 }
 
 void ReadBlockRange(int32_t block, int32_t first, int32_t last, std::vector<int16_t>& out) {

@@ -17,5 +17,9 @@ void ReadBlockRange(int32_t block, int32_t first, int32_t last, int16_t* out);
 // side in one stereo source file, one read fills both.
 void ReadBlockPairRange(int32_t leftBlock, int32_t rightBlock, int32_t first, int32_t last,
                         int16_t* left, int16_t* right);
+// The same, interleaved into `frames` (left, right, left, ...); a 16-bit stereo source's
+// frames are read straight into place.
+void ReadBlockPairFrames(int32_t leftBlock, int32_t rightBlock, int32_t first, int32_t last,
+                         int16_t* frames);
 
 }  // namespace quorvane

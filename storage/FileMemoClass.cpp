@@ -229,8 +229,8 @@ void FileMemoClass::QuickBuffGet(int32_t FromPos, int32_t BuffSz, int32_t WorkCh
   if (SelectsRight(WorkChn)) read(right_, QBuffR);
 }
 
-bool FileMemoClass::QuickPairGet(int32_t FromPos, int32_t last, std::vector<int16_t>& QBuffL,
-                                 std::vector<int16_t>& QBuffR) const {
+template <typename Read>
+bool FileMemoClass::ForEachPairStretch(int32_t FromPos, int32_t last, Read read) const {
   size_t from = 0;
   size_t to = 0;
   size_t rightFrom = 0;
@@ -243,18 +243,50 @@ bool FileMemoClass::QuickPairGet(int32_t FromPos, int32_t last, std::vector<int1
     const BlockRecord& b = BlockTable[right_.Blocks()[rightFrom + slot - from]];
     if (a.Start != b.Start || a.Length != b.Length) return false;
   }
-  // The channels are cut alike: each stretch of a stereo source file is read once.
   for (size_t slot = from; slot < to; ++slot) {
     const int32_t block = left_.Blocks()[slot];
     const BlockRecord& record = BlockTable[block];
     const int32_t first = std::max(FromPos, record.Start);
     const int32_t end = std::min(last, record.Start + record.Length - 1);
     if (first > end) continue;
-    const size_t at = static_cast<size_t>(first - FromPos + 1);
-    ReadBlockPairRange(block, right_.Blocks()[rightFrom + slot - from], first - record.Start,
-                       end - record.Start, QBuffL.data() + at, QBuffR.data() + at);
+    read(block, right_.Blocks()[rightFrom + slot - from], first - record.Start, end - record.Start,
+         static_cast<size_t>(first - FromPos));
   }
   return true;
+}
+
+bool FileMemoClass::QuickPairGet(int32_t FromPos, int32_t last, std::vector<int16_t>& QBuffL,
+                                 std::vector<int16_t>& QBuffR) const {
+  // The channels are cut alike: each stretch of a stereo source file is read once.
+  return ForEachPairStretch(
+      FromPos, last,
+      [&](int32_t leftBlock, int32_t rightBlock, int32_t first, int32_t end, size_t at) {
+        ReadBlockPairRange(leftBlock, rightBlock, first, end, QBuffL.data() + at + 1,
+                           QBuffR.data() + at + 1);
+      });
+}
+
+void FileMemoClass::QuickFramesGet(int32_t FromPos, int32_t count, int16_t* frames) {
+  if (count < 1) return;
+  const int32_t last = FromPos + count - 1;
+  const bool stereo = WavFmtChannel == 2;
+  // Parts of the range beyond a channel's end read as silence, as QuickBuffGet gives them.
+  if (stereo && last <= left_.Length() && last <= right_.Length() &&
+      ForEachPairStretch(
+          FromPos, last,
+          [&](int32_t leftBlock, int32_t rightBlock, int32_t first, int32_t end, size_t at) {
+            ReadBlockPairFrames(leftBlock, rightBlock, first, end, frames + 2 * at);
+          })) {
+    return;
+  }
+  std::vector<int16_t> left;
+  std::vector<int16_t> right;
+  QuickBuffGet(FromPos, count, stereo ? 0 : 1, left, right);
+  const size_t channels = stereo ? 2 : 1;
+  for (size_t k = 0; k < static_cast<size_t>(count); ++k) {
+    frames[k * channels] = left[k + 1];
+    if (stereo) frames[k * channels + 1] = right[k + 1];
+  }
 }
 
 void FileMemoClass::CollectData(int32_t FromPos, int32_t ToPos, int32_t WorkChn,

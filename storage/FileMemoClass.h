@@ -56,6 +56,10 @@ class FileMemoClass {
   // where the samples lie, so drawing never changes what is in memory.
   void QuickBuffGet(int32_t FromPos, int32_t BuffSz, int32_t WorkChn, std::vector<int16_t>& QBuffL,
                     std::vector<int16_t>& QBuffR);
+  // `count` frames from FromPos into `frames`, interleaved by channel (a value a frame for
+  // a mono document), read where they lie like QuickBuffGet. Stretches whose channels lie
+  // side by side in a 16-bit stereo source are read straight into place.
+  void QuickFramesGet(int32_t FromPos, int32_t count, int16_t* frames);
   // New carriers holding a copy of the stretch (blocks shared by reference where they lie
   // in files); an unselected channel's carrier is empty.
   void WaveCollectData(int32_t FromPos, int32_t ToPos, int32_t WorkChn, BlockCarrBuffClass& FileObL,
@@ -110,6 +114,11 @@ class FileMemoClass {
   // QuickBuffGet of both channels when they are cut into blocks alike; false otherwise.
   bool QuickPairGet(int32_t FromPos, int32_t last, std::vector<int16_t>& QBuffL,
                     std::vector<int16_t>& QBuffR) const;
+  // Calls read(left block, right block, first offset, last offset, index of the first
+  // sample from FromPos) for each stretch of FromPos..last when both channels are cut into
+  // blocks alike there; false, calling nothing, otherwise.
+  template <typename Read>
+  bool ForEachPairStretch(int32_t FromPos, int32_t last, Read read) const;
   void CollectData(int32_t FromPos, int32_t ToPos, int32_t WorkChn, BlockCarrBuffClass& FileObL,
                    BlockCarrBuffClass& FileObR, bool forPlay);
   // Takes back the last group of `from` (items above `floor`), recording into `into` what

@@ -78,6 +78,9 @@ TEST_F(Document, QuickBuffersAndSingleSamplesLoadNothingPlainBuffersLoad) {
   EXPECT_EQ(right[7], 0);
   EXPECT_EQ(document.WaveR(3000), Signal(1, 2999));
   EXPECT_EQ(document.WaveL(3001), 0);
+  std::vector<int16_t> frames(2 * 200);
+  document.QuickFramesGet(901, 200, frames.data());
+  EXPECT_EQ(frames, Interleave(SignalRun(0, 900, 200), SignalRun(1, 900, 200)));
   EXPECT_EQ(MemoryInUse, 0);
   document.WaveCollectBuff(999, 1002, 2, left, right);
   EXPECT_EQ(left, std::vector<int16_t>{0});

@@ -337,6 +337,14 @@ class StorageModel : public StorageTest {
                   model_.channel[c])
             << "channel " << c;
       }
+      // The same as frames, straight from a source where its channels lie side by side.
+      const bool stereo = document_.WavFmtChannel == 2;
+      if (!stereo || model_.channel[0].size() == model_.channel[1].size()) {
+        Samples frames((stereo ? 2 : 1) * model_.channel[0].size());
+        document_.QuickFramesGet(1, static_cast<int32_t>(model_.channel[0].size()), frames.data());
+        ASSERT_EQ(frames,
+                  stereo ? Interleave(model_.channel[0], model_.channel[1]) : model_.channel[0]);
+      }
     } else {
       // Where the samples lie, without loading.
       ASSERT_EQ(QuickSamples(document_, 1), model_.channel[0]);
