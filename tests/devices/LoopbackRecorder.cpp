@@ -56,6 +56,15 @@ double ToneAmplitude(const std::vector<int16_t>& samples, int32_t channels, int3
   return 2 * std::hypot(re, im) / static_cast<double>(count);
 }
 
+std::vector<int16_t> Tone(double frequency, int rate, int amplitude, int frames) {
+  std::vector<int16_t> samples(static_cast<size_t>(frames));
+  for (int i = 0; i < frames; ++i) {
+    samples[static_cast<size_t>(i)] = static_cast<int16_t>(
+        std::lround(amplitude * std::sin(2 * std::numbers::pi * frequency * i / rate)));
+  }
+  return samples;
+}
+
 size_t FirstSound(const std::vector<int16_t>& samples, int32_t channels, int threshold) {
   for (size_t i = 0; i < samples.size(); i += static_cast<size_t>(channels)) {
     if (std::abs(samples[i]) > threshold) return i / static_cast<size_t>(channels);

@@ -36,6 +36,9 @@ class LoopbackRecorder {
 double ToneAmplitude(const std::vector<int16_t>& samples, int32_t channels, int32_t rate,
                      double frequency, size_t first, size_t count);
 
+// A sine of `frequency` at `amplitude`, `frames` samples long: what the tests play.
+std::vector<int16_t> Tone(double frequency, int rate, int amplitude, int frames);
+
 // Index of the first frame whose sample is louder than `threshold`, or the size.
 size_t FirstSound(const std::vector<int16_t>& samples, int32_t channels, int threshold);
 

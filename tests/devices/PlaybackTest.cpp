@@ -6,9 +6,7 @@
 
 #include <QElapsedTimer>
 #include <QTest>
-#include <cmath>
 #include <filesystem>
-#include <numbers>
 
 #include "devices/DsPlayClass.h"
 #include "devices/PlayControl.h"
@@ -21,15 +19,6 @@
 
 namespace quorvane::testing {
 namespace {
-
-std::vector<int16_t> Tone(double frequency, int rate, int amplitude, int frames) {
-  std::vector<int16_t> samples(static_cast<size_t>(frames));
-  for (int i = 0; i < frames; ++i) {
-    samples[static_cast<size_t>(i)] = static_cast<int16_t>(
-        std::lround(amplitude * std::sin(2 * std::numbers::pi * frequency * i / rate)));
-  }
-  return samples;
-}
 
 class Playback : public SessionTest {
  protected:

@@ -6,9 +6,7 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QTest>
-#include <cmath>
 #include <filesystem>
-#include <numbers>
 
 #include "devices/PlayControl.h"
 #include "formats/OpenSaveClass.h"
@@ -23,15 +21,6 @@
 namespace quorvane::testing {
 namespace {
 
-std::vector<int16_t> Sine(double frequency, int rate, int amplitude, int frames) {
-  std::vector<int16_t> samples(static_cast<size_t>(frames));
-  for (int i = 0; i < frames; ++i) {
-    samples[static_cast<size_t>(i)] = static_cast<int16_t>(
-        std::lround(amplitude * std::sin(2 * std::numbers::pi * frequency * i / rate)));
-  }
-  return samples;
-}
-
 using Recording = SessionTest;
 
 // Records while the play routine plays a stereo tone range; the file holds both tones.
@@ -40,8 +29,8 @@ TEST_F(Recording, LoopBackPlayedToneComesBackAtItsFrequencyAndLevel) {
   FileMemoClass document;
   ASSERT_TRUE(OpenSaveClass().FileLoadWave(
       document, files.Write("tone.wav", PcmWave(2, rate, 16,
-                                                Interleave(Sine(1000, rate, 8000, 2 * rate),
-                                                           Sine(1500, rate, 4000, 2 * rate))))));
+                                                Interleave(Tone(1000, rate, 8000, 2 * rate),
+                                                           Tone(1500, rate, 4000, 2 * rate))))));
   CreatePlayer();
   SoundDriverSwitch(true, 1);
   SetPlayDocument(&document);
