@@ -62,9 +62,8 @@ TEST_F(Recording, LoopBackPlayedToneComesBackAtItsFrequencyAndLevel) {
   ReleasePlayer();
 
   // A canonical 16-bit stereo file of every frame written.
-  const std::vector<int16_t> heard = ReadWavFile(form.RecordFileName).value_or(WavFile{}).Samples();
+  const std::vector<int16_t> heard = CanonicalPcm16Samples(form.RecordFileName, 2, rate);
   EXPECT_EQ(heard.size(), static_cast<size_t>(form.FramesWritten()) * 2);
-  EXPECT_TRUE(ReadFileBytes(form.RecordFileName) == PcmWave(2, rate, 16, heard));
   const size_t start = FirstSound(heard, 2, 2000);
   ASSERT_LT(start + static_cast<size_t>(rate) + rate / 2, heard.size() / 2);
   const std::vector<int16_t> right(heard.begin() + 1, heard.end());

@@ -13,7 +13,6 @@
 #include "platform/AcmDecodingLibrary.h"
 #include "tests/support/CompressedWavFixtures.h"
 #include "tests/support/TempFolder.h"
-#include "tests/support/WaveBuilder.h"
 
 namespace quorvane::testing {
 namespace {
@@ -50,14 +49,6 @@ DecodeOutcome Decode(const std::string& source, const std::string& destination,
   DecodeOutcome outcome = PollUntilDone(handle);
   xAcm_DestroyObject(handle);
   return outcome;
-}
-
-// The samples of a decoded file, which must be a canonical 16-bit PCM WAV: the 44-byte
-// header, sizes that match the file.
-std::vector<int16_t> Decoded(const std::string& path, int channels, int sampleRate) {
-  const std::vector<int16_t> samples = ReadWavFile(path).value_or(WavFile{}).Samples();
-  EXPECT_TRUE(ReadFileBytes(path) == PcmWave(channels, sampleRate, 16, samples)) << path;
-  return samples;
 }
 
 // How much of the `reference` channel `decoded` holds: 1 when it holds it unchanged.
@@ -110,7 +101,7 @@ TEST_F(CompressedWavDecoderTest, EveryFormatFollowsTheSourceInEveryChannelForThe
     }
     const DecodeOutcome outcome = Decode(encoded, Out());
     ASSERT_EQ(outcome.percent, 100) << outcome.error;
-    const auto out = Decoded(Out(), c.channels, c.sampleRate);
+    const auto out = CanonicalPcm16Samples(Out(), c.channels, c.sampleRate);
     EXPECT_EQ(out.size() / c.channels, ReadWavFile(encoded)->factFrames.value_or(frames));
     std::vector<int16_t> reference;  // a gain of 4 takes the floats beyond full scale
     for (const int sample : signal) reference.push_back(std::clamp(c.gain * sample, -32768, 32767));
@@ -138,7 +129,7 @@ TEST_F(CompressedWavDecoderTest, MoreThanTwoChannelsAreMixedDownByTheirSpeakerPo
         {"-af", std::string("channelmap=channel_layout=") + (channels == 3 ? "3.0" : "5.1")});
     const DecodeOutcome outcome = Decode(encoded, Out());
     ASSERT_EQ(outcome.percent, 100) << outcome.error;
-    const auto out = Decoded(Out(), 2, 8000);
+    const auto out = CanonicalPcm16Samples(Out(), 2, 8000);
     const std::vector<int16_t> sides[2] = {Channel(out, 2, 0), Channel(out, 2, 1)};
     // Left-hand inputs in the left output only, right-hand ones in the right only.
     for (const int input : channels == 3 ? std::vector{0, 1} : std::vector{0, 1, 4, 5}) {
@@ -167,8 +158,8 @@ TEST_F(CompressedWavDecoderTest, WithoutAFactChunkEveryBlockIsKeptAndACutOneAsFa
     fs::resize_file(encoded, fixture->dataOffset + 5 * fixture->blockAlign / 2);  // 2.5 blocks
     const DecodeOutcome outcome = Decode(encoded, Out("cut.wav"));
     ASSERT_EQ(outcome.percent, 100) << outcome.error;
-    const auto whole = Decoded(Out("whole.wav"), channels, rate);
-    const auto cut = Decoded(Out("cut.wav"), channels, rate);
+    const auto whole = CanonicalPcm16Samples(Out("whole.wav"), channels, rate);
+    const auto cut = CanonicalPcm16Samples(Out("cut.wav"), channels, rate);
     // A GSM block holds 320 frames; a stereo IMA block 8 header bytes with the first
     // frame, then one frame per byte.
     const size_t blockSamples = channels * (gsm ? 320 : fixture->blockAlign - 8U + 1);
@@ -249,7 +240,7 @@ TEST_F(CompressedWavDecoderTest, PercentRisesTo100AndDestroyingOrANewDecodingSto
   ASSERT_EQ(outcome.percent, 100);
   EXPECT_TRUE(std::is_sorted(outcome.seen.begin(), outcome.seen.end()));
   EXPECT_GE(outcome.seen.front(), 0);
-  EXPECT_EQ(Decoded(Out(), 2, 44100).size(), 2 * *ReadWavFile(encoded)->factFrames);
+  EXPECT_EQ(CanonicalPcm16Samples(Out(), 2, 44100).size(), 2 * *ReadWavFile(encoded)->factFrames);
   for (const bool waitForProgress : {false, true}) {
     SCOPED_TRACE(waitForProgress);
     fs::remove(Out());
@@ -273,10 +264,11 @@ TEST_F(CompressedWavDecoderTest, PercentRisesTo100AndDestroyingOrANewDecodingSto
   ASSERT_NE(xAcm_DecodeFile(handle, encoded.c_str(), Out("1.wav").c_str()), 0);
   ASSERT_NE(xAcm_DecodeFile(handle, second.c_str(), Out("2.wav").c_str()), 0);
   ASSERT_EQ(PollUntilDone(handle).percent, 100);
-  EXPECT_EQ(Decoded(Out("2.wav"), 2, 8000).size(), 2 * 5000U);
+  EXPECT_EQ(CanonicalPcm16Samples(Out("2.wav"), 2, 8000).size(), 2 * 5000U);
   // The first decoding either finished before it was replaced or left nothing behind.
   if (fs::exists(Out("1.wav"))) {
-    EXPECT_EQ(Decoded(Out("1.wav"), 2, 44100).size(), 2 * *ReadWavFile(encoded)->factFrames);
+    EXPECT_EQ(CanonicalPcm16Samples(Out("1.wav"), 2, 44100).size(),
+              2 * *ReadWavFile(encoded)->factFrames);
   }
   xAcm_DestroyObject(handle);
 }

@@ -2,6 +2,8 @@
 
 #include "tests/support/WaveBuilder.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -100,6 +102,12 @@ std::optional<WavFile> ReadWavFile(const std::string& path) {
     wav.data = bytes.substr(at + 8, GetLe(bytes, at + 4, 4));
   }
   return wav;
+}
+
+std::vector<int16_t> CanonicalPcm16Samples(const std::string& path, int channels, int sampleRate) {
+  const std::vector<int16_t> samples = ReadWavFile(path).value_or(WavFile{}).Samples();
+  EXPECT_TRUE(ReadFileBytes(path) == PcmWave(channels, sampleRate, 16, samples)) << path;
+  return samples;
 }
 
 void PatchFactChunk(const std::string& path, std::optional<uint32_t> frames) {

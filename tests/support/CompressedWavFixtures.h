@@ -46,6 +46,10 @@ struct WavFile {
 // Reads the `fmt `, `fact` and `data` chunks; nothing when the file is no RIFF WAVE.
 std::optional<WavFile> ReadWavFile(const std::string& path);
 
+// The samples of a file that must be a canonical 16-bit PCM WAV of these channels and rate
+// (the 44-byte header, sizes that match the file); a failure names the file.
+std::vector<int16_t> CanonicalPcm16Samples(const std::string& path, int channels, int sampleRate);
+
 // Rewrites the frame count of the file's `fact` chunk, as an encoder that counts exactly
 // would have written it; without a count the chunk is renamed "JUNK", so the file has
 // none. Throws when the file has no `fact` chunk.
