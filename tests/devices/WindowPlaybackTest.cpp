@@ -3,11 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <QAction>
-#include <QApplication>
 #include <QLabel>
 #include <QPushButton>
 #include <QRadioButton>
-#include <QTimer>
 
 #include "devices/PlayControl.h"
 #include "storage/EditorState.h"
@@ -18,11 +16,6 @@
 
 namespace quorvane::testing {
 namespace {
-
-// Acts on the next modal dialog once it is on screen.
-void WhenDialogShows(std::function<void(QWidget*)> step) {
-  QTimer::singleShot(0, [step = std::move(step)] { step(QApplication::activeModalWidget()); });
-}
 
 using WindowPlayback = WaveEditorWindow;
 

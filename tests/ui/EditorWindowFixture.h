@@ -4,10 +4,13 @@
 
 #include <gtest/gtest.h>
 
+#include <QApplication>
 #include <QPixmap>
 #include <QTest>
+#include <QTimer>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -33,6 +36,11 @@ inline std::string SquareTrack(int amplitude) {
     frames.push_back(value);
   }
   return PcmWave(2, kRate, 16, frames);
+}
+
+// Answers the next modal dialog with `step` once it is on screen.
+inline void WhenDialogShows(std::function<void(QWidget*)> step) {
+  QTimer::singleShot(0, [step = std::move(step)] { step(QApplication::activeModalWidget()); });
 }
 
 inline QRgb Rgb(const QColor& colour) { return colour.rgb(); }

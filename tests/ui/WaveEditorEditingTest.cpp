@@ -2,7 +2,6 @@
 // menus, the slide chooser, and every Edit, Insert and Volume command through its menu
 // item, with the dialogs answered on screen.
 #include <QAction>
-#include <QApplication>
 #include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
@@ -10,10 +9,8 @@
 #include <QPushButton>
 #include <QSlider>
 #include <QTableWidget>
-#include <QTimer>
 #include <array>
 #include <cmath>
-#include <functional>
 
 #include "core/ProjectTables.h"
 #include "core/Settings.h"
@@ -31,14 +28,8 @@ namespace {
 
 using namespace quorvane::testing;
 
-constexpr int32_t kClick = 1 + kRate / 4;            // marker 1, slide 1
-constexpr int32_t kAuto = kFrames + 1 + kRate / 10;  // marker 2, slide 2
-constexpr int kFlagY = 15;                           // inside both kinds of flag
-
-// Answers the next modal dialog with `step` once it is on screen.
-void WhenDialogShows(std::function<void(QWidget*)> step) {
-  QTimer::singleShot(0, [step = std::move(step)] { step(QApplication::activeModalWidget()); });
-}
+constexpr int32_t kClick = 1 + kRate / 4;  // marker 1, slide 1
+constexpr int kFlagY = 15;                 // inside both kinds of flag
 
 class WaveEditorEditing : public WaveEditorWindow {
  protected:
