@@ -27,19 +27,6 @@ class WaveReaderTest : public testing::SessionTest {
     path = files.Write(name, bytes);
     return reader.FileLoadWave(document, path);
   }
-  // Every message but the last must be `text` with `caption` and `icon`, and the last the
-  // common failure.
-  void ExpectFailure(const std::string& text, const std::string& caption,
-                     MessageIcon icon = MessageIcon::None) {
-    ASSERT_EQ(ui.messages.size(), 2u) << (ui.messages.empty() ? "" : ui.messages[0].text);
-    EXPECT_EQ(ui.messages[0].text, text);
-    EXPECT_EQ(ui.messages[0].caption, caption);
-    EXPECT_EQ(ui.messages[0].icon, icon);
-    EXPECT_EQ(ui.messages[1].text, "Wave file loading failed");
-    EXPECT_EQ(ui.messages[1].caption, "Timeline Audio Editor");
-    EXPECT_FALSE(ui.progress.IsVisible());
-  }
-
   OpenSaveClass reader;
   FileMemoClass document;
   std::string path;
@@ -125,9 +112,15 @@ TEST_F(WaveReaderTest, RefusedFilesAreNamedWithTheirFault) {
     SCOPED_TRACE(text);
     ui.messages.clear();
     EXPECT_FALSE(Load(bytes));
-    ExpectFailure(text,
-                  text.starts_with("Sampling") ? "Timeline Audio Editor" : "Error Loading " + path,
-                  i < 3 ? MessageIcon::Critical : MessageIcon::None);
+    // The fault's own message, then the common failure.
+    ASSERT_EQ(ui.messages.size(), 2u) << (ui.messages.empty() ? "" : ui.messages[0].text);
+    EXPECT_EQ(ui.messages[0].text, text);
+    EXPECT_EQ(ui.messages[0].caption,
+              text.starts_with("Sampling") ? "Timeline Audio Editor" : "Error Loading " + path);
+    EXPECT_EQ(ui.messages[0].icon, i < 3 ? MessageIcon::Critical : MessageIcon::None);
+    EXPECT_EQ(ui.messages[1].text, "Wave file loading failed");
+    EXPECT_EQ(ui.messages[1].caption, "Timeline Audio Editor");
+    EXPECT_FALSE(ui.progress.IsVisible());
   }
   EXPECT_EQ(document.WavWaveINos, 0);
 }
@@ -166,13 +159,6 @@ TEST_F(WaveReaderTest, SizesThatPromiseMoreThanTheFileHoldsAreCutToIt) {
   EXPECT_EQ(document.WaveR(1), 2);
 }
 
-TEST_F(WaveReaderTest, MissingFilesFailWithTheCommonMessageOnly) {
-  EXPECT_FALSE(reader.FileLoadWave(document, files.File("nowhere.wav")));
-  ASSERT_EQ(ui.messages.size(), 1u);
-  EXPECT_EQ(ui.messages[0].text, "Wave file loading failed");
-  EXPECT_FALSE(reader.FileLoadWave(document, "   "));
-}
-
 TEST_F(WaveReaderTest, CompressedFilesAreDecodedAndDescribed) {
   const auto source = testing::TestSignal(2, 22050, 22050);
   testing::WritePcm16Wav(files.File("source.wav"), source, 2, 22050);
@@ -193,19 +179,28 @@ TEST_F(WaveReaderTest, CompressedFilesAreDecodedAndDescribed) {
   EXPECT_TRUE(ui.messages.empty());
 }
 
-TEST_F(WaveReaderTest, ACodecThatIsMissingIsNamedFromTheTable) {
-  const std::string bytes = RiffFile(
-      {{"fmt ", FormatChunkData(0x1234, 1, 8000, 4), {}}, {"data", std::string(400, '\x55'), {}}});
-  EXPECT_FALSE(Load(bytes));
-  ASSERT_EQ(ui.messages.size(), 1u);
-  EXPECT_EQ(ui.messages[0].text,
+// A file that cannot be opened, or whose codec is missing, is told in one message alone.
+TEST_F(WaveReaderTest, MissingFilesAndCodecsFailWithOneMessage) {
+  const std::string codec =
+      files.Write("codec.wav", RiffFile({{"fmt ", FormatChunkData(0x1234, 1, 8000, 4), {}},
+                                         {"data", std::string(400, '\x55'), {}}}));
+  for (const auto& [file, text] : std::vector<std::pair<std::string, std::string>>{
+           {files.File("nowhere.wav"), "Wave file loading failed"},
+           {"   ", "Wave file loading failed"},
+           {codec,
             "Failed to decode the compressed wave file.\r\n"
             "You need to install the codec needed to open this file.\r\n"
             "Contact us if you need help and write us the format tag number.\r\n\r\n"
             "Format Tag No = 4660\r\nFormat Tag Hex No = ????\r\nFormat Name = Unknown\r\n"
-            "Format's Company Name = Unknown\r\nCodec Description = Unknown");
-  EXPECT_EQ(ui.messages[0].caption, "Timeline Audio Editor");
-  EXPECT_FALSE(ui.progress.IsVisible());
+            "Format's Company Name = Unknown\r\nCodec Description = Unknown"}}) {
+    SCOPED_TRACE(file);
+    ui.messages.clear();
+    EXPECT_FALSE(reader.FileLoadWave(document, file));
+    ASSERT_EQ(ui.messages.size(), 1u);
+    EXPECT_EQ(ui.messages[0].text, text);
+    EXPECT_EQ(ui.messages[0].caption, "Timeline Audio Editor");
+    EXPECT_FALSE(ui.progress.IsVisible());
+  }
 }
 
 }  // namespace
