@@ -5,36 +5,23 @@
 
 #include <QLabel>
 #include <QPushButton>
-#include <QTest>
 #include <filesystem>
 
-#include "devices/PlayControl.h"
-#include "formats/OpenSaveClass.h"
-#include "storage/FileMemoClass.h"
-#include "tests/devices/LoopbackRecorder.h"
+#include "tests/devices/PlaybackFixture.h"
 #include "tests/support/CompressedWavFixtures.h"
-#include "tests/support/SessionFixture.h"
-#include "tests/support/WaveBuilder.h"
 #include "ui/PictureBox.h"
 #include "ui/Recd_Frm.h"
 
 namespace quorvane::testing {
 namespace {
 
-using Recording = SessionTest;
+// Every case has a player; the first plays what it records.
+using Recording = Playback;
 
 // Records while the play routine plays a stereo tone range; the file holds both tones.
 TEST_F(Recording, LoopBackPlayedToneComesBackAtItsFrequencyAndLevel) {
   const int rate = 44100;
-  FileMemoClass document;
-  ASSERT_TRUE(OpenSaveClass().FileLoadWave(
-      document, files.Write("tone.wav", PcmWave(2, rate, 16,
-                                                Interleave(Tone(1000, rate, 8000, 2 * rate),
-                                                           Tone(1500, rate, 4000, 2 * rate))))));
-  CreatePlayer();
-  SoundDriverSwitch(true, 1);
-  SetPlayDocument(&document);
-
+  Load(2, rate, 16, Tone(1000, rate, 8000, 2 * rate), Tone(1500, rate, 4000, 2 * rate));
   Recd_Frm form(nullptr, 2, rate, 16);
   ASSERT_TRUE(form.FormInitilize());
   EXPECT_EQ(form.Fmt_Lbl->text().toStdString(), "(Stereo, 44100 Hz,  16 Bits)");
@@ -43,10 +30,8 @@ TEST_F(Recording, LoopBackPlayedToneComesBackAtItsFrequencyAndLevel) {
   EXPECT_EQ(form.Rec_Stat_Lbl->text().toStdString(), "Recording");
   EXPECT_FALSE(form.Done_Btn->isEnabled() || form.Cancel_Btn->isEnabled() ||
                form.RecSrcBtn->isEnabled());
-  PlayFrom = 1;
-  PlayTo = 2 * rate;
-  PlayControl(11);
-  EXPECT_TRUE(QTest::qWaitFor([] { return CurrentPlayState() == 0; }, 8000));
+  Play(1, 2 * rate);
+  FurthestUntilStopped(8000);
   EXPECT_TRUE(QTest::qWaitFor([&] { return form.FramesWritten() > 2 * rate + rate / 5; }, 3000));
   form.Start_Btn_Click();
   EXPECT_EQ(form.Start_Btn->text().toStdString(), "Start/Stop");
@@ -58,8 +43,6 @@ TEST_F(Recording, LoopBackPlayedToneComesBackAtItsFrequencyAndLevel) {
   form.Done_Btn_Click();
   EXPECT_TRUE(form.OkClicked);
   EXPECT_EQ(form.BytesLost(), 0);
-  SetPlayDocument(nullptr);
-  ReleasePlayer();
 
   // A canonical 16-bit stereo file of every frame written.
   const std::vector<int16_t> heard = CanonicalPcm16Samples(form.RecordFileName, 2, rate);
