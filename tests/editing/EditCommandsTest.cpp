@@ -82,8 +82,10 @@ TEST_F(EditCommands, EachCommandNeedsItsKindOfSelection) {
   // Copy first so that paste has a clip to insert.
   Select(1, 10);
   ASSERT_TRUE(EditCopy(document));
+  int row = 0;
   for (const Case& c : {Case{0, 0, EditDelete}, Case{5, 5, EditDelete}, Case{5, 5, EditCut},
                         Case{0, 0, EditPaste}, Case{5, 6, EditPaste}}) {
+    SCOPED_TRACE(::testing::Message() << "row " << row++ << ", " << c.start << ".." << c.end);
     Select(c.start, c.end);
     c.command(document);
     ExpectUntouched();
@@ -141,7 +143,7 @@ TEST_F(EditCommands, InsertAudioFileAtEachPositionOfTheDialog) {
   // track insert takes as the document's end.
   for (const Case& c :
        {Case{300, 1, 0, 300}, Case{300, 2, 1, 1001}, Case{300, 2, 2, 2000}, Case{0, 3, 0, 3001}}) {
-    SCOPED_TRACE(c.option);
+    SCOPED_TRACE(::testing::Message() << "slide " << c.slide << ", option " << c.option);
     Editor().CursorPos = c.cursor;
     prompts.option = c.cursor == 0 ? std::nullopt : std::optional<int32_t>(c.option);
     ASSERT_TRUE(InsertAudioFile(document, "", c.slide, prompts));

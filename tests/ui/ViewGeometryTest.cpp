@@ -51,14 +51,17 @@ TEST_F(ViewGeometry, ZoomModesMoveTheViewAsTheirArithmeticSays) {
       {3, 5, 100, 0, 0, ZoomOutcome::Unchanged, 5, 100},       // no such mode
   };
   for (const Case& c : cases) {
+    SCOPED_TRACE(::testing::Message()
+                 << "mode " << c.mode << " from " << c.start << " + " << c.length << ", selection "
+                 << c.selStart << ".." << c.selEnd);
     Editor().ViewStart = c.start;
     Editor().ViewLength = c.length;
     Editor().SelStart = c.selStart;
     Editor().SelEnd = c.selEnd;
     View().ViewAll = true;
-    EXPECT_EQ(ZoomViewState(c.mode, documentLength), c.outcome) << "mode " << c.mode;
-    EXPECT_EQ(Editor().ViewStart, c.wantStart) << "mode " << c.mode;
-    EXPECT_EQ(Editor().ViewLength, c.wantLength) << "mode " << c.mode;
+    EXPECT_EQ(ZoomViewState(c.mode, documentLength), c.outcome);
+    EXPECT_EQ(Editor().ViewStart, c.wantStart);
+    EXPECT_EQ(Editor().ViewLength, c.wantLength);
     EXPECT_FALSE(View().ViewAll) << "every zoom clears ViewAll";
   }
   Editor().ViewLength = 50;
