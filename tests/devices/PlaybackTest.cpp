@@ -116,8 +116,7 @@ TEST_F(Playback, RangesUnderFiveMillisecondsAreRefused) {
   Load(1, rate, 16, Tone(440, rate, 3000, rate));
   Play(1000, 1099);
   EXPECT_EQ(CurrentPlayState(), 0);
-  ASSERT_EQ(ui.messages.size(), 1U);
-  EXPECT_EQ(ui.messages[0].text, "The audio track is too small to play.");
+  ASSERT_EQ(ui.Texts(), std::vector<std::string>{"The audio track is too small to play."});
   EXPECT_EQ(ui.messages[0].icon, MessageIcon::Exclamation);
   Play(1000, 1110);
   EXPECT_EQ(ui.messages.size(), 1U);

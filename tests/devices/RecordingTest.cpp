@@ -85,12 +85,12 @@ TEST_F(Recording, MissingVolumeControlIsNamedWithTheFoldersSearched) {
   Recd_Frm form(nullptr, 1, 22050, 16);
   form.RecSrcBtn_Click();
   Recd_Frm::VolumeControlFolders = kept;
-  ASSERT_EQ(ui.messages.size(), 1U);
-  EXPECT_EQ(ui.messages[0].text, "The file pavucontrol is not found in " + files.File("bin") +
+  EXPECT_EQ(ui.Texts(),
+            std::vector<std::string>{"The file pavucontrol is not found in " + files.File("bin") +
                                      " and " + files.File("local") +
                                      "\r\nthat is needed to set recording sound source\r\n"
                                      "Please set recording source using volume control in "
-                                     "windows task bar.");
+                                     "windows task bar."});
 }
 
 }  // namespace

@@ -195,10 +195,9 @@ TEST_F(WaveEditorEditing, VolumeCommandsThroughTheirDialogs) {
     dynamic->findChild<QPushButton*>("OkBtn")->click();
   });
   window.MenuItem("VolumeDynamicBal_Mnu")->trigger();
-  ASSERT_EQ(ui.messages.size(), 1u);
-  EXPECT_EQ(ui.messages[0].text,
-            "Invalid sampling duration\r\nEntered sampling duration is 20\r\n(0.1 to 10.0 is "
-            "allowed)");
+  EXPECT_EQ(ui.Texts(),
+            std::vector<std::string>{"Invalid sampling duration\r\nEntered sampling duration is "
+                                     "20\r\n(0.1 to 10.0 is allowed)"});
   EXPECT_EQ(UndoCaption(), "Undo [Maximize]");
 }
 
@@ -239,8 +238,8 @@ TEST_F(WaveEditorEditing, LevelSlidesLevelsTheCheckedSlidesAndShowsTheirLoudness
   EXPECT_LT(std::abs(session->Document()->WaveL(1)), 8000);
   EXPECT_EQ(Left(kFrames + 1, kFrames), secondBefore);
   EXPECT_EQ(UndoCaption(), "Undo [Level Slides]");
-  ASSERT_EQ(ui.messages.size(), 1u);
-  EXPECT_EQ(ui.messages[0].text, "The target loudness must lie between -70 and 0 LUFS.");
+  EXPECT_EQ(ui.Texts(),
+            std::vector<std::string>{"The target loudness must lie between -70 and 0 LUFS."});
 
   window.MenuItem("Undo_Mnu")->trigger();
   EXPECT_EQ(session->Document()->WaveL(1), 8000);

@@ -99,8 +99,7 @@ TEST_F(WaveEditorWindow, ZoomKeysAndTheScrollBarMoveTheView) {
   PictureBox* picture = window.Wave_Pic(1);
   Editor().SelStart = 0;
   QTest::keyRelease(picture, Qt::Key_3, Qt::ShiftModifier);
-  ASSERT_EQ(ui.messages.size(), 1u);
-  EXPECT_EQ(ui.messages[0].text, "No selection found");
+  ASSERT_EQ(ui.Texts(), std::vector<std::string>{"No selection found"});
   EXPECT_EQ(ui.messages[0].icon, MessageIcon::Exclamation);
 
   QTest::keyRelease(picture, Qt::Key_1, Qt::ShiftModifier);
@@ -128,8 +127,8 @@ TEST_F(WaveEditorWindow, ClosingAsksAboutUnsavedChangesAndCancelKeepsTheSession)
   QSignalSpy unloaded(&window, &WaveEditor_Frm::Unloaded);
   ui.Answer(MessageAnswer::Cancel);
   window.MenuItem("FileExit_Mnu")->trigger();
-  ASSERT_EQ(ui.messages.size(), 1u);
-  EXPECT_EQ(ui.messages[0].text, "The current waveform has changed.\nDo you wish to to save it?");
+  ASSERT_EQ(ui.Texts(), std::vector<std::string>{
+                            "The current waveform has changed.\nDo you wish to to save it?"});
   EXPECT_EQ(ui.messages[0].buttons, MessageButtons::YesNoCancel);
   EXPECT_EQ(ui.messages[0].icon, MessageIcon::Question);
   EXPECT_TRUE(window.isVisible());
