@@ -381,19 +381,17 @@ bool SwapOutBlock(int32_t block) {
     case BlockMemFile:
       break;
     case BlockMemory: {
+      int32_t slot = 0;
       // While writes fail (a full disk), each is tried at once, so that the first failure
       // stops the budget's round instead of handing over one doomed write after another.
       if (WritingBehind() && !WritesFailing()) {
-        const int32_t slot = NewTempFileSlot();
+        slot = NewTempFileSlot();
         TempFileTable[slot].UseCount = 1;
-        BlockRecord& record = BlockTable[block];
-        record.FileRef = slot;
-        record.FilePosition = 1;
-        WriteBehind(slot, std::move(record.Data));
-        break;
+        WriteBehind(slot, std::move(BlockTable[block].Data));
+      } else {
+        slot = WriteToNewSlot(block);
+        if (slot == 0) return false;
       }
-      const int32_t slot = WriteToNewSlot(block);
-      if (slot == 0) return false;
       BlockTable[block].FileRef = slot;
       BlockTable[block].FilePosition = 1;
       break;
