@@ -4,10 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <sys/resource.h>
-
 #include <cmath>
-#include <csignal>
 
 #include "core/Environment.h"
 #include "core/Numbers.h"
@@ -138,34 +135,6 @@ TEST_F(Effects, ChangeVolumeAndMaximizeMatchThePlainComputationAcrossBlocks) {
   EXPECT_EQ(menu.menuCaption, "Undo [Maximize]");
   EXPECT_EQ(ui.busyDepth, 0);
   EXPECT_FALSE(ui.progress.shown);
-}
-
-TEST_F(Effects, AnEffectOnAFullDiskKeepsItsResultInMemory) {
-  // A document on its source file: only the effect's results take memory.
-  const std::vector<int16_t> left = Speech(230000, 3);
-  BlockCarrBuffClass source[2];
-  DescribeWav(files.Path() + "/speech.wav", 1, 16, left, 7001, source[0], source[1]);
-  LoadDocument(document, source[0], source[1]);
-  Env().MemoryBudget = 200'000;
-  Select(1, 230000);
-  // The file size limit stands in for a full disk: every block file write fails.
-  rlimit saved{};
-  getrlimit(RLIMIT_FSIZE, &saved);
-  const auto savedSignal = std::signal(SIGXFSZ, SIG_IGN);
-  rlimit none = saved;
-  none.rlim_cur = 0;
-  setrlimit(RLIMIT_FSIZE, &none);
-  const bool changed = ChangeVolume(document, 150);
-  setrlimit(RLIMIT_FSIZE, &saved);
-  std::signal(SIGXFSZ, savedSignal);
-  ASSERT_TRUE(changed);
-  EXPECT_EQ(QuickSamples(document, 1), Scaled(left, 1.5));
-  ASSERT_EQ(ui.messages.size(), 1U);
-  EXPECT_THAT(ui.messages[0].text,
-              ::testing::StartsWith("Error - Could not write audio data to the temporary file"));
-  EXPECT_EQ(TempFilesOnDisk(), 0);  // nothing half-written is left behind
-  EditUndo(document);
-  EXPECT_EQ(QuickSamples(document, 1), left);
 }
 
 TEST_F(Effects, VolumeDialogLabelsAndSetting) {

@@ -246,6 +246,7 @@ TEST_F(BlockList, FaultAFailedWriteOutKeepsTheBlockInMemory) {
   }
   ASSERT_EQ(ui.messages.size(), 2u);
   EXPECT_NE(ui.messages[1].text.find(behind), std::string::npos);
+  EXPECT_FALSE(std::filesystem::exists(std::filesystem::symlink_status(behind)));
 }
 
 TEST_F(BlockList, FaultImpossibleRequestsAreReported) {
