@@ -108,7 +108,15 @@ bool ProjectFileLoad(std::string& path, FileMemoClass& document) {
         "; 0 to " + DecimalText(kHighestBaseFrequency) + " can be used)");
     return false;
   }
-  project.BaseBits = RoundHalfEven(LeadingNumber(Get("Project", "BaseBits")));
+  // Documents hold 8 or 16 bits a sample: any other size would load but could never be
+  // saved.
+  const std::string bits = Get("Project", "BaseBits");
+  project.BaseBits = RoundHalfEven(LeadingNumber(bits));
+  if (project.BaseBits != 0 && project.BaseBits != 8 && project.BaseBits != 16) {
+    UserInterface().Message("The sample size in the project file is not supported (BaseBits=" +
+                            Trim(bits) + "; 0, 8 or 16 can be used)");
+    return false;
+  }
 
   project.SlideEntryCount = project.SlideCount + 1;
   project.Slides.resize(static_cast<size_t>(project.SlideEntryCount) + 1);

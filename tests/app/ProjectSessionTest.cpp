@@ -161,20 +161,26 @@ TEST_F(ProjectSession,
     EXPECT_FALSE(Load(WriteProject(path, plan)));
     EXPECT_EQ(TakeMessage(), std::string(kTitle) + "|Target folder is not found");
   }
-  // A negative rate (found by fuzzing) or one beyond sound devices' is refused before any
-  // track is read.
-  for (const std::string rate : {"-44100", "384001", " 8.5e18"}) {
-    SCOPED_TRACE(rate);
+  // A negative rate (found by fuzzing), one beyond sound devices' or a sample size no
+  // document can be saved in is refused before any track is read.
+  const std::string rateRefused =
+      "The sample rate in the project file is not supported (BaseFrequency=";
+  const std::string bitsRefused = "The sample size in the project file is not supported (BaseBits=";
+  for (const auto& [rate, bits, message] :
+       std::vector<std::tuple<std::string, std::string, std::string>>{
+           {"-44100", "16", rateRefused + "-44100; 0 to 384000 can be used)"},
+           {"384001", "", rateRefused + "384001; 0 to 384000 can be used)"},
+           {" 8.5e18", "8", rateRefused + "8.5e18; 0 to 384000 can be used)"},
+           {"22050", "12", bitsRefused + "12; 0, 8 or 16 can be used)"},
+           {"", " 24 ", bitsRefused + "24; 0, 8 or 16 can be used)"}}) {
+    SCOPED_TRACE(rate + "/" + bits);
     ProjectPlan plan;
     plan.targetFolder = Track("");
     plan.baseFrequency = rate;
+    plan.baseBits = bits;
     plan.slides = {SlidePlan{}};
     EXPECT_FALSE(Load(WriteProject(path, plan)));
-    EXPECT_EQ(TakeMessage(), std::string(kTitle) +
-                                 "|The sample rate in the project file is not supported "
-                                 "(BaseFrequency=" +
-                                 rate.substr(rate.find_first_not_of(' ')) +
-                                 "; 0 to 384000 can be used)");
+    EXPECT_EQ(TakeMessage(), std::string(kTitle) + "|" + message);
   }
   // Blanks around the folder's name go; a closing separator is added once.
   for (const auto& [folder, quoted] : std::vector<std::pair<std::string, std::string>>{
