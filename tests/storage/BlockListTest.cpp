@@ -18,13 +18,6 @@ namespace {
 using BlockList = StorageTest;
 using Carrier = StorageTest;
 
-int32_t MemoryBlock(const std::vector<int16_t>& values) {
-  const int32_t block = NewBlock(static_cast<int32_t>(values.size()), BlockMemory);
-  std::copy(values.begin(), values.end(), BlockTable[block].Data.begin());
-  BlockTable[block].Start = 1;
-  return block;
-}
-
 // The name the next temporary block file gets, made a link to a device that is always full.
 std::string FullDeviceAtNextTempName(const TempFolder& session) {
   const std::string next = session.File("tm" + std::to_string(Env().TempNameCounter + 1) + ".tmp");
