@@ -20,10 +20,7 @@ TEST(DefaultAnswer, IsTheButtonAtTheDefaultIndexOrTheFirst) {
         Case{MessageButtons::YesNoCancel, 4, MessageAnswer::Yes},
         Case{MessageButtons::OkOnly, 2, MessageAnswer::Ok},
         Case{MessageButtons::RetryCancel, 2, MessageAnswer::Cancel}}) {
-    MessageRequest request;
-    request.buttons = buttons;
-    request.defaultButton = index;
-    EXPECT_EQ(DefaultAnswer(request), answer) << index;
+    EXPECT_EQ(DefaultAnswer({"", kAppTitle, MessageIcon::None, buttons, index}), answer) << index;
   }
 }
 

@@ -15,13 +15,10 @@
 namespace quorvane {
 namespace {
 
-class CollectingViewer : public TraceViewer {
- public:
-  explicit CollectingViewer(std::vector<std::string>* lines) : lines_(lines) {}
-  void Send(const std::string& bytes) override { lines_->push_back(bytes); }
-
- private:
-  std::vector<std::string>* lines_;
+struct CollectingViewer : TraceViewer {
+  explicit CollectingViewer(std::vector<std::string>* lines) : lines(lines) {}
+  void Send(const std::string& bytes) override { lines->push_back(bytes); }
+  std::vector<std::string>* lines;
 };
 
 class TraceTest : public ::testing::Test {

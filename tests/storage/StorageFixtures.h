@@ -56,17 +56,23 @@ inline void DescribeWav(const std::string& path, int32_t channels, int32_t bits,
   right.BuffBlocksPutFresh(blocks[1]);
 }
 
+// A memory block holding the values, starting at position `start`.
+inline int32_t MemoryBlock(const std::vector<int16_t>& values, int32_t start = 1) {
+  const int32_t block = NewBlock(static_cast<int32_t>(values.size()), BlockMemory);
+  std::copy(values.begin(), values.end(), BlockTable[block].Data.begin());
+  BlockTable[block].Start = start;
+  return block;
+}
+
 // A carrier of memory blocks of at most `blockLength` samples holding the values.
 inline BlockCarrBuffClass CarrierOf(const std::vector<int16_t>& values,
                                     int32_t blockLength = 1000) {
   std::vector<int32_t> blocks;
   for (size_t i = 0; i < values.size(); i += static_cast<size_t>(blockLength)) {
-    const auto length = static_cast<int32_t>(std::min(values.size() - i, size_t(blockLength)));
-    const int32_t block = NewBlock(length, BlockMemory);
-    BlockTable[block].Start = static_cast<int32_t>(i) + 1;
-    std::copy_n(values.begin() + static_cast<std::ptrdiff_t>(i), length,
-                BlockTable[block].Data.begin());
-    blocks.push_back(block);
+    const auto first = values.begin() + static_cast<std::ptrdiff_t>(i);
+    const size_t length = std::min(values.size() - i, size_t(blockLength));
+    blocks.push_back(MemoryBlock({first, first + static_cast<std::ptrdiff_t>(length)},
+                                 static_cast<int32_t>(i) + 1));
   }
   BlockCarrBuffClass carrier;
   carrier.BuffBlocksPutFresh(blocks);

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <random>
 #include <tuple>
 
@@ -21,18 +22,19 @@ namespace {
 using Samples = std::vector<int16_t>;
 
 struct Model {
-  Samples channel[2];                  // left, right
-  int32_t format[3] = {2, 16, 44100};  // channels, bits, rate
+  Samples channel[2];                              // left, right
+  std::array<int32_t, 3> format = {2, 16, 44100};  // channels, bits, rate
   std::vector<int32_t> slides;
   std::vector<MarkerInfo> markers;
-  int32_t view[4] = {};  // SelStart, SelEnd, ViewStart, ViewLength
+  std::array<int32_t, 4> view = {};  // SelStart, SelEnd, ViewStart, ViewLength
 };
 
-std::vector<MarkerInfo> Sorted(std::vector<MarkerInfo> markers) {
-  std::sort(markers.begin(), markers.end(), [](const MarkerInfo& a, const MarkerInfo& b) {
-    return std::tie(a.Position, a.Kind, a.Slide) < std::tie(b.Position, b.Kind, b.Slide);
-  });
-  return markers;
+// What tells markers apart (position, kind, slide), in order: the table's order is not kept.
+std::vector<std::tuple<int32_t, int32_t, int32_t>> Keys(const std::vector<MarkerInfo>& markers) {
+  std::vector<std::tuple<int32_t, int32_t, int32_t>> keys;
+  for (const MarkerInfo& m : markers) keys.emplace_back(m.Position, m.Kind, m.Slide);
+  std::ranges::sort(keys);
+  return keys;
 }
 
 class StorageModel : public StorageTest {
@@ -51,8 +53,7 @@ class StorageModel : public StorageTest {
       const int32_t from = Random(1, Length(0) - count + 1);
       BlockCarrBuffClass parts[2];
       document_.WaveCollectData(from, from + count - 1, channel, parts[0], parts[1]);
-      const Samples& source = model_.channel[channel - 1];
-      values.assign(source.begin() + from - 1, source.begin() + from - 1 + count);
+      values = Stretch(model_.channel[channel - 1], from, from + count - 1);
       return std::move(parts[channel - 1]);
     }
     // Silence with a few samples written into it.
@@ -67,9 +68,7 @@ class StorageModel : public StorageTest {
   }
 
   // Where no marker lies when the edit moves markers: undoing an insert removes the markers
-
   // from the insertion point on, which a model that restores the state before does not copy.
-
   int32_t InsertPosition(int32_t workChn) {
     for (;;) {
       const int32_t at = Random(1, Length(workChn) + 1);
@@ -176,11 +175,8 @@ class StorageModel : public StorageTest {
     const int32_t count = Random(1, std::min(2000, Length(0) - from + 1));
     BlockCarrBuffClass parts[2];
     document_.WaveCollectData(from, from + count - 1, 0, parts[0], parts[1]);
-    Samples values[2];
-    for (int32_t c = 0; c < 2; ++c) {
-      const Samples& source = model_.channel[c];
-      values[c].assign(source.begin() + from - 1, source.begin() + from - 1 + count);
-    }
+    const Samples values[2] = {Stretch(model_.channel[0], from, from + count - 1),
+                               Stretch(model_.channel[1], from, from + count - 1)};
     document_.WaveDataDelete(from, 0, count, "Move", false);
     ModelDelete(from, 0, count, MovesSlides(0));
     const int32_t to = InsertPosition(0);
@@ -242,38 +238,25 @@ class StorageModel : public StorageTest {
     }
   }
 
-  void DoUndo() {
+  // Undo or redo: the model takes the state saved on one side and saves its own on the
+  // other; the selection and view come back as they were when the operation began.
+  void UndoOrRedo(bool undo) {
+    auto& from = undo ? history_ : future_;
+    auto& to = undo ? future_ : history_;
     const size_t messages = ui.messages.size();
-    document_.Undo();
-    if (history_.empty()) {
+    undo ? document_.Undo() : document_.Redo();
+    if (undo && from.empty()) {
       ASSERT_EQ(ui.Texts().back(), "Undo Failed");
-      future_.clear();
-      return;
+      return future_.clear();
     }
     ASSERT_EQ(ui.messages.size(), messages) << ui.messages.back().text;
-    future_.emplace_back(model_, history_.back().second);
-    model_ = history_.back().first;
-    history_.pop_back();
-    CheckView();
-  }
-
-  void DoRedo() {
-    const size_t messages = ui.messages.size();
-    document_.Redo();
-    ASSERT_EQ(ui.messages.size(), messages) << ui.messages.back().text;
-    if (future_.empty()) return;
-    history_.emplace_back(model_, future_.back().second);
-    model_ = future_.back().first;
-    future_.pop_back();
-    CheckView();
-  }
-
-  void CheckView() {
+    if (from.empty()) return;
+    to.emplace_back(model_, from.back().second);
+    model_ = from.back().first;
+    from.pop_back();
     const EditorState& editor = Editor();
-    EXPECT_EQ(editor.SelStart, model_.view[0]);
-    EXPECT_EQ(editor.SelEnd, model_.view[1]);
-    EXPECT_EQ(editor.ViewStart, model_.view[2]);
-    EXPECT_EQ(editor.ViewLength, model_.view[3]);
+    EXPECT_EQ((std::array{editor.SelStart, editor.SelEnd, editor.ViewStart, editor.ViewLength}),
+              model_.view);
   }
 
   void CheckBookkeeping() {
@@ -318,24 +301,18 @@ class StorageModel : public StorageTest {
   void Check(int step) {
     ASSERT_EQ(document_.WavWaveINos,
               static_cast<int32_t>(std::max(model_.channel[0].size(), model_.channel[1].size())));
+    Samples read[2];
     if (step % 7 == 0) {
       // Through loading: every block read becomes resident, the budget writes others out.
-      Samples read[2];
       document_.WaveCollectBuff(1, document_.WavWaveINos, 0, read[0], read[1]);
-      for (int32_t c = 0; c < 2; ++c) {
-        read[c].resize(model_.channel[c].size());
-        ASSERT_EQ(read[c], model_.channel[c]) << "channel " << c;
-      }
+      for (int32_t c = 0; c < 2; ++c) read[c].resize(model_.channel[c].size());
     } else if (step % 2 == 0) {
-      // Both channels in one call, read once where they are cut alike, without loading.
-      std::vector<int16_t> both[2];
-      const size_t longest = std::max(model_.channel[0].size(), model_.channel[1].size());
-      document_.QuickBuffGet(1, static_cast<int32_t>(longest), 0, both[0], both[1]);
-      for (size_t c = 0; c < 2; ++c) {
-        const auto first = both[c].begin() + 1;
-        ASSERT_EQ(Samples(first, first + static_cast<std::ptrdiff_t>(model_.channel[c].size())),
-                  model_.channel[c])
-            << "channel " << c;
+      // Both channels in one call, read once where they are cut alike, without loading; the
+      // buffers start at their second element and run to the longer channel's end.
+      document_.QuickBuffGet(1, document_.WavWaveINos, 0, read[0], read[1]);
+      for (int32_t c = 0; c < 2; ++c) {
+        read[c].erase(read[c].begin());
+        read[c].resize(model_.channel[c].size());
       }
       // The same as frames, straight from a source where its channels lie side by side.
       const bool stereo = document_.WavFmtChannel == 2;
@@ -346,30 +323,25 @@ class StorageModel : public StorageTest {
                   stereo ? Interleave(model_.channel[0], model_.channel[1]) : model_.channel[0]);
       }
     } else {
-      // Where the samples lie, without loading.
-      ASSERT_EQ(QuickSamples(document_, 1), model_.channel[0]);
-      ASSERT_EQ(QuickSamples(document_, 2), model_.channel[1]);
+      // Where the samples lie, without loading, each channel to its own end.
+      read[0] = QuickSamples(document_, 1);
+      read[1] = QuickSamples(document_, 2);
     }
+    for (int32_t c = 0; c < 2; ++c) ASSERT_EQ(read[c], model_.channel[c]) << "channel " << c;
     if (step % 17 == 0 && Length(0) > 0) {
       // What the player gets: every block in a file, the right samples.
       const int32_t from = Random(1, Length(0));
       const int32_t to = Random(from, Length(0));
       BlockCarrBuffClass parts[2];
       document_.WaveCollectData_ForPlay(from, to, 0, parts[0], parts[1]);
-      std::vector<int32_t> blocks;
-      parts[0].BuffBlocksGet(blocks);
-      for (const int32_t block : blocks) ASSERT_NE(BlockTable[block].Kind, BlockMemory);
+      for (const int32_t block : BlocksOf(parts[0])) ASSERT_NE(BlockTable[block].Kind, BlockMemory);
       ASSERT_EQ(CarrierSamples(parts[1]),
                 Samples(model_.channel[1].begin() + from - 1, model_.channel[1].begin() + to));
     }
-    ASSERT_EQ(document_.WavFmtChannel, model_.format[0]);
-    ASSERT_EQ(document_.WavFmtBits, model_.format[1]);
-    ASSERT_EQ(document_.WavFmtFreq, model_.format[2]);
+    ASSERT_EQ((std::array{document_.WavFmtChannel, document_.WavFmtBits, document_.WavFmtFreq}),
+              model_.format);
     ASSERT_EQ(SlideStarts(), model_.slides);
-    const auto actual = Sorted({Project().Markers.begin() + 1, Project().Markers.end()});
-    const auto expected = Sorted(model_.markers);
-    ASSERT_EQ(actual.size(), expected.size());
-    for (size_t i = 0; i < actual.size(); ++i) ASSERT_TRUE(SameMarker(actual[i], expected[i])) << i;
+    ASSERT_EQ(Keys({Project().Markers.begin() + 1, Project().Markers.end()}), Keys(model_.markers));
     const std::string caption =
         history_.empty() ? "Undo [Nothing]" : "Undo [" + history_.back().second + "]";
     ASSERT_EQ(menu.menuCaption, caption);
@@ -386,11 +358,9 @@ class StorageModel : public StorageTest {
     // The document starts as a stereo source file described block by block.
     const int32_t frames = 8000;
     Samples interleaved;
-    for (int32_t i = 0; i < 2 * frames; ++i)
+    for (int32_t i = 0; i < 2 * frames; ++i) {
       interleaved.push_back(static_cast<int16_t>(Random(-32768, 32767)));
-    for (int32_t i = 0; i < frames; ++i) {
-      for (int32_t c = 0; c < 2; ++c)
-        model_.channel[c].push_back(interleaved[2 * static_cast<size_t>(i) + c]);
+      model_.channel[i % 2].push_back(interleaved.back());
     }
     {
       BlockCarrBuffClass left, right;
@@ -416,9 +386,9 @@ class StorageModel : public StorageTest {
       } else if (choice <= 62) {
         MarkerEdit();
       } else if (choice <= 85) {
-        ASSERT_NO_FATAL_FAILURE(DoUndo());
+        ASSERT_NO_FATAL_FAILURE(UndoOrRedo(true));
       } else if (choice <= 97) {
-        ASSERT_NO_FATAL_FAILURE(DoRedo());
+        ASSERT_NO_FATAL_FAILURE(UndoOrRedo(false));
       } else if (!history_.empty()) {  // release the oldest operation's undo data
         menu.clearChoice = UndoClearChoice{kUndoClearFirstOne, -1};
         document_.UndoClearFiles_UserAssisted();
@@ -428,11 +398,11 @@ class StorageModel : public StorageTest {
     }
     // Undo everything that is left, back to the loaded document, redo it all and undo it
     // again, then let it all go.
-    while (!history_.empty()) ASSERT_NO_FATAL_FAILURE(DoUndo());
+    while (!history_.empty()) ASSERT_NO_FATAL_FAILURE(UndoOrRedo(true));
     ASSERT_NO_FATAL_FAILURE(Check(1));
-    while (!future_.empty()) ASSERT_NO_FATAL_FAILURE(DoRedo());
+    while (!future_.empty()) ASSERT_NO_FATAL_FAILURE(UndoOrRedo(false));
     ASSERT_NO_FATAL_FAILURE(Check(2));
-    while (!history_.empty()) ASSERT_NO_FATAL_FAILURE(DoUndo());
+    while (!history_.empty()) ASSERT_NO_FATAL_FAILURE(UndoOrRedo(true));
     ASSERT_NO_FATAL_FAILURE(Check(3));
     document_.StorageReset();
     EXPECT_EQ(BlocksInUse(), 0);
