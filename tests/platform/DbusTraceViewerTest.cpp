@@ -48,19 +48,6 @@ TEST_F(DbusTraceChannel, ViewerPrintsEachLineWithTheBytesSent) {
             "e\n");
 }
 
-TEST_F(DbusTraceChannel, WithoutViewerSearchesOnceAndNeverAgain) {
-  SetTraceViewerSearch(FindDbusTraceViewer);
-  for (int i = 0; i < 1000; ++i) Trace("Wave_Pic_MouseDown:", i);
-  EXPECT_FALSE(TraceViewerPresent());
-  // A viewer started after the search is never looked for, and receives nothing.
-  RunningProgram viewer(ViewerProgram(), {});
-  ASSERT_TRUE(viewer.AwaitError(kListening));
-  Trace("FileWriteWavePart: Enter");
-  EXPECT_FALSE(TraceViewerPresent());
-  EXPECT_EQ(TraceViewerSearchCount(), 1);
-  EXPECT_EQ(viewer.Wait(true).out, "");
-}
-
 TEST_F(DbusTraceChannel, OwnerExposingValueTwoIsNotAViewer) {
   RunningProgram viewer(ViewerProgram(), {"--value", "2"});
   ASSERT_TRUE(viewer.AwaitError(kListening));
