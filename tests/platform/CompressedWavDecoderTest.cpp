@@ -120,9 +120,6 @@ TEST_F(CompressedWavDecoderTest, EveryFormatFollowsTheSourceInEveryChannelForThe
       }
       EXPECT_GE(best, c.minimumSnrDb) << "channel " << channel;
     }
-    if (c.channels == 2 && c.encoderDelay == 0) {  // the channels are not swapped
-      EXPECT_LT(SignalToNoiseDb(Channel(signal, 2, 1), Channel(out, 2, 0)), 3);
-    }
   }
 }
 
