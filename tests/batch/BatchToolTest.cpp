@@ -275,23 +275,22 @@ TEST_F(BatchTool, ClipboardFileAndEffectCommandsRunAsTheMenusDo) {
           "select 1 1 insert-file 3 " +
           clip + " samples 1 8");
   EXPECT_EQ(run.exitStatus, 0);
-  const auto both = [](const std::vector<std::vector<int16_t>>& left,
-                       const std::vector<std::vector<int16_t>>& right) {
-    return SamplesLine(Joined(left), Joined(right));
+  // The mono first slide is heard alike on both sides.
+  const auto mono = [](const std::vector<std::vector<int16_t>>& parts) {
+    return SamplesLine(Joined(parts), Joined(parts));
   };
+  const auto pasted =
+      Joined({Stretch(one, 999, 999), Stretch(one, 1, 10), Stretch(one, 1000, 1000)});
   EXPECT_EQ(run.out,
-            both({Stretch(one, 999, 999), Stretch(one, 1, 10), Stretch(one, 1000, 1000),
-                  Stretch(twoLeft, 1, 2)},
-                 {Stretch(one, 999, 999), Stretch(one, 1, 10), Stretch(one, 1000, 1000),
-                  Stretch(twoRight, 1, 2)}) +
+            SamplesLine(Joined({pasted, Stretch(twoLeft, 1, 2)}),
+                        Joined({pasted, Stretch(twoRight, 1, 2)})) +
                 Info(4015, true, "Undo [Paste]", {1, 1011, 1811, 4016}, {111, 552, 1452}) +
-                both({Stretch(one, 4, 7), Stretch(one, 1, 3), Stretch(one, 8, 8)},
-                     {Stretch(one, 4, 7), Stretch(one, 1, 3), Stretch(one, 8, 8)}) +
+                mono({Stretch(one, 4, 7), Stretch(one, 1, 3), Stretch(one, 8, 8)}) +
                 // The second slide's peaks of 5000 and -5000 reach full scale; 1.5 and 10.5 round
                 // to even.
                 SamplesLine({32767}, {-32767}) +
                 Info(4005, true, "Undo [Maximize]", {1, 1001, 1801, 4006}, {111, 552, 1442}) +
-                both({{2, 6}, Ramp(6, 100)}, {{2, 6}, Ramp(6, 100)}));
+                mono({{2, 6}, Ramp(6, 100)}));
   // The refused window is told as the dialog tells it, and changes nothing.
   EXPECT_EQ(run.err, Message("Invalid sampling duration\\r\\nEntered sampling duration is "
                              "20\\r\\n(0.1 to 10.0 is allowed)",
@@ -445,8 +444,8 @@ TEST_F(BatchTool, LoudnessAgreesWithFfmpegAndLevelBringsEverySlideToTheTargetAsO
 
 TEST_F(BatchTool, StandardErrorCarriesNoEncoderOutput) {
   // lame without --quiet talks on its standard error when it decodes and encodes.
-  const std::string wave = folder.File("tone.wav");
-  WritePcm16Wav(wave, TestSignal(1, 11025, 5000), 1, 11025);
+  const std::string wave =
+      folder.Write("tone.wav", PcmWave(1, 11025, 16, TestSignal(1, 11025, 5000)));
   const std::string mp3 = folder.File("tone.mp3");
   const ProgramRun encoded = RunProgram("lame", {"-b", "64", wave, mp3});
   ASSERT_EQ(encoded.exitStatus, 0);
