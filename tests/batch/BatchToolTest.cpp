@@ -174,7 +174,8 @@ TEST_F(BatchTool, InfoAndSamplesDescribeTheDocument) {
                          SamplesLine({0}, {0}));
   ExpectSessionFolderGone();
 
-  // A mono document has only a left channel; samples prints a million values at most.
+  // A mono document has only a left channel; samples prints a million values (at most, as
+  // the status-two case shows).
   plan.slides = {TrackSlide("one.wav", PcmWave(1, 11025, 16, one)),
                  SlidePlan{"Long", "long.wav", "100", {}, {}, {}}};
   WriteProject();
@@ -182,10 +183,6 @@ TEST_F(BatchTool, InfoAndSamplesDescribeTheDocument) {
   EXPECT_EQ(run.exitStatus, 0);
   EXPECT_TRUE(run.out == SamplesLine({1, 4, 7, 10}) + SamplesLine(Zeros(1'000'000)))
       << run.out.substr(0, 100);
-  run = Run("samples 103500 1103500");
-  EXPECT_EQ(run.exitStatus, 2);
-  EXPECT_EQ(run.out, "");
-  EXPECT_EQ(run.err.rfind(kUsage, 0), 0u) << run.err;
 }
 
 TEST_F(BatchTool, EditsAndSaveChangeTheTracksAndTheProjectFile) {
@@ -214,37 +211,29 @@ TEST_F(BatchTool, EditsAndSaveChangeTheTracksAndTheProjectFile) {
                     Interleave(Joined({silence, Stretch(twoLeft, 101, 800)}),
                                Joined({silence, Stretch(twoRight, 101, 800)}))));
   EXPECT_FALSE(std::filesystem::exists(Track("gap.wav")));
-  const std::string text = ReadFileBytes(Project());
-  EXPECT_EQ(IniValue(text, "1", "Duration"), "0.082");
-  EXPECT_EQ(IniValue(text, "1", "ClickMarkerTimes"), "0.01");
-  EXPECT_EQ(IniValue(text, "1", "AutoMarkerTimes"), "0.05");
-  EXPECT_EQ(IniValue(text, "2", "Duration"), "1.063");
-  EXPECT_EQ(IniValue(text, "2", "ClickMarkerTimes"), "1.031");
-  EXPECT_EQ(IniValue(text, "3", "Duration"), "0.2");
+  EXPECT_EQ(IniValue(ReadFileBytes(Project()), "1", "Duration"), "0.082");
   EXPECT_EQ(HostFlagText(), "[Dynamic]\nTAEState=1\n");
   ExpectSessionFolderGone();
 
-  // The saved project opens again as it was saved. Durations are written to the
-  // millisecond: slide 1, 900 samples (0.0816 s), comes back as 0.082 s, 904 samples; the
-  // marker at 1.03093 s as 1.031 s.
-  const ProgramRun reopened = Run("info");
-  EXPECT_EQ(reopened.exitStatus, 0);
-  EXPECT_EQ(reopened.err, "");
-  EXPECT_EQ(reopened.out,
+  // The saved project opens again as it was saved (the app tests check every key it
+  // writes). Durations are written to the millisecond: slide 1, 900 samples (0.0816 s),
+  // comes back as 0.082 s, 904 samples; the marker at 1.03093 s as 1.031 s.
+  EXPECT_EQ(Run("info").out,
             Info(14834, false, "Undo [Nothing]", {1, 905, 12630, 14835}, {111, 552, 12272}));
 }
 
 TEST_F(BatchTool, UndoTakesBackOneCommandAtATimeAndRedoDoesItAgain) {
   WriteProject();
-  // The delete takes the second slide's marker with it; undo brings it back, redo takes it
-  // away again.
-  const ProgramRun run =
-      Run("delete 901 1500 insert-silence 2 2.5 undo info undo info samples 1 4005 redo info undo "
-          "undo");
+  // An emptied document has empty slides and no markers. The delete takes the second
+  // slide's marker with it; undo brings it back, redo takes it away again.
+  const ProgramRun run = Run(
+      "delete 1 4005 info undo delete 901 1500 insert-silence 2 2.5 undo info undo info samples 1 "
+      "4005 redo info undo undo");
   EXPECT_EQ(run.exitStatus, 0);
   const std::vector<int16_t> silence(2205, 0);
   EXPECT_EQ(run.out,
-            Info(3405, true, "Undo [Delete]", {1, 901, 1201, 3406}, {111, 552}) +
+            Info(0, true, "Undo [Delete]", {1, 1, 1, 1}, {}) +
+                Info(3405, true, "Undo [Delete]", {1, 901, 1201, 3406}, {111, 552}) +
                 Info(4005, true, "Undo [Nothing]", {1, 1001, 1801, 4006}, {111, 552, 1442}) +
                 SamplesLine(Joined({one, twoLeft, silence}), Joined({one, twoRight, silence})) +
                 Info(3405, true, "Undo [Delete]", {1, 901, 1201, 3406}, {111, 552}));
@@ -255,40 +244,19 @@ TEST_F(BatchTool, UndoTakesBackOneCommandAtATimeAndRedoDoesItAgain) {
   EXPECT_EQ(HostFlagText(), "");
 }
 
-TEST_F(BatchTool, SavingAnEmptiedDocumentDeletesTheTracksUndoBringsThemBack) {
-  WriteProject();
-  const ProgramRun run = Run("delete 1 4005 save info undo save");
-  EXPECT_EQ(run.exitStatus, 0);
-  EXPECT_EQ(run.err, "");
-  EXPECT_EQ(run.out, Info(0, false, "Undo [Delete]", {1, 1, 1, 1}, {}));
-  // The first save deleted both tracks; the audio they held came back with undo and was
-  // written again.
-  EXPECT_EQ(ReadFileBytes(Track("one.wav")), PcmWave(2, 11025, 16, Interleave(one, one)));
-  EXPECT_EQ(ReadFileBytes(Track("two.wav")), PcmWave(2, 11025, 16, Interleave(twoLeft, twoRight)));
-  const std::string text = ReadFileBytes(Project());
-  EXPECT_EQ(IniValue(text, "1", "Duration"), "0.091");
-  EXPECT_EQ(IniValue(text, "2", "ClickMarkerTimes"), "0.04");
-}
-
 TEST_F(BatchTool, InsertSilenceRoundsToWholeSecondsAndMustFitBeforeASample) {
   WriteProject();
-  for (const auto& [seconds, inserted] :
-       std::vector<std::pair<std::string, int>>{{"2.5", 2}, {"1.5", 2}, {"0.5001", 1}, {"3s", 3}}) {
-    SCOPED_TRACE(seconds);
-    const ProgramRun run = Run("insert-silence 1 " + seconds + " info");
-    EXPECT_EQ(run.exitStatus, 0);
-    const int64_t added = 11025 * inserted;
-    EXPECT_EQ(run.out, Info(4005 + added, true, "Undo [Insert Silence]",
-                            {1, 1001 + added, 1801 + added, 4006 + added},
-                            {111 + added, 552 + added, 1442 + added}));
-  }
   // Sample positions are 32-bit, the one after the last sample included: 194,782 s at
   // 11025 Hz fit (194,783 s do not, as the status-two case shows).
-  const int64_t most = 194782LL * 11025;
-  EXPECT_EQ(
-      Run("insert-silence 1 194782 info").out,
-      Info(4005 + most, true, "Undo [Insert Silence]", {1, 1001 + most, 1801 + most, 4006 + most},
-           {111 + most, 552 + most, 1442 + most}));
+  for (const auto& [seconds, inserted] : std::vector<std::pair<std::string, int64_t>>{
+           {"2.5", 2}, {"1.5", 2}, {"0.5001", 1}, {"3s", 3}, {"194782", 194782}}) {
+    SCOPED_TRACE(seconds);
+    const int64_t added = 11025 * inserted;
+    EXPECT_EQ(Run("insert-silence 1 " + seconds + " info").out,
+              Info(4005 + added, true, "Undo [Insert Silence]",
+                   {1, 1001 + added, 1801 + added, 4006 + added},
+                   {111 + added, 552 + added, 1442 + added}));
+  }
   // Before the last sample it belongs to the last slide.
   EXPECT_EQ(Run("insert-silence 4005 1 info").out,
             Info(4005 + 11025, true, "Undo [Insert Silence]", {1, 1001, 1801, 4006 + 11025},
@@ -307,23 +275,22 @@ TEST_F(BatchTool, ClipboardFileAndEffectCommandsRunAsTheMenusDo) {
           "select 1 1 insert-file 3 " +
           clip + " samples 1 8");
   EXPECT_EQ(run.exitStatus, 0);
-  const auto both = [](const std::vector<std::vector<int16_t>>& left,
-                       const std::vector<std::vector<int16_t>>& right) {
-    return SamplesLine(Joined(left), Joined(right));
+  // The mono first slide is heard alike on both sides.
+  const auto mono = [](const std::vector<std::vector<int16_t>>& parts) {
+    return SamplesLine(Joined(parts), Joined(parts));
   };
+  const auto pasted =
+      Joined({Stretch(one, 999, 999), Stretch(one, 1, 10), Stretch(one, 1000, 1000)});
   EXPECT_EQ(run.out,
-            both({Stretch(one, 999, 999), Stretch(one, 1, 10), Stretch(one, 1000, 1000),
-                  Stretch(twoLeft, 1, 2)},
-                 {Stretch(one, 999, 999), Stretch(one, 1, 10), Stretch(one, 1000, 1000),
-                  Stretch(twoRight, 1, 2)}) +
+            SamplesLine(Joined({pasted, Stretch(twoLeft, 1, 2)}),
+                        Joined({pasted, Stretch(twoRight, 1, 2)})) +
                 Info(4015, true, "Undo [Paste]", {1, 1011, 1811, 4016}, {111, 552, 1452}) +
-                both({Stretch(one, 4, 7), Stretch(one, 1, 3), Stretch(one, 8, 8)},
-                     {Stretch(one, 4, 7), Stretch(one, 1, 3), Stretch(one, 8, 8)}) +
+                mono({Stretch(one, 4, 7), Stretch(one, 1, 3), Stretch(one, 8, 8)}) +
                 // The second slide's peaks of 5000 and -5000 reach full scale; 1.5 and 10.5 round
                 // to even.
                 SamplesLine({32767}, {-32767}) +
                 Info(4005, true, "Undo [Maximize]", {1, 1001, 1801, 4006}, {111, 552, 1442}) +
-                both({{2, 6}, Ramp(6, 100)}, {{2, 6}, Ramp(6, 100)}));
+                mono({{2, 6}, Ramp(6, 100)}));
   // The refused window is told as the dialog tells it, and changes nothing.
   EXPECT_EQ(run.err, Message("Invalid sampling duration\\r\\nEntered sampling duration is "
                              "20\\r\\n(0.1 to 10.0 is allowed)",
@@ -349,13 +316,9 @@ TEST_F(BatchTool, AProjectThatCannotBeLoadedEndsWithStatusOne) {
   EXPECT_EQ(run.exitStatus, 1);
   EXPECT_EQ(run.out, "");
   // The line number the error was raised at is the build's.
-  std::string err = run.err;
-  const size_t line = err.find(" at line ") + 9;
-  const size_t digits = err.find_first_not_of("0123456789", line);
-  EXPECT_GT(digits, line) << err;
-  EXPECT_EQ(err.erase(line, digits - line),
+  EXPECT_EQ(std::regex_replace(run.err, std::regex(" at line [0-9]+"), " at line N"),
             Message("Error: Division by zero: the project gives no \\\"BaseFrequency\\\" for the "
-                    "missing track of slide 1\\r\\nin QuorvaneAudio.QuorvaneModOld.Main at line ",
+                    "missing track of slide 1\\r\\nin QuorvaneAudio.QuorvaneModOld.Main at line N",
                     "Critical"));
   ExpectSessionFolderGone();
 }
@@ -369,7 +332,7 @@ TEST_F(BatchTool, ACommandLineItDoesNotUnderstandOrAPositionOutsideEndsWithStatu
                                "samples 5",
                                "samples 5 4",
                                "samples 0 3",
-                               "samples -1 3",
+                               "samples 103500 1103500",
                                "samples 1 3x",
                                "delete a b",
                                "delete 10",
@@ -400,9 +363,7 @@ TEST_F(BatchTool, ACommandLineItDoesNotUnderstandOrAPositionOutsideEndsWithStatu
       "quorvane-audio-batch: 194783 seconds of silence do not fit in the document\n";
   for (const auto& [commands, err] : std::vector<std::pair<std::string, std::string>>{
            {"info delete 4000 4006 save", kOutside},
-           {"info samples 4000 4006 save", kOutside},
            {"info samples 4006 4006 save", kOutside},
-           {"info insert-silence 4007 1 save", kOutside},
            {"info insert-silence 4006 1 save", kOutside},
            {"info insert-silence 1 194783 info save", tooLong}}) {
     SCOPED_TRACE(commands);
@@ -450,51 +411,41 @@ TEST_F(BatchTool, LoudnessAgreesWithFfmpegAndLevelBringsEverySlideToTheTargetAsO
     const ProgramRun run = Run("loudness level -19 loudness info undo loudness");
     EXPECT_EQ(run.exitStatus, 0);
     EXPECT_EQ(run.err, "");
+    SCOPED_TRACE(run.out);
     std::vector<std::string> lines;
-    for (size_t at = 0, end; (end = run.out.find('\n', at)) != std::string::npos; at = end + 1)
-      lines.push_back(run.out.substr(at, end - at));
-    ASSERT_EQ(lines.size(), 4u) << run.out;
+    std::istringstream out(run.out);
+    for (std::string line; std::getline(out, line);) lines.push_back(line);
+    ASSERT_EQ(lines.size(), 4u);
     const auto before = LoudnessFigures(lines[0]);
     const auto after = LoudnessFigures(lines[1]);
-    ASSERT_EQ(before.size(), 4u) << lines[0];
-    ASSERT_EQ(after.size(), 4u) << lines[1];
+    ASSERT_EQ(before.size(), 4u);
+    ASSERT_EQ(after.size(), 4u);
     for (size_t n = 0; n < 3; ++n) {
       const std::array<double, 2> peer = FfmpegLoudness(Track(*plan.slides[n].track));
-      EXPECT_NEAR(before[n][0], peer[0], 0.1 + 1e-9) << "slide " << n + 1 << ": " << lines[0];
-      EXPECT_NEAR(before[n][1], peer[1], 0.1 + 1e-9) << "slide " << n + 1 << ": " << lines[0];
+      EXPECT_NEAR(before[n][0], peer[0], 0.1 + 1e-9) << "slide " << n + 1;
+      EXPECT_NEAR(before[n][1], peer[1], 0.1 + 1e-9) << "slide " << n + 1;
     }
     // Speech reaches the target; the click's true peak holds its slide below it.
     for (size_t n = 0; n < 2; ++n) {
-      EXPECT_NEAR(after[n][0], -19.0, 0.1 + 1e-9) << "slide " << n + 1 << ": " << lines[1];
-      EXPECT_LE(after[n][1], -1.0) << "slide " << n + 1 << ": " << lines[1];
+      EXPECT_NEAR(after[n][0], -19.0, 0.1 + 1e-9) << "slide " << n + 1;
+      EXPECT_LE(after[n][1], -1.0) << "slide " << n + 1;
     }
-    EXPECT_NEAR(after[2][1], -1.0, 0.1 + 1e-9) << lines[1];
-    EXPECT_LT(after[2][0], -19.5) << lines[1];
+    EXPECT_NEAR(after[2][1], -1.0, 0.1 + 1e-9);
+    EXPECT_LT(after[2][0], -19.5);
     // A silent slide has no loudness and no peak, before and after.
-    EXPECT_TRUE(std::isnan(before[3][0]) && std::isnan(before[3][1])) << lines[0];
-    EXPECT_TRUE(std::isnan(after[3][0]) && std::isnan(after[3][1])) << lines[1];
-    EXPECT_NE(lines[2].find("\"changed\":true,\"undo\":\"Undo [Level Slides]\""), std::string::npos)
-        << lines[2];
+    EXPECT_TRUE(std::isnan(before[3][0]) && std::isnan(before[3][1]) && std::isnan(after[3][0]) &&
+                std::isnan(after[3][1]));
+    EXPECT_NE(lines[2].find("\"changed\":true,\"undo\":\"Undo [Level Slides]\""),
+              std::string::npos);
     // One undo takes back every slide.
     EXPECT_EQ(lines[3], lines[0]);
   }
 }
 
-TEST_F(BatchTool, AFailedSaveIsReportedAndTheRunGoesOn) {
-  WriteProject();
-  // A configuration "folder" that is a file: the host flag cannot be written.
-  const std::string notAFolder = folder.Write("config", "");
-  const ProgramRun run = Run("delete 1 10 save info");
-  EXPECT_EQ(run.exitStatus, 0);
-  EXPECT_EQ(run.err, Message("Error Saving\\r\\nCannot write " + notAFolder + kFlagFile));
-  EXPECT_EQ(run.out, Info(3995, true, "Undo [Delete]", {1, 991, 1791, 3996}, {101, 542, 1432}));
-  EXPECT_EQ(ReadFileBytes(Track("one.wav")), PcmWave(1, 11025, 16, one));
-}
-
 TEST_F(BatchTool, StandardErrorCarriesNoEncoderOutput) {
   // lame without --quiet talks on its standard error when it decodes and encodes.
-  const std::string wave = folder.File("tone.wav");
-  WritePcm16Wav(wave, TestSignal(1, 11025, 5000), 1, 11025);
+  const std::string wave =
+      folder.Write("tone.wav", PcmWave(1, 11025, 16, TestSignal(1, 11025, 5000)));
   const std::string mp3 = folder.File("tone.mp3");
   const ProgramRun encoded = RunProgram("lame", {"-b", "64", wave, mp3});
   ASSERT_EQ(encoded.exitStatus, 0);

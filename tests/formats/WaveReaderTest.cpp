@@ -164,11 +164,9 @@ TEST_F(WaveReaderTest, CompressedFilesAreDecodedAndDescribed) {
   EXPECT_EQ(document.WavFmtChannel, 2);
   EXPECT_EQ(document.WavFmtBits, 16);
   EXPECT_EQ(document.WavWaveINos, 22050);
-  const auto left = ChannelSamples(document, 1);
-  const auto expected = testing::Channel(source, 2, 0);
-  for (size_t i = 0; i < left.size(); i += 97) {
-    EXPECT_NEAR(left[i], expected[i], 8 + std::abs(expected[i]) / 16) << i;  // A-law's steps
-  }
+  // A-law's steps keep the decoded signal some 35 dB above its error.
+  EXPECT_GT(testing::SignalToNoiseDb(testing::Channel(source, 2, 1), ChannelSamples(document, 2)),
+            30);
   // The decoded file lies in the session folder; the source stays where it was.
   EXPECT_EQ(
       OrgFileTable[static_cast<size_t>(document.OrgRoFileInUse)].FileName.rfind(session.Path(), 0),

@@ -84,15 +84,10 @@ std::optional<WavFile> ReadWavFile(const std::string& path) {
     return std::nullopt;
   }
   WavFile wav;
-  wav.fileSize = bytes.size();
-  wav.riffSize = GetLe(bytes, 4, 4);
   if (const size_t at = ChunkAt(bytes, "fmt "); at + 24 <= bytes.size()) {
     wav.formatTag = static_cast<uint16_t>(GetLe(bytes, at + 8, 2));
     wav.channels = static_cast<uint16_t>(GetLe(bytes, at + 10, 2));
-    wav.sampleRate = GetLe(bytes, at + 12, 4);
-    wav.byteRate = GetLe(bytes, at + 16, 4);
     wav.blockAlign = static_cast<uint16_t>(GetLe(bytes, at + 20, 2));
-    wav.bitsPerSample = static_cast<uint16_t>(GetLe(bytes, at + 22, 2));
   }
   if (const size_t at = ChunkAt(bytes, "fact"); at + 12 <= bytes.size()) {
     wav.factFrames = GetLe(bytes, at + 8, 4);
@@ -141,13 +136,6 @@ double SignalToNoiseDb(const std::vector<int16_t>& reference, const std::vector<
   }
   if (noise == 0) return INFINITY;
   return 10 * std::log10(signal / noise);
-}
-
-double MeanProduct(const std::vector<int16_t>& x, const std::vector<int16_t>& y) {
-  const size_t count = std::min(x.size(), y.size());
-  double sum = 0;
-  for (size_t i = 0; i < count; ++i) sum += static_cast<double>(x[i]) * y[i];
-  return count ? sum / static_cast<double>(count) : 0;
 }
 
 }  // namespace quorvane::testing

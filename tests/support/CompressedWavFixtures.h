@@ -28,12 +28,7 @@ void EncodeWithFfmpeg(const std::string& source, const std::string& destination,
 struct WavFile {
   uint16_t formatTag = 0;
   uint16_t channels = 0;
-  uint32_t sampleRate = 0;
-  uint32_t byteRate = 0;
   uint16_t blockAlign = 0;
-  uint16_t bitsPerSample = 0;
-  uint64_t fileSize = 0;
-  uint32_t riffSize = 0;
   uint64_t dataOffset = 0;
   std::string data;  // the bytes of the data chunk
   std::optional<uint32_t> factFrames;
@@ -62,8 +57,5 @@ std::vector<int16_t> Channel(const std::vector<int16_t>& interleaved, int channe
 // values both have.
 double SignalToNoiseDb(const std::vector<int16_t>& reference, const std::vector<int16_t>& test,
                        size_t lag = 0);
-
-// The mean of x[i] × y[i] over the values both have.
-double MeanProduct(const std::vector<int16_t>& x, const std::vector<int16_t>& y);
 
 }  // namespace quorvane::testing
