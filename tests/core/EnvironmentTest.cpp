@@ -116,19 +116,6 @@ TEST_F(EnvironmentTest, TemporaryNamesSkipExistingFilesAndGoWithTheSessionFolder
   EXPECT_FALSE(fs::exists(Env().SessionFolder + "/tm1.tmp"));
 }
 
-TEST_F(EnvironmentTest, FileHelpersSeeOnlyFiles) {
-  const std::string file = root.Write("a.wav", "x");
-  EXPECT_TRUE(FileExists(file));
-  for (const std::string& none : {root.File("tmp"), std::string("   "), root.File("b.wav")}) {
-    EXPECT_FALSE(FileExists(none)) << none;
-  }
-  EXPECT_TRUE(DeleteFileIfExists(file));
-  EXPECT_FALSE(FileExists(file));
-  EXPECT_TRUE(DeleteFileIfExists(file));
-  EXPECT_TRUE(DeleteFileIfExists(""));
-  EXPECT_TRUE(FolderExists(root.File("tmp") + "/"));
-}
-
 TEST_F(EnvironmentTest, FreeDiskCheckReportsLowSpace) {
   RecordingInteraction recorder;
   Env().TempRoot = root.File("tmp");

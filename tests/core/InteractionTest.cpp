@@ -6,7 +6,6 @@
 
 #include "core/BatchInteraction.h"
 #include "core/JsonText.h"
-#include "tests/support/RecordingInteraction.h"
 
 namespace quorvane {
 namespace {
@@ -47,23 +46,6 @@ TEST(JsonString, EscapesControlCharactersAndReplacesBrokenUtf8) {
   EXPECT_EQ(JsonString("bad\xE9!"), "\"bad\xEF\xBF\xBD!\"");
   EXPECT_EQ(JsonString("\xF0\x9F\x8E\xB5"), "\"\xF0\x9F\x8E\xB5\"");
   EXPECT_EQ(JsonString("\xED\xA0\x80"), "\"\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD\"");  // surrogate
-}
-
-TEST(UserInterface, IsTheInstalledInteractionWhileItLives) {
-  {
-    testing::RecordingInteraction recorder;
-    recorder.Answer(MessageAnswer::Retry);
-    EXPECT_EQ(&UserInterface(), &recorder);
-    EXPECT_EQ(
-        UserInterface().MsgBox({"x", kAppTitle, MessageIcon::None, MessageButtons::RetryCancel, 2}),
-        MessageAnswer::Retry);
-    {
-      BusyPointer busy;
-      EXPECT_EQ(recorder.busyDepth, 1);
-    }
-    EXPECT_EQ(recorder.busyDepth, 0);
-  }
-  EXPECT_NE(dynamic_cast<BatchInteraction*>(&UserInterface()), nullptr);
 }
 
 }  // namespace

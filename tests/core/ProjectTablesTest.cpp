@@ -4,27 +4,11 @@
 
 #include <tuple>
 
-#include "core/HostFlag.h"
 #include "core/ProjectIni.h"
 #include "tests/support/TempFolder.h"
 
 namespace quorvane::testing {
 namespace {
-
-TEST(ProjectTables, DefaultsBeforeReadingHoldOneSlideNamedNew) {
-  SetProjectDefaults("/opt/quorvane");
-  const ProjectData& project = Project();
-  EXPECT_EQ(project.SlideCount, 1);
-  EXPECT_EQ(project.SlideEntryCount, 2);
-  ASSERT_EQ(project.Slides.size(), 3u);
-  EXPECT_EQ(project.Slides[1].Title, "New");
-  EXPECT_EQ(project.Slides[1].Track, "New");
-  EXPECT_EQ(project.MarkerCount, 0);
-  EXPECT_EQ(project.PresentationName, "New Presentation");
-  EXPECT_EQ(project.TargetFolder, "/opt/quorvane/");
-  EXPECT_EQ(project.BaseFrequency, 0);
-  EXPECT_FALSE(project.LamePath.empty());
-}
 
 TEST(ProjectTables, SortingKeepsMarkersAtEqualPositionsInTheirOrder) {
   SetProjectDefaults("/");
@@ -50,21 +34,6 @@ TEST(ProjectTables, SortingKeepsMarkersAtEqualPositionsInTheirOrder) {
   EXPECT_EQ(Project().MarkerCount, 4);
 }
 
-TEST(ProjectTables, SlideEndPositionIsTheNextEntrysStart) {
-  SetProjectDefaults("/");
-  ProjectData& project = Project();
-  project.SlideCount = 2;
-  project.SlideEntryCount = 3;
-  project.Slides.resize(4);
-  project.Slides[1].Start = 1;
-  project.Slides[2].Start = 1001;
-  project.Slides[3].Start = 2501;
-  for (const auto& [slide, end] : {std::pair{1, 1001}, std::pair{2, 2501}, std::pair{3, 2501},
-                                   std::pair{0, 0}, std::pair{4, 0}}) {
-    EXPECT_EQ(SlideEndPosition(slide, 2500), end) << slide;
-  }
-}
-
 TEST(ProjectIni, LongValuesAreReadWholeUpTo1999Characters) {
   TempFolder folder;
   const std::string file = folder.File("project.ini");
@@ -77,15 +46,6 @@ TEST(ProjectIni, LongValuesAreReadWholeUpTo1999Characters) {
   EXPECT_EQ(ProjectIniGet("9", "SlideTrack", "Track9.mp3", file), "Track9.mp3");
   ProjectIniPut("", "Loose", "v", file);
   EXPECT_EQ(ProjectIniGet("General", "Loose", "", file), "v");
-}
-
-// Where a save writes the flag and what the file then holds, the project session tests check.
-TEST(HostFlag, ReadsBackWhatWasWrittenAndNothingBefore) {
-  TempFolder folder;
-  const ScopedVariable configHome("XDG_CONFIG_HOME", folder.Path());
-  EXPECT_EQ(GetHostFlag(), "");
-  EXPECT_TRUE(SetHostFlag("1"));
-  EXPECT_EQ(GetHostFlag(), "1");
 }
 
 }  // namespace

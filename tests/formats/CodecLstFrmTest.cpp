@@ -5,8 +5,6 @@
 #include <array>
 #include <string>
 
-#include "tests/support/TempFolder.h"
-
 namespace quorvane {
 namespace {
 
@@ -44,19 +42,6 @@ TEST(CodecLstFrm, MissingOrEmptyFieldsAreReplaced) {
   EXPECT_EQ(Lookup(form, 6), (Fields{"0006", "Unknown", "Unknown", "Unknown"}));
   EXPECT_EQ(Lookup(form, 7), (Fields{"????", "Unknown", "Unknown", "Unknown"}));
   EXPECT_EQ(Lookup(form, 8), (Fields{"0008", "Unknown", "Unknown", "Eight"}));
-}
-
-TEST(CodecLstFrm, TheCompiledInTableIsTheTreesFileWithCrLfLines) {
-  std::string expected;
-  for (const char c : testing::ReadFileBytes(QUORVANE_CODEC_TABLE_FILE)) {
-    if (c == '\n') expected += '\r';
-    expected += c;
-  }
-  ASSERT_GT(expected.size(), 1000U);
-  expected.erase(expected.size() - 2);  // no line break after the last row
-  const CodecLstFrm form;
-  EXPECT_EQ(form.CodecTxt, expected);
-  EXPECT_EQ(form.CodecTxt.substr(0, 9), "[Codec]\r\n");
 }
 
 }  // namespace

@@ -111,24 +111,5 @@ TEST_F(OpenSaveAcmClassTest, ProgressGoesFromTheBaseThroughTheShareUntilDoneOrAN
   EXPECT_EQ(acm.GetLastError(), "Codec missing");
 }
 
-// The system library decoding real files through this class is what the WAV reader's
-// compressed-file test runs.
-TEST_F(OpenSaveAcmClassTest, TheProgramWaits100MsThenPollsEvery250MsWhichOnlyAHarnessChanges) {
-  const auto start = std::chrono::steady_clock::now();
-  EXPECT_TRUE(OpenSaveAcmClass(library).AcmDecodeFile("in.wav", "out.wav", 0.8F));
-  EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(350));
-  EXPECT_EQ(OpenSaveAcmClass().Timing().firstWait, std::chrono::milliseconds(100));
-  EXPECT_EQ(OpenSaveAcmClass().Timing().pollInterval, std::chrono::milliseconds(250));
-  SetProgramAcmPollTiming({std::chrono::milliseconds(1), std::chrono::milliseconds(2)});
-  const OpenSaveAcmClass shortened;
-  const OpenSaveAcmClass withLibrary(library);
-  SetProgramAcmPollTiming({});
-  EXPECT_EQ(shortened.Timing().firstWait, std::chrono::milliseconds(1));
-  EXPECT_EQ(shortened.Timing().pollInterval, std::chrono::milliseconds(2));
-  // An object given its library keeps its own timing.
-  EXPECT_EQ(withLibrary.Timing().pollInterval, std::chrono::milliseconds(250));
-  EXPECT_EQ(ProgramAcmPollTiming().pollInterval, std::chrono::milliseconds(250));
-}
-
 }  // namespace
 }  // namespace quorvane
