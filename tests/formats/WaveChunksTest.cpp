@@ -66,16 +66,5 @@ TEST(FindChunk, GivesWhereTheDataLiesAndHowLongOrNothingWhenTheWalkMissesIt) {
   }
 }
 
-TEST(CanonicalWaveHeader, IsTheHeaderOfAPcmFileOfThatManyFrames) {
-  for (const auto& [channels, rate, bits, frames] :
-       std::vector<std::array<int, 4>>{{2, 44100, 16, 3}, {1, 8000, 8, 7}}) {
-    SCOPED_TRACE(frames);
-    const auto header = CanonicalWaveHeader(channels, rate, bits, frames);
-    EXPECT_EQ(std::string(header.begin(), header.end()),
-              testing::PcmWave(channels, rate, bits, std::vector<int16_t>(frames * channels))
-                  .substr(0, 44));
-  }
-}
-
 }  // namespace
 }  // namespace quorvane
