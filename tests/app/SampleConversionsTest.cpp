@@ -44,16 +44,6 @@ TEST_F(SampleConversions, BitsWidenAndNarrowWithHalfToEvenRounding) {
   EXPECT_EQ(same.samples, (std::vector<int16_t>{1000, -5}));
 }
 
-TEST_F(SampleConversions, BitsReportProgressEveryTenThousandSamplesFromTheCurrentValue) {
-  ui.progress.SetCurrentProgress(0.5F);
-  ui.progress.values.clear();
-  VectorChannel channel{std::vector<int16_t>(25'000, 3)};
-  ConvertSampleBits(channel, 8, 16, 0.5F);
-  ASSERT_EQ(ui.progress.values.size(), 2u);
-  EXPECT_FLOAT_EQ(ui.progress.values[0], 0.5F + 0.5F * 10'000 / 25'000);
-  EXPECT_FLOAT_EQ(ui.progress.values[1], 0.5F + 0.5F * 20'000 / 25'000);
-}
-
 TEST_F(SampleConversions, NearestTakesEverySecondSampleAtHalfRateAndRepeatsAtDouble) {
   ResampleNearest(VectorChannel{{10, 20, 30, 40, 50, 60, 70, 80, 90, 100}}, 50.0, target, 1.0F);
   EXPECT_EQ(target.samples, (std::vector<int16_t>{20, 40, 60, 80, 100}));

@@ -35,14 +35,5 @@ TEST(CodecLstFrm, FindsTagsBySignedDecimalKeyAndKnowsWhenTheTableLacksOne) {
   EXPECT_EQ(Lookup(form, -1), unknown);
 }
 
-TEST(CodecLstFrm, MissingOrEmptyFieldsAreReplaced) {
-  CodecLstFrm form;
-  form.CodecTxt = "[Codec]\r\nTag5=|Five\r\nTag6=0006\r\nTag7\r\nTag8=0008|||Eight";
-  EXPECT_EQ(Lookup(form, 5), (Fields{"????", "Five", "Unknown", "Unknown"}));
-  EXPECT_EQ(Lookup(form, 6), (Fields{"0006", "Unknown", "Unknown", "Unknown"}));
-  EXPECT_EQ(Lookup(form, 7), (Fields{"????", "Unknown", "Unknown", "Unknown"}));
-  EXPECT_EQ(Lookup(form, 8), (Fields{"0008", "Unknown", "Unknown", "Eight"}));
-}
-
 }  // namespace
 }  // namespace quorvane

@@ -75,8 +75,6 @@ TEST_F(Document, SourceFileAudioIsReadOnlyForPlainBuffers) {
   EXPECT_EQ(BlockTable[blocks[3]].Kind, BlockOrgFile);
 }
 
-// What the player is handed the random model checks, and the playback test plays it.
-
 #if defined(QUORVANE_CHECKS) && QUORVANE_CHECKS
 using DocumentDeathTest = Document;
 TEST_F(DocumentDeathTest, PositionsOutsideTheDocumentStopCheckedBuilds) {
