@@ -633,19 +633,23 @@ TEST_F(ProjectSession, ASilentSlideLosesItsFileUndoBringsItsAudioBack) {
   plan.slides = {TrackSlide("loud.wav", PcmWave(1, 22050, 16, Ramp(1000, 1))),
                  TrackSlide("quiet.wav", PcmWave(2, 22050, 16, Zeros(4000))),
                  TrackSlide("tiny.wav", PcmWave(1, 22050, 16, tiny)),
+                 TrackSlide("emptied.wav", PcmWave(1, 22050, 16, Ramp(10, 1))),
                  SlidePlan{"Gap", "absent.wav", "1", {}, {}, {}}};
   LoadProject(plan);
   EXPECT_EQ(document.WavFmtChannel, 2);
-  // Two samples of the tiny slide are left: too short to be written.
+  // One slide loses all its audio; two samples of the tiny one are left, too few to write.
+  Select(3006, 3015);
+  EditDelete(document);
   Select(3003, 3005);
   EditDelete(document);
   ASSERT_EQ(Starts()[3], 3003);
   ProjectFileSave(document);
   EXPECT_TRUE(std::filesystem::exists(Track("loud.wav")));
-  for (const char* gone : {"quiet.wav", "tiny.wav", "absent.wav"}) {
+  for (const char* gone : {"quiet.wav", "tiny.wav", "emptied.wav", "absent.wav"}) {
     EXPECT_FALSE(std::filesystem::exists(Track(gone))) << gone;
   }
-  EXPECT_EQ(SlideValues("Duration"), (std::vector<std::string>{"0.045", "0.091", "0.0", "1.0"}));
+  EXPECT_EQ(SlideValues("Duration"),
+            (std::vector<std::string>{"0.045", "0.091", "0.0", "0.0", "1.0"}));
   // The deleted file's audio the undo history still held was kept before the file went.
   EditUndo(document);
   ProjectFileSave(document);
