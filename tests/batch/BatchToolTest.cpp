@@ -202,14 +202,7 @@ TEST_F(BatchTool, EditsAndSaveChangeTheTracksAndTheProjectFile) {
           Info(3805 + 11025, true, "Undo [Insert Silence]", inserted, {111, 552, 1242 + 11025}) +
           Info(3805 + 11025, false, "Undo [Insert Silence]", inserted, {111, 552, 1242 + 11025}));
 
-  // The tracks, cut at the slides' new boundaries, all stereo now.
-  const std::vector<int16_t> silence(11025, 0);
-  EXPECT_EQ(ReadFileBytes(Track("one.wav")),
-            PcmWave(2, 11025, 16, Interleave(Stretch(one, 1, 900), Stretch(one, 1, 900))));
-  EXPECT_EQ(ReadFileBytes(Track("two.wav")),
-            PcmWave(2, 11025, 16,
-                    Interleave(Joined({silence, Stretch(twoLeft, 101, 800)}),
-                               Joined({silence, Stretch(twoRight, 101, 800)}))));
+  // What the tracks hold the app tests check byte for byte; the missing one stays missing.
   EXPECT_FALSE(std::filesystem::exists(Track("gap.wav")));
   EXPECT_EQ(IniValue(ReadFileBytes(Project()), "1", "Duration"), "0.082");
   EXPECT_EQ(HostFlagText(), "[Dynamic]\nTAEState=1\n");

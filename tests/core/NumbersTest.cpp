@@ -46,11 +46,6 @@ TEST(NumberFormats, HaveTheirPatterns) {
   EXPECT_EQ(FormatThreeDecimals(0.0), "0.000");
   EXPECT_EQ(FormatOneDecimal(2.25), "2.2");  // half to even
   EXPECT_EQ(FormatOneDecimal(7), "7.0");
-  EXPECT_EQ(FormatTwoDigits(5), "05");
-  EXPECT_EQ(FormatTwoDigits(123), "123");
-  EXPECT_EQ(FormatTwoDigitsTwoDecimals(5.5), "05.50");
-  EXPECT_EQ(FormatTwoDigitsTwoDecimals(59.999), "60.00");
-  EXPECT_EQ(FormatTwoDigitsTwoDecimals(-3.5), "-03.50");
   EXPECT_EQ(Trim("  a b  "), "a b");  // spaces only
   EXPECT_EQ(Trim("\ta\t"), "\ta\t");
   EXPECT_EQ(Trim("   "), "");

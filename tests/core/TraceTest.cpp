@@ -31,20 +31,6 @@ class TraceTest : public ::testing::Test {
   std::vector<std::string> lines;
 };
 
-TEST_F(TraceTest, JoinsValuesAndArrayElementsWithTabsAfterTheProgramName) {
-  Collect();
-  Trace("A", 3, std::vector<std::string>{"x", "y"});
-  Trace("Main: Command line is ", std::string("\"/tmp/p.ini\""));
-  Trace(2.5, -7L, true, std::vector<int>{1, 2});
-  SetTraceProgramName("quorvane-audio-batch");
-  Trace("FileWriteWavePart: Enter");
-  EXPECT_EQ(lines,
-            (std::vector<std::string>{"quorvane-audio: A\t3\tx\ty",
-                                      "quorvane-audio: Main: Command line is \t\"/tmp/p.ini\"",
-                                      "quorvane-audio: 2.5\t-7\tTrue\t1\t2",
-                                      "quorvane-audio-batch: FileWriteWavePart: Enter"}));
-}
-
 TEST_F(TraceTest, SearchesForAViewerOnceAndSendsNothingWithoutOne) {
   int searches = 0;
   bool viewerRunning = false;

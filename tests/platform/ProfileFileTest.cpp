@@ -107,11 +107,5 @@ TEST_F(ProfileFile, WriteKeepsCrLfEndingsCreatesMissingFilesAndValuesComeBackToT
   EXPECT_FALSE(WriteProfileString(folder.File("no/such/folder.ini"), "A", "x", "1"));
 }
 
-TEST_F(ProfileFile, AFolderOfThatNameIsNoFile) {
-  std::filesystem::create_directory(folder.File("project.ini"));
-  EXPECT_EQ(Get(folder.File("project.ini"), "Project", "SlideCount"), "<default>");
-  EXPECT_FALSE(WriteProfileString(folder.File("project.ini"), "Project", "SlideCount", "2"));
-}
-
 }  // namespace
 }  // namespace quorvane::testing

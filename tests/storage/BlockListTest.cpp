@@ -273,13 +273,6 @@ TEST_F(BlockList, FaultImpossibleRequestsAreReported) {
             }));
 }
 
-TEST_F(Carrier, BlockSizeFollowsTheMemoryBudget) {
-  EXPECT_EQ(BlockCarrBuffClass::BlockSizeForBudget(67'108'864), 3'355'440);
-  EXPECT_EQ(BlockCarrBuffClass::BlockSizeForBudget(10'000'000), 524'288);
-  // 70,000,050 / 20 = 3,500,002.5: halves go to even, then down to a multiple of 4.
-  EXPECT_EQ(BlockCarrBuffClass::BlockSizeForBudget(70'000'050), 3'500'000);
-}
-
 TEST_F(Carrier, GrowingAppendsSilenceOfTheBlockSizeShrinkingCutsAndZeroIsRefused) {
   BlockCarrBuffClass carrier;
   carrier.ReDimSize(1'000'000);

@@ -168,11 +168,9 @@ TEST_F(Undo, AFormatChangeAndAMonoPasteWithItsPaddingComeBackWithTheFormatCopies
   EXPECT_EQ(Editor().CurrentFmtChannel, 2);
   EXPECT_EQ(Editor().CurrentFmtFreq, 44100);
   EXPECT_EQ(menu.formatMenuRefreshes, 1);
-  ui.progress.values.clear();
   document.Undo();
   EXPECT_EQ(document.UndoItemCount(), 0);  // the padding went with the paste
   EXPECT_TRUE(Editor().WaveChanged);
-  EXPECT_EQ(ui.progress.values, (std::vector<float>{0.0F, 0.5F, 1.0F}));
   EXPECT_FALSE(ui.progress.shown);
 }
 

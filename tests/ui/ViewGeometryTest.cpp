@@ -107,7 +107,7 @@ TEST_F(ViewGeometry, FittingKeepsTheViewInsideTheDocument) {
   EXPECT_TRUE(View().ViewAll);
 }
 
-TEST_F(ViewGeometry, SamplingStepScaleSpacingAndScrollBarFollowTheZoom) {
+TEST_F(ViewGeometry, SamplingStepAndScaleSpacingFollowTheZoom) {
   Editor().ViewStart = 2000;
   View().PixelsPerSample = 0.001;  // 1000 samples per pixel
   EXPECT_EQ(WaveStep(), 850);
@@ -118,16 +118,6 @@ TEST_F(ViewGeometry, SamplingStepScaleSpacingAndScrollBarFollowTheZoom) {
   EXPECT_FLOAT_EQ(ScaleSpacing(9.0, 650), 1.0F);
   EXPECT_FLOAT_EQ(ScaleSpacing(1e7, 650), 5400.0F);
   EXPECT_FLOAT_EQ(ScaleSpacing(0.001, 650), 0.01F);
-
-  Editor().ViewStart = 4001;
-  Editor().ViewLength = 1000;
-  const ScrollSettings bar = ScrollBarSettings(11000, 10000);
-  EXPECT_TRUE(bar.enabled);
-  EXPECT_EQ(bar.largeChange, 1000);
-  EXPECT_EQ(bar.value, 4001);
-  EXPECT_EQ(ViewStartFromScroll(5000, 10000, 11000), 5000);
-  Editor().ViewLength = 11000;
-  EXPECT_FALSE(ScrollBarSettings(11000, 10000).enabled);
 }
 
 }  // namespace

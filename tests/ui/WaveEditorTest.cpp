@@ -16,7 +16,6 @@
 #include "tests/support/ProjectBuilder.h"
 #include "tests/ui/EditorWindowFixture.h"
 #include "ui/Main.h"
-#include "ui/ProgressShowerClass.h"
 #include "ui/ViewGeometry.h"
 #include "ui/ViewState.h"
 #include "ui/WaveEditor_Frm.h"
@@ -147,23 +146,6 @@ TEST_F(WaveEditorWindow, AnUnchangedDocumentClosesWithoutAQuestion) {
   window.close();
   EXPECT_TRUE(ui.messages.empty());
   EXPECT_EQ(session->Document(), nullptr);
-}
-
-TEST_F(WaveEditorWindow, ProgressPanelShowsTheWaitTextOrTheBar) {
-  WaveEditor_Frm& window = Open();
-  ProgressShowerClass& progress = window.ProgressShower();
-  const QPixmap& bar = window.findChild<PictureBox*>("ProgBarPic")->Image();
-  progress.SetBarColor1(0x0000FF);  // red in the platform's order
-  progress.SetIsVisible(true);
-  progress.SetCurrentProgress(0.0F);
-  const QImage waiting = bar.toImage();
-  bool redSeen = false;
-  for (int x = 0; x < waiting.width(); ++x) redSeen |= waiting.pixel(x, 10) == Rgb(Qt::red);
-  EXPECT_FALSE(redSeen) << "no bar at 0, only the text";
-  progress.SetCurrentProgress(0.5F);
-  EXPECT_EQ(PixelAt(bar, bar.width() / 4, 10), Rgb(Qt::red));
-  EXPECT_EQ(PixelAt(bar, bar.width() * 3 / 4, 10), Rgb(Qt::white));
-  progress.SetIsVisible(false);
 }
 
 }  // namespace
