@@ -1,5 +1,7 @@
 #include "app/SessionLifetime.h"
 
+#include <cstdlib>
+
 #include "app/ProjectFile.h"
 #include "core/AppFolders.h"
 #include "core/ErrorReport.h"
@@ -7,6 +9,7 @@
 #include "core/Numbers.h"
 #include "core/Settings.h"
 #include "core/Trace.h"
+#include "platform/TerminationSignals.h"
 #include "storage/BlockList.h"
 #include "storage/EditorState.h"
 #include "storage/FileMemoClass.h"
@@ -60,6 +63,14 @@ std::unique_ptr<FileMemoClass> PrepareSession(
     EndSession(none);
     return nullptr;
   }
+}
+
+void EndSessionOnTerminationSignal() {
+  // The files may still be open: deleting them is enough, the process ends right after.
+  OnTerminationSignal([](int signal) {
+    RemoveSessionFolder();
+    std::_Exit(128 + signal);
+  });
 }
 
 void EndSession(std::unique_ptr<FileMemoClass>& document, const std::string& lastWaveFolder) {

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "app/SessionLifetime.h"
 #include "batch/BatchCommandLine.h"
 #include "batch/BatchRunner.h"
 #include "core/BatchInteraction.h"
@@ -14,6 +15,7 @@
 
 int main(int argc, char** argv) {
   using namespace quorvane;
+  EndSessionOnTerminationSignal();
   SetTraceProgramName(ProgramBaseName());
   SetTraceViewerSearch(FindDbusTraceViewer);
   BatchInteraction interaction(std::cerr);

@@ -5,32 +5,31 @@
 #include <cstdlib>
 #include <iostream>
 
+#include "app/SessionLifetime.h"
 #include "core/AppFolders.h"
 #include "core/Trace.h"
 #include "platform/ProgramFile.h"
 #include "platform/qt/DbusTraceViewer.h"
-#include "platform/qt/TerminationSignals.h"
 #include "storage/BlockList.h"
 #include "ui/CallerClass.h"
 #include "ui/Main.h"
 
 int main(int argc, char** argv) {
   using namespace quorvane;
+  EndSessionOnTerminationSignal();
   QApplication application(argc, argv);
   SetTraceProgramName(ProgramBaseName());
   SetTraceViewerSearch(FindDbusTraceViewer);
+  const MainOutcome outcome = Main("");
+  if (outcome != MainOutcome::Embedding) return outcome == MainOutcome::ProjectNotLoaded ? 1 : 0;
+
   // Ending at once, without further events: only the temporary files of a session that
-  // may still run are taken away first. A terminating signal ends the process so, as the
-  // shell reports a process it ended; unsaved edits go with it.
+  // may still run are taken away first.
   const auto endProcess = [](int status) {
     ReleaseAllFiles();
     RemoveSessionFolder();
     std::_Exit(status);
   };
-  OnTerminationSignal([endProcess](int signal) { endProcess(128 + signal); });
-  const MainOutcome outcome = Main("");
-  if (outcome != MainOutcome::Embedding) return outcome == MainOutcome::ProjectNotLoaded ? 1 : 0;
-
   CallerClass caller(
       [](const std::string& commandLine) {
         return Main(commandLine) != MainOutcome::ProjectNotLoaded;
