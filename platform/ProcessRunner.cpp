@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <thread>
 
 extern char** environ;
@@ -77,9 +78,17 @@ bool RunAndWaitProcess(const std::string& commandLine, const RunOptions& options
     ::posix_spawn_file_actions_addopen(&actions, stream, "/dev/null",
                                        stream == 0 ? O_RDONLY : O_WRONLY, 0);
   }
+  // Signals the front end blocks for its termination thread are not the program's to block.
+  posix_spawnattr_t attributes;
+  ::posix_spawnattr_init(&attributes);
+  sigset_t none;
+  sigemptyset(&none);
+  ::posix_spawnattr_setsigmask(&attributes, &none);
+  ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
   pid_t pid = 0;
-  const int started = ::posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ);
+  const int started = ::posix_spawn(&pid, argv[0], &actions, &attributes, argv.data(), environ);
   ::posix_spawn_file_actions_destroy(&actions);
+  ::posix_spawnattr_destroy(&attributes);
   if (started != 0) return false;
 
   const int descriptor = OpenProcessDescriptor(pid);

@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <pthread.h>
+
 #include <chrono>
+#include <csignal>
 #include <fstream>
 
 #include "tests/support/TempFolder.h"
@@ -38,6 +41,17 @@ TEST_F(ProcessRunner, RunsTheProgramWithQuotedPathsAndNoShell) {
       "\"/bin/cp\" \"" + folder.File("source file.txt") + "\" \"" + target + "\"", quick));
   // The program has ended when the call returns: its output is complete.
   EXPECT_EQ(ReadFileBytes(target), "narration");
+}
+
+TEST_F(ProcessRunner, TheProgramBlocksNoSignalTheCallerBlocks) {
+  sigset_t terminate;
+  sigemptyset(&terminate);
+  sigaddset(&terminate, SIGTERM);
+  pthread_sigmask(SIG_BLOCK, &terminate, nullptr);
+  const std::string status = folder.File("status");
+  EXPECT_TRUE(RunAndWaitProcess("/bin/cp /proc/self/status \"" + status + "\"", quick));
+  pthread_sigmask(SIG_UNBLOCK, &terminate, nullptr);
+  EXPECT_NE(ReadFileBytes(status).find("SigBlk:\t0000000000000000\n"), std::string::npos);
 }
 
 TEST_F(ProcessRunner, AProgramThatCannotStartEndsTheWaitAtOnce) {
