@@ -1,11 +1,14 @@
 #include "app/ProjectFile.h"
 
-#include <filesystem>
-#include <system_error>
+#include <optional>
+#include <unordered_map>
 #include <vector>
 
+#include "app/ProjectLock.h"
 #include "app/Session.h"
+#include "app/SlideStretch.h"
 #include "app/StagedFiles.h"
+#include "app/TrackPaths.h"
 #include "core/Environment.h"
 #include "core/ErrorReport.h"
 #include "core/FileHelpers.h"
@@ -14,6 +17,7 @@
 #include "core/Numbers.h"
 #include "core/ProjectIni.h"
 #include "core/ProjectTables.h"
+#include "platform/ProfileFile.h"
 #include "storage/BlockList.h"
 #include "storage/EditorState.h"
 #include "storage/FileMemoClass.h"
@@ -22,21 +26,14 @@ namespace quorvane {
 
 namespace {
 
-std::string Get(const std::string& section, const std::string& key,
-                const std::string& defaultValue = "") {
-  return ProjectIniGet(section, key, defaultValue, Project().ProjectPath);
-}
-
-// Into the save's copy of the project file, which replaces the project file at the end.
-void Put(const std::string& copy, const std::string& section, const std::string& key,
-         const std::string& value) {
-  if (!ProjectIniPut(section, key, value, copy)) {
-    ThrowError(kErrorPermissionDenied, "Cannot write " + Project().ProjectPath);
-  }
-}
-
 void CannotWrite(const std::string& file) {
   ThrowError(kErrorPermissionDenied, "Cannot write " + file);
+}
+
+std::string SlideList(const std::vector<int32_t>& slides) {
+  std::string list;
+  for (const int32_t n : slides) list += (list.empty() ? "" : ", ") + DecimalText(n);
+  return list;
 }
 
 // Markers of one kind from a comma-separated list of seconds from the slide's start.
@@ -65,6 +62,85 @@ void ReadMarkers(int32_t n, int32_t kind, const std::string& times, int32_t samp
   }
 }
 
+// A refusal of a value of section "Project", with the value as written and what can be used.
+bool Unsupported(const std::string& what, const std::string& key, const std::string& value,
+                 const std::string& usable) {
+  UserInterface().Message("The " + what + " in the project file is not supported (" + key + "=" +
+                          Trim(value) + "; " + usable + " can be used)");
+  return false;
+}
+
+// Every slide's title and track, each track a file of the target folder's own and no two
+// slides sharing one; false after a message otherwise, before any file is read.
+bool ReadSlideTracks(const ProfileDocument& file) {
+  ProjectData& project = Project();
+  std::unordered_map<std::string, int32_t> owners;
+  for (int32_t n = 1; n <= project.SlideCount; ++n) {
+    const std::string section = DecimalText(n);
+    SlideInfo& slide = project.Slides[static_cast<size_t>(n)];
+    const std::string title = ProjectIniGet(section, "SlideTitle", "", file);
+    slide.Title = title.empty() ? "Title" + section : title;
+    const std::string track = Trim(ProjectIniGet(section, "SlideTrack", "", file));
+    slide.Track = track.empty() ? "Track" + section + ".mp3" : track;
+    const TrackPlace place = ResolveTrack(n, project.TargetFolder, slide.Track);
+    if (!place.refusal.empty()) {
+      UserInterface().Message(place.refusal, MessageIcon::Exclamation);
+      return false;
+    }
+    const auto [owner, first] = owners.try_emplace(place.path, n);
+    if (!first) {
+      UserInterface().Message("Slides " + DecimalText(owner->second) + " and " + section +
+                                  " name the same track:" + kCrLf + place.path,
+                              MessageIcon::Exclamation);
+      return false;
+    }
+    slide.TrackPath = place.path;
+  }
+  return true;
+}
+
+// Whether slide n, whose track could not be read, is written this time: only when its
+// audio was edited and the user has the file replaced. A slide left out with edits of its
+// own is added to `left`.
+bool ReplaceUnreadableTrack(FileMemoClass& document, int32_t n, std::vector<int32_t>& left) {
+  if (SlideAudioEdited(document, n)) {
+    const MessageRequest question{"The track of slide " + DecimalText(n) +
+                                      " could not be read when the project was opened. Replace "
+                                      "it with the edited audio?",
+                                  kAppTitle, MessageIcon::Question, MessageButtons::YesNo, 2};
+    if (UserInterface().MsgBox(question) == MessageAnswer::Yes) return true;
+    left.push_back(n);
+  } else if (SlideMarkersEdited(n)) {
+    left.push_back(n);
+  }
+  return false;
+}
+
+// The durations and marker times of slide n into the project file's text.
+void PutSlideValues(FileMemoClass& document, int32_t n, ProfileDocument& file) {
+  ProjectData& project = Project();
+  const std::string section = DecimalText(n);
+  const SlideInfo& slide = project.Slides[static_cast<size_t>(n)];
+  const float rate = static_cast<float>(document.WavFmtFreq);
+  ProjectIniPut(section, "SlideTrack", slide.Track, file);
+  const float duration =
+      static_cast<float>(SlideEndPosition(n, document.WavWaveINos) - slide.Start) / rate;
+  ProjectIniPut(section, "Duration", FormatOneToThreeDecimals(duration), file);
+  std::string clicks;
+  std::string autos;
+  for (int32_t m = 1; m <= project.MarkerCount; ++m) {
+    MarkerInfo& marker = project.Markers[static_cast<size_t>(m)];
+    if (marker.Slide != n) continue;
+    if (marker.Kind != kClickMarker && marker.Kind != kAutoMarker) continue;
+    marker.Seconds = static_cast<float>(marker.Position - slide.Start) / rate;
+    std::string& list = marker.Kind == kClickMarker ? clicks : autos;
+    if (!list.empty()) list += ',';
+    list += FormatOneToThreeDecimals(marker.Seconds);
+  }
+  ProjectIniPut(section, "ClickMarkerTimes", clicks, file);
+  ProjectIniPut(section, "AutoMarkerTimes", autos, file);
+}
+
 }  // namespace
 
 bool ProjectFileLoad(std::string& path, FileMemoClass& document) {
@@ -81,102 +157,112 @@ bool ProjectFileLoad(std::string& path, FileMemoClass& document) {
     return false;
   }
   project.ProjectPath = path;
+  if (!LockProject(path)) return false;
+  // The file is read once; every value comes from this copy.
+  const std::optional<ProfileDocument> file = ProfileDocument::Read(path);
+  if (!file) {
+    UserInterface().Message(std::string("The project file cannot be read:") + kCrLf + path);
+    return false;
+  }
+  const auto get = [&file](const std::string& section, const std::string& key,
+                           const std::string& defaultValue = "") {
+    return ProjectIniGet(section, key, defaultValue, *file);
+  };
 
-  const std::string lame = Trim(Get("Project", "LamePath"));
+  const std::string lame = Trim(get("Project", "LamePath"));
   if (!lame.empty() && FileExists(lame)) project.LamePath = lame;
-  const std::string settings = Trim(Get("Project", "LameSettings"));
+  const std::string settings = Trim(get("Project", "LameSettings"));
   if (!settings.empty()) project.LameSettings = settings;
-  const std::string name = Get("Project", "PresentationName");
+  const std::string name = get("Project", "PresentationName");
   if (!name.empty()) project.PresentationName = name;
-  std::string target = Trim(Get("Project", "TargetFolder"));
+  std::string target = Trim(get("Project", "TargetFolder"));
   if (target.empty() || !FolderExists(target)) {
     UserInterface().Message("Target folder is not found");
     return false;
   }
   if (target.back() != '/') target += '/';
   project.TargetFolder = target;
-  const int32_t slideCount = RoundHalfEven(LeadingNumber(Get("Project", "SlideCount", "0")));
+  // Every slide costs a section, a table entry and a file: a count beyond any presentation
+  // would only take the memory and the time of an empty start.
+  const std::string count = get("Project", "SlideCount", "0");
+  const int32_t slideCount = RoundHalfEven(LeadingNumber(count));
+  if (slideCount > kMostSlides) {
+    return Unsupported("slide count", "SlideCount", count, "at most " + DecimalText(kMostSlides));
+  }
   if (slideCount > 0) project.SlideCount = slideCount;
-  // Every track is resampled to the project's rate: a negative one would make lengths
-  // negative, and one beyond what sound devices take would make every second of audio
-  // gigabytes.
-  const std::string rate = Get("Project", "BaseFrequency");
+  // Every track is resampled to the project's rate: a rate below what any recording has
+  // would make every track noise, a negative one lengths negative, and one beyond what
+  // sound devices take would make every second of audio gigabytes.
+  const std::string rate = get("Project", "BaseFrequency");
   project.BaseFrequency = RoundHalfEven(LeadingNumber(rate));
-  if (project.BaseFrequency < 0 || project.BaseFrequency > kHighestBaseFrequency) {
-    UserInterface().Message(
-        "The sample rate in the project file is not supported (BaseFrequency=" + Trim(rate) +
-        "; 0 to " + DecimalText(kHighestBaseFrequency) + " can be used)");
-    return false;
+  if (project.BaseFrequency != 0 && (project.BaseFrequency < kLowestBaseFrequency ||
+                                     project.BaseFrequency > kHighestBaseFrequency)) {
+    return Unsupported(
+        "sample rate", "BaseFrequency", rate,
+        "0 or " + DecimalText(kLowestBaseFrequency) + " to " + DecimalText(kHighestBaseFrequency));
   }
   // Documents hold 8 or 16 bits a sample: any other size would load but could never be
   // saved.
-  const std::string bits = Get("Project", "BaseBits");
+  const std::string bits = get("Project", "BaseBits");
   project.BaseBits = RoundHalfEven(LeadingNumber(bits));
   if (project.BaseBits != 0 && project.BaseBits != 8 && project.BaseBits != 16) {
-    UserInterface().Message("The sample size in the project file is not supported (BaseBits=" +
-                            Trim(bits) + "; 0, 8 or 16 can be used)");
-    return false;
+    return Unsupported("sample size", "BaseBits", bits, "0, 8 or 16");
   }
 
   project.SlideEntryCount = project.SlideCount + 1;
   project.Slides.resize(static_cast<size_t>(project.SlideEntryCount) + 1);
+  if (!ReadSlideTracks(*file)) return false;
   int64_t total = 0;
+  std::vector<int32_t> unreadable;
   for (int32_t n = 1; n <= project.SlideCount; ++n) {
     const std::string section = DecimalText(n);
-    SlideInfo& slide = project.Slides[static_cast<size_t>(n)];
-    const std::string title = Get(section, "SlideTitle");
-    slide.Title = title.empty() ? "Title" + section : title;
-    const std::string track = Trim(Get(section, "SlideTrack"));
-    slide.Track = track.empty() ? "Track" + section + ".mp3" : track;
-    const float duration = static_cast<float>(LeadingNumber(Get(section, "Duration", "0")));
+    const float duration = static_cast<float>(LeadingNumber(get(section, "Duration", "0")));
     LoadSlideAudio(document, n, duration, total);
+    const SlideInfo& slide = project.Slides[static_cast<size_t>(n)];
+    if (slide.TrackUnreadable) unreadable.push_back(n);
     const int32_t slideLength = static_cast<int32_t>(total + 1 - slide.Start);
-    ReadMarkers(n, kClickMarker, Get(section, "ClickMarkerTimes", "*"), document.WavFmtFreq,
+    ReadMarkers(n, kClickMarker, get(section, "ClickMarkerTimes", "*"), document.WavFmtFreq,
                 slideLength);
-    ReadMarkers(n, kAutoMarker, Get(section, "AutoMarkerTimes", "*"), document.WavFmtFreq,
+    ReadMarkers(n, kAutoMarker, get(section, "AutoMarkerTimes", "*"), document.WavFmtFreq,
                 slideLength);
   }
   project.Slides[static_cast<size_t>(project.SlideEntryCount)].Start =
       static_cast<int32_t>(total + 1);
   SortMarkers();
+  if (!unreadable.empty()) {
+    NoteUnreadableSlides(document);
+    UserInterface().Message(
+        "The tracks of these slides could not be read: " + SlideList(unreadable) + kCrLf +
+            "Saving leaves those files as they are unless you choose to "
+            "replace them with edited audio.",
+        MessageIcon::Exclamation);
+  }
   return true;
 }
 
-void ProjectFileSave(FileMemoClass& document) {
+bool ProjectFileSave(FileMemoClass& document) {
   // Every file is written beside the one it replaces and put in place only when all are
-  // written: a save that fails leaves the files, the document, its undo history and its
-  // changed flag as they were.
+  // written, the project file last: a save that fails leaves the files, the document, its
+  // undo history and its changed flag as they were, and a save cut off never leaves a
+  // project file that describes audio not on the disk.
   StagedFiles staged;
   try {
     if (!SetHostFlag("1")) CannotWrite(HostFlagFile());
     ProjectData& project = Project();
-    const std::string copy = staged.Stage(project.ProjectPath);
-    std::error_code copyError;
-    std::filesystem::copy_file(project.ProjectPath, copy, copyError);
-    if (copyError) CannotWrite(project.ProjectPath);
-    const float rate = static_cast<float>(document.WavFmtFreq);
+    std::optional<ProfileDocument> file = ProfileDocument::Read(project.ProjectPath);
+    if (!file) CannotWrite(project.ProjectPath);
+    std::vector<int32_t> leftAsTheyWere;
+    std::vector<int32_t> replaced;
     for (int32_t n = 1; n <= project.SlideCount; ++n) {
-      const std::string section = DecimalText(n);
       const SlideInfo& slide = project.Slides[static_cast<size_t>(n)];
-      Put(copy, section, "SlideTrack", slide.Track);
-      const float duration =
-          static_cast<float>(SlideEndPosition(n, document.WavWaveINos) - slide.Start) / rate;
-      Put(copy, section, "Duration", FormatOneToThreeDecimals(duration));
-      std::string clicks;
-      std::string autos;
-      for (int32_t m = 1; m <= project.MarkerCount; ++m) {
-        MarkerInfo& marker = project.Markers[static_cast<size_t>(m)];
-        if (marker.Slide != n) continue;
-        if (marker.Kind != kClickMarker && marker.Kind != kAutoMarker) continue;
-        marker.Seconds = static_cast<float>(marker.Position - slide.Start) / rate;
-        std::string& list = marker.Kind == kClickMarker ? clicks : autos;
-        if (!list.empty()) list += ',';
-        list += FormatOneToThreeDecimals(marker.Seconds);
+      if (slide.TrackUnreadable) {
+        if (!ReplaceUnreadableTrack(document, n, leftAsTheyWere)) continue;
+        replaced.push_back(n);
       }
-      Put(copy, section, "ClickMarkerTimes", clicks);
-      Put(copy, section, "AutoMarkerTimes", autos);
-      if (!SaveSlideAudio(document, n, staged)) CannotWrite(project.TargetFolder + slide.Track);
+      PutSlideValues(document, n, *file);
+      if (!SaveSlideAudio(document, n, staged)) CannotWrite(slide.TrackPath);
     }
+    staged.StageText(project.ProjectPath, file->Text());
     std::string failed;
     if (!staged.AllWritten(failed)) CannotWrite(failed);
     // Audio the document or its undo history still reads from a file being replaced (the
@@ -184,9 +270,19 @@ void ProjectFileSave(FileMemoClass& document) {
     if (!staged.Commit([](const std::string& target) { SetOriginalFileAside(target); }, failed)) {
       CannotWrite(failed);
     }
+    for (const int32_t n : replaced) project.Slides[static_cast<size_t>(n)].TrackUnreadable = false;
     Editor().WaveChanged = false;
+    if (!leftAsTheyWere.empty()) {
+      UserInterface().Message(
+          "These slides were left as they were, without their edits, because their tracks "
+          "could not be read when the project was opened: " +
+              SlideList(leftAsTheyWere),
+          MessageIcon::Exclamation);
+    }
+    return leftAsTheyWere.empty();
   } catch (const std::exception& error) {
     UserInterface().Message(std::string("Error Saving") + kCrLf + ErrorDescription(error));
+    return false;
   }
 }
 

@@ -1,10 +1,13 @@
 #include "app/Session.h"
 
 #include <algorithm>
+#include <filesystem>
+#include <system_error>
 #include <vector>
 
 #include "app/AudioFileName.h"
 #include "app/SampleConversions.h"
+#include "app/SlideStretch.h"
 #include "app/StagedFiles.h"
 #include "core/Environment.h"
 #include "core/ErrorReport.h"
@@ -84,24 +87,6 @@ void ResampleTrack(FileMemoClass& track, int32_t freq, int32_t growStep) {
     }
   }
   track.WavFmtFreq = freq;
-}
-
-// True when every sample of [first, last] is 0 in every channel, read without loading.
-bool StretchIsSilent(FileMemoClass& document, int32_t first, int32_t last) {
-  constexpr int32_t kChunk = 65536;
-  std::vector<int16_t> left;
-  std::vector<int16_t> right;
-  const int32_t channels = ChannelChoice(document);
-  for (int32_t from = first; from <= last; from += kChunk) {
-    const int32_t count = std::min(kChunk, last - from + 1);
-    document.QuickBuffGet(from, count, channels, left, right);
-    const auto loud = [](int16_t sample) { return sample != 0; };
-    if (std::any_of(left.begin() + 1, left.begin() + 1 + count, loud)) return false;
-    if (channels == 0 && std::any_of(right.begin() + 1, right.begin() + 1 + count, loud)) {
-      return false;
-    }
-  }
-  return true;
 }
 
 }  // namespace
@@ -196,10 +181,23 @@ void LoadSlideAudio(FileMemoClass& document, int32_t n, float duration, int64_t&
   SlideInfo& slide = project.Slides[static_cast<size_t>(n)];
   std::unique_ptr<FileMemoClass> track;
   bool loaded = false;
-  const std::string path = project.TargetFolder + slide.Track;
-  if (!slide.Track.empty() && FileExists(path)) {
-    LoadTrackFile(path, track, project.BaseFrequency, project.BaseBits);
-    loaded = track && track->WavWaveINos > 0;
+  // A file that is there but cannot be read, in whole or in part, is the user's audio all
+  // the same: the slide keeps it untouched (an empty or partial document stands in).
+  const std::string& path = slide.TrackPath;
+  std::error_code error;
+  slide.TrackUnreadable = false;
+  if (std::filesystem::exists(std::filesystem::symlink_status(path, error))) {
+    if (!FileExists(path)) {
+      UserInterface().Message("The track of slide " + DecimalText(n) +
+                                  " is not a file that can be read:" + kCrLf + path,
+                              MessageIcon::Exclamation);
+      slide.TrackUnreadable = true;
+    } else {
+      const CountedMessages messages;
+      LoadTrackFile(path, track, project.BaseFrequency, project.BaseBits);
+      slide.TrackUnreadable = messages.Count() > 0;
+      loaded = track && track->WavWaveINos > 0;
+    }
   }
   float seconds = duration > 0.0F ? duration : 0.0F;
   slide.Start = static_cast<int32_t>(runningTotal + 1);
@@ -236,7 +234,7 @@ void LoadSlideAudio(FileMemoClass& document, int32_t n, float duration, int64_t&
 bool SaveSlideAudio(FileMemoClass& document, int32_t n, StagedFiles& staged) {
   const ProjectData& project = Project();
   const SlideInfo& slide = project.Slides[static_cast<size_t>(n)];
-  const std::string file = project.TargetFolder + slide.Track;
+  const std::string& file = slide.TrackPath;
   const int32_t first = slide.Start;
   const int32_t last = SlideEndPosition(n, document.WavWaveINos) - 1;
   if (last - first + 1 < 3 || StretchIsSilent(document, first, last)) {

@@ -3,6 +3,8 @@
 #include <cstdlib>
 
 #include "app/ProjectFile.h"
+#include "app/ProjectLock.h"
+#include "app/StagedFiles.h"
 #include "core/AppFolders.h"
 #include "core/ErrorReport.h"
 #include "core/MemoryBudget.h"
@@ -68,6 +70,8 @@ std::unique_ptr<FileMemoClass> PrepareSession(
 void EndSessionOnTerminationSignal() {
   // The files may still be open: deleting them is enough, the process ends right after.
   OnTerminationSignal([](int signal) {
+    RemoveStagedFilesNow();
+    UnlockProject();
     RemoveSessionFolder();
     std::_Exit(128 + signal);
   });
@@ -75,6 +79,7 @@ void EndSessionOnTerminationSignal() {
 
 void EndSession(std::unique_ptr<FileMemoClass>& document, const std::string& lastWaveFolder) {
   document.reset();
+  UnlockProject();
   if (!lastWaveFolder.empty()) SettingPut("Path", "Last Wave Dir", lastWaveFolder);
   ReleaseAllFiles();
   RemoveSessionFolder();

@@ -1,36 +1,92 @@
 #include "app/StagedFiles.h"
 
-#include <algorithm>
-#include <filesystem>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <mutex>
+
+#include "core/ErrorReport.h"
 #include "core/FileHelpers.h"
+#include "platform/FileHandle.h"
 #include "platform/FileReplace.h"
 
 namespace quorvane {
 
 namespace {
 
-std::string StagedName(const std::string& target) {
-  const std::filesystem::path path(target);
-  return (path.parent_path() / (".~" + path.filename().string())).string();
+// The staged files of the saves under way, for a program ended in the middle of one.
+std::mutex g_underWayLock;
+std::vector<std::string> g_underWay;
+
+void Remember(const std::string& staged) {
+  const std::lock_guard lock(g_underWayLock);
+  g_underWay.push_back(staged);
+}
+
+void Forget(const std::string& staged) {
+  const std::lock_guard lock(g_underWayLock);
+  g_underWay.erase(std::remove(g_underWay.begin(), g_underWay.end(), staged), g_underWay.end());
+}
+
+void RemoveStaged(const std::string& staged) {
+  DeleteFileIfExists(staged);
+  Forget(staged);
+}
+
+[[noreturn]] void RefuseStaging(const std::string& target, const std::string& folder) {
+  if (errno == EACCES || errno == EPERM || errno == EROFS) {
+    ThrowError(kErrorPermissionDenied, "Cannot create files in the folder " + folder);
+  }
+  ThrowError(kErrorPermissionDenied, "Cannot write " + target);
 }
 
 }  // namespace
 
 StagedFiles::~StagedFiles() {
   for (const Entry& entry : entries_) {
-    if (!entry.staged.empty()) DeleteFileIfExists(entry.staged);
+    if (!entry.staged.empty()) RemoveStaged(entry.staged);
   }
 }
 
 std::string StagedFiles::Stage(const std::string& target) {
+  const std::filesystem::path path(target);
+  const std::string folder = path.parent_path().string();
+  std::string name = (path.parent_path() / (".~" + path.filename().string() + ".XXXXXX")).string();
+  // Made anew under a name of random characters and only where no file or link stands, so
+  // nothing planted beside the target can take the save elsewhere or stand in its way.
+  FileHandle file(::mkostemp(name.data(), O_CLOEXEC));
+  if (!file.IsOpen()) RefuseStaging(target, folder);
+  Remember(name);
+  struct stat current {};
+  const mode_t mode = ::stat(target.c_str(), &current) == 0 && S_ISREG(current.st_mode)
+                          ? current.st_mode & 07777
+                          : 0644;
+  ::fchmod(file.Descriptor(), mode);
   const auto found = std::find_if(entries_.begin(), entries_.end(),
                                   [&](const Entry& entry) { return entry.target == target; });
   Entry& entry = found != entries_.end() ? *found : entries_.emplace_back(Entry{target, ""});
-  entry.staged = StagedName(target);
-  // A file left by a save that was cut off is only in the way.
-  DeleteFileIfExists(entry.staged);
-  return entry.staged;
+  if (!entry.staged.empty()) RemoveStaged(entry.staged);
+  entry.staged = name;
+  return name;
+}
+
+void StagedFiles::StageText(const std::string& target, const std::string& content) {
+  const std::string staged = Stage(target);
+  FileHandle file(::open(staged.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC | O_NOFOLLOW));
+  size_t written = 0;
+  while (file.IsOpen() && written < content.size()) {
+    const ssize_t count =
+        ::write(file.Descriptor(), content.data() + written, content.size() - written);
+    if (count < 0 && errno == EINTR) continue;
+    if (count <= 0) break;
+    written += static_cast<size_t>(count);
+  }
+  if (written < content.size() || !file.Close())
+    ThrowError(kErrorDiskFull, "Cannot write " + target);
 }
 
 void StagedFiles::StageDeletion(const std::string& target) {
@@ -39,7 +95,7 @@ void StagedFiles::StageDeletion(const std::string& target) {
   if (found == entries_.end()) {
     entries_.push_back(Entry{target, ""});
   } else if (!found->staged.empty()) {
-    DeleteFileIfExists(found->staged);
+    RemoveStaged(found->staged);
     found->staged.clear();
   }
 }
@@ -66,11 +122,18 @@ bool StagedFiles::Commit(const std::function<void(const std::string&)>& beforeRe
       failedTarget = entry.target;
       break;
     }
+    if (!entry.staged.empty()) Forget(entry.staged);
   }
   // What is in place is no longer ours to remove; what is not, is.
   const bool complete = done == entries_.size();
   entries_.erase(entries_.begin(), entries_.begin() + static_cast<std::ptrdiff_t>(done));
   return complete;
+}
+
+void RemoveStagedFilesNow() {
+  const std::lock_guard lock(g_underWayLock);
+  for (const std::string& staged : g_underWay) ::unlink(staged.c_str());
+  g_underWay.clear();
 }
 
 }  // namespace quorvane

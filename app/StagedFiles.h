@@ -1,7 +1,8 @@
-// The files of one save. Each is written first under a hidden temporary name beside its
-// target and put in place only once every one of them is written whole, so a save that
-// fails or is cut off leaves each target either as it was or as saved, never cut short.
-// What an abandoned save wrote is removed.
+// The files of one save. Each is written first under a hidden name beside its target that
+// nobody can guess or take in advance, and put in place only once every one of them is
+// written whole, so a save that fails or is cut off leaves each target either as it was or
+// as saved, never cut short. What an abandoned save wrote is removed, also when the program
+// is ended by a signal in the middle of it.
 //
 // The new files are not forced onto the disk before they are put in place: that would make
 // a save wait for the whole disk write, a third longer for an hour of audio. A crashed or
@@ -22,9 +23,12 @@ class StagedFiles {
   StagedFiles(const StagedFiles&) = delete;
   StagedFiles& operator=(const StagedFiles&) = delete;
 
-  // The name to write `target`'s new content under: ".~" and the target's name, in the
-  // target's folder. Staging a target twice gives the same name.
+  // Makes the empty file to write `target`'s new content into: ".~", the target's name and
+  // a random ending, in the target's folder, with the target's permissions. Throws when the
+  // folder takes no new file.
   std::string Stage(const std::string& target);
+  // Stages `target` with `content` written into it whole; throws when it cannot be.
+  void StageText(const std::string& target, const std::string& content);
   // `target` is to be deleted when the staged files are put in place.
   void StageDeletion(const std::string& target);
 
@@ -43,5 +47,8 @@ class StagedFiles {
   };
   std::vector<Entry> entries_;
 };
+
+// Removes the staged files of every save under way, from any thread: the program is ending.
+void RemoveStagedFilesNow();
 
 }  // namespace quorvane

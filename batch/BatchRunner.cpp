@@ -125,6 +125,7 @@ int RunBatchScript(const BatchScript& script, std::ostream& out, std::ostream& e
     return 1;
   }
   int status = 0;
+  bool saveFellShort = false;
   for (const BatchCommand& command : script.commands) {
     if (!InsideDocument(command, *document)) {
       errors << "quorvane-audio-batch: positions outside the document (length "
@@ -205,7 +206,9 @@ int RunBatchScript(const BatchScript& script, std::ostream& out, std::ostream& e
         EditRedo(*document);
         break;
       case BatchCommand::Kind::Save:
-        ProjectFileSave(*document);
+        // The commands after a save that fell short still run (an "info" shows what is
+        // left unsaved); the status tells the caller at the end.
+        if (!ProjectFileSave(*document)) saveFellShort = true;
         break;
     }
     out.flush();
@@ -214,6 +217,7 @@ int RunBatchScript(const BatchScript& script, std::ostream& out, std::ostream& e
   ClipboardRelease();
   EndSession(document);
   SetDocumentWindow(nullptr);
+  if (status == 0 && saveFellShort) status = kSaveFellShort;
   return status;
 }
 

@@ -19,9 +19,9 @@
 #include "core/BatchInteraction.h"
 #include "core/Environment.h"
 #include "core/Numbers.h"
-#include "core/ProjectIni.h"
 #include "core/ProjectTables.h"
 #include "formats/OpenSaveClass.h"
+#include "platform/ProfileFile.h"
 #include "storage/FileMemoClass.h"
 
 using namespace quorvane;
@@ -154,12 +154,12 @@ void SaveStraightOver(FileMemoClass& document) {
     const SlideInfo& slide = project.Slides[static_cast<size_t>(n)];
     const std::string section = std::to_string(n);
     const int32_t end = SlideEndPosition(n, document.WavWaveINos);
-    ProjectIniPut(section, "SlideTrack", slide.Track, project.ProjectPath);
+    WriteProfileString(project.ProjectPath, section, "SlideTrack", slide.Track);
     const double seconds = static_cast<double>(end - slide.Start) / document.WavFmtFreq;
-    ProjectIniPut(section, "Duration", FormatOneToThreeDecimals(seconds), project.ProjectPath);
+    WriteProfileString(project.ProjectPath, section, "Duration", FormatOneToThreeDecimals(seconds));
     // The markers as the presentation has them.
-    ProjectIniPut(section, "ClickMarkerTimes", "1.5,30.25", project.ProjectPath);
-    ProjectIniPut(section, "AutoMarkerTimes", "12.0", project.ProjectPath);
+    WriteProfileString(project.ProjectPath, section, "ClickMarkerTimes", "1.5,30.25");
+    WriteProfileString(project.ProjectPath, section, "AutoMarkerTimes", "12.0");
     files.FileWriteWavePart(document, slide.Start, end - 1, 0, project.TargetFolder + slide.Track);
   }
 }

@@ -122,4 +122,25 @@ Interaction& UserInterface() { return g_interaction ? *g_interaction : FallbackI
 
 void SetUserInterface(Interaction* interaction) { g_interaction = interaction; }
 
+CountedMessages::CountedMessages() : installedBefore_(g_interaction), passOn_(UserInterface()) {
+  SetUserInterface(this);
+}
+
+CountedMessages::~CountedMessages() { SetUserInterface(installedBefore_); }
+
+MessageAnswer CountedMessages::MsgBox(const MessageRequest& request) {
+  ++count_;
+  return passOn_.MsgBox(request);
+}
+
+std::optional<std::string> CountedMessages::InputBox(const std::string& prompt,
+                                                     const std::string& title,
+                                                     const std::string& defaultText) {
+  return passOn_.InputBox(prompt, title, defaultText);
+}
+
+void CountedMessages::SetBusy(bool busy) { passOn_.SetBusy(busy); }
+
+ProgressDisplay& CountedMessages::Progress() { return passOn_.Progress(); }
+
 }  // namespace quorvane

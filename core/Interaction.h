@@ -89,6 +89,30 @@ class Interaction {
 Interaction& UserInterface();
 void SetUserInterface(Interaction* interaction);  // nullptr restores the default
 
+// Counts the messages shown while it is installed and passes every call on to the
+// interaction installed before it; installed for its lifetime. Tells whether anything went
+// wrong in an operation that reports its troubles only to the user.
+class CountedMessages : public Interaction {
+ public:
+  CountedMessages();
+  ~CountedMessages() override;
+  CountedMessages(const CountedMessages&) = delete;
+  CountedMessages& operator=(const CountedMessages&) = delete;
+
+  MessageAnswer MsgBox(const MessageRequest& request) override;
+  std::optional<std::string> InputBox(const std::string& prompt, const std::string& title,
+                                      const std::string& defaultText) override;
+  void SetBusy(bool busy) override;
+  ProgressDisplay& Progress() override;
+
+  int Count() const { return count_; }
+
+ private:
+  Interaction* installedBefore_;
+  Interaction& passOn_;
+  int count_ = 0;
+};
+
 // RGB colour value in the platform's order (red in the low byte).
 constexpr uint32_t Rgb(int red, int green, int blue) {
   return static_cast<uint32_t>(red & 0xFF) | (static_cast<uint32_t>(green & 0xFF) << 8) |

@@ -15,6 +15,16 @@ struct SlideInfo {
   std::string Title;
   std::string Track;  // audio file name, relative to TargetFolder
   int32_t Start = 0;  // position of the slide's first sample
+
+  // Filled at load: the track's file inside the target folder, links and ".." resolved;
+  // the one path the session reads and writes for this slide.
+  std::string TrackPath;
+  // A file was at TrackPath that could not be read. Saves leave it, its duration and its
+  // markers as they are, unless the user has it replaced by the edited audio.
+  bool TrackUnreadable = false;
+  // What such a slide held when loaded, to tell whether it was edited since.
+  uint64_t LoadedAudio = 0;
+  uint64_t LoadedMarkers = 0;
 };
 
 struct MarkerInfo {

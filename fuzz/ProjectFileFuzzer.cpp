@@ -37,7 +37,7 @@ namespace quorvane {
 namespace {
 
 constexpr size_t kLargestInput = 1 << 16;
-constexpr int32_t kMostSlides = 64;
+constexpr int32_t kMostFuzzedSlides = 64;
 constexpr int32_t kMemoryBudget = 64 * 1024;
 
 void WriteTrack(const std::string& path, int32_t channels, int32_t bits, int32_t frames) {
@@ -62,12 +62,13 @@ const std::string& ProjectPath() {
   return path;
 }
 
-bool Refused(const std::string& text, const std::string& project) {
+bool Refused(const std::string& text) {
   std::string lower(text.size(), ' ');
   std::transform(text.begin(), text.end(), lower.begin(),
                  [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
   if (lower.find("lamepath") != std::string::npos) return true;
-  return LeadingNumber(ProjectIniGet("Project", "SlideCount", "0", project)) > kMostSlides;
+  return LeadingNumber(ProjectIniGet("Project", "SlideCount", "0", ProfileDocument(text))) >
+         kMostFuzzedSlides;
 }
 
 // A value read with a smaller buffer is the start of the same value read with a larger
@@ -125,7 +126,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     out << text;
     if (!out) Fail("cannot write " + project);
   }
-  if (Refused(text, project)) return -1;
+  if (Refused(text)) return -1;
   ReadThroughSmallBuffers(project);
   LoadAndEmpty(project);
   return 0;

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <stdio.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -9,6 +10,9 @@
 namespace quorvane {
 
 bool ReplaceFile(const std::string& from, const std::string& target) {
+  // A folder in the target's place is nobody's audio to swap away.
+  struct stat existing {};
+  if (::lstat(target.c_str(), &existing) == 0 && S_ISDIR(existing.st_mode)) return false;
   // Swapping the two names, then removing the old file under the new file's former name,
   // replaces as atomically as a rename. A plain rename over an existing file makes some
   // file systems write the new file out at once, which slows a save of many large files

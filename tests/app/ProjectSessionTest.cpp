@@ -25,6 +25,10 @@ namespace {
 
 constexpr char kTitle[] = "Timeline Audio Editor";
 constexpr char kFlagFile[] = "/VB and VBA Program Settings/Quorvane Stagora.conf";
+constexpr char kUnreadable[] = "The tracks of these slides could not be read: ";
+constexpr char kUnreadableEnd[] =
+    "\r\nSaving leaves those files as they are unless you choose to replace them with edited "
+    "audio.";
 
 std::vector<int16_t> Widened(std::vector<int16_t> samples) {
   for (int16_t& sample : samples) sample = static_cast<int16_t>(sample * 256);
@@ -159,22 +163,29 @@ TEST_F(ProjectSession,
     EXPECT_FALSE(Load(WriteProject(path, plan)));
     EXPECT_EQ(TakeMessage(), std::string(kTitle) + "|Target folder is not found");
   }
-  // A negative rate (found by fuzzing), one beyond sound devices' or a sample size no
-  // document can be saved in is refused before any track is read.
+  // A negative rate (found by fuzzing), one below any recording's or beyond sound devices',
+  // a sample size no document can be saved in, or more slides than any presentation has,
+  // is refused before any track is read.
   const std::string rateRefused =
       "The sample rate in the project file is not supported (BaseFrequency=";
   const std::string bitsRefused = "The sample size in the project file is not supported (BaseBits=";
   for (const auto& [rate, bits, message] :
        std::vector<std::tuple<std::string, std::string, std::string>>{
-           {"-44100", "16", rateRefused + "-44100; 0 to 384000 can be used)"},
-           {"384001", "", rateRefused + "384001; 0 to 384000 can be used)"},
-           {" 8.5e18", "8", rateRefused + "8.5e18; 0 to 384000 can be used)"},
+           {"-44100", "16", rateRefused + "-44100; 0 or 1000 to 384000 can be used)"},
+           {"1", "16", rateRefused + "1; 0 or 1000 to 384000 can be used)"},
+           {"384001", "", rateRefused + "384001; 0 or 1000 to 384000 can be used)"},
+           {" 8.5e18", "8", rateRefused + "8.5e18; 0 or 1000 to 384000 can be used)"},
            {"22050", "12", bitsRefused + "12; 0, 8 or 16 can be used)"},
-           {"", " 24 ", bitsRefused + "24; 0, 8 or 16 can be used)"}}) {
+           {"", " 24 ", bitsRefused + "24; 0, 8 or 16 can be used)"},
+           {"10001", "",
+            "The slide count in the project file is not supported (SlideCount=10001; "
+            "at most 10000 can be used)"}}) {
     SCOPED_TRACE(rate + "/" + bits);
     ProjectPlan plan;
     plan.targetFolder = Track("");
-    plan.baseFrequency = rate;
+    const bool slideCount = rate == "10001";
+    plan.baseFrequency = slideCount ? "" : rate;
+    plan.slideCount = slideCount ? rate : "1";
     plan.baseBits = bits;
     plan.slides = {SlidePlan{}};
     EXPECT_FALSE(Load(WriteProject(path, plan)));
@@ -250,6 +261,96 @@ TEST_F(ProjectSession, AMissingSectionOrKeyTakesItsDefaultLongValuesAreReadWhole
   EXPECT_EQ(text.substr(text.find("[3]")),
             "[3]\nSlideTrack=Track3.mp3\nDuration=0.0\nClickMarkerTimes=\nAutoMarkerTimes=\n");
   EXPECT_FALSE(std::filesystem::exists(Track("Track3.mp3")));
+}
+
+TEST_F(ProjectSession, ATrackMustBeAnAudioFileOfTheTargetFoldersOwnAndOfOneSlideOnly) {
+  namespace fs = std::filesystem;
+  const std::string victim = files.Write("victim.wav", PcmWave(1, 22050, 16, Ramp(100, 7)));
+  fs::create_directories(Track(""));
+  const std::string notes = files.Write("tracks/notes.docx", "my notes");
+  fs::create_symlink("../victim.wav", Track("out.wav"));
+  fs::create_symlink("notes.docx", Track("notes.wav"));
+  const std::string outside =
+      "The track of slide 2 is not a WAV or MP3 file inside the target "
+      "folder:\r\n";
+  for (const auto& [track, message] : std::vector<std::pair<std::string, std::string>>{
+           {"../victim.wav", outside + Track("../victim.wav")},
+           {victim, outside + Track("") + victim},
+           {"out.wav", outside + Track("out.wav")},
+           {"notes.wav", outside + Track("notes.wav")},
+           {"notes.docx",
+            "The track of slide 2 is not a WAV or MP3 file:\r\n" + Track("notes.docx")},
+           {"./sub/../one.WAV", "Slides 1 and 2 name the same track:\r\n" + Track("one.WAV")}}) {
+    SCOPED_TRACE(track);
+    ProjectPlan plan;
+    plan.slides = {TrackSlide("one.WAV", PcmWave(1, 22050, 16, Ramp(100, 1))),
+                   SlidePlan{"Bad", track, "1", {}, {}, {}}};
+    EXPECT_FALSE(Load(WriteProjectFile(plan)));
+    EXPECT_EQ(TakeMessage(), std::string(kTitle) + "|" + message);
+  }
+  // A save makes its files under names nobody can take beforehand: what is planted under
+  // the names of the hidden files it once used leads nowhere.
+  ProjectPlan plan;
+  plan.slides = {TrackSlide("one.wav", PcmWave(1, 22050, 16, Ramp(100, 1)))};
+  LoadProject(plan);
+  fs::create_symlink("../victim.wav", Track(".~one.wav"));
+  fs::create_directories(files.File(".~project.ini"));
+  Select(1, 10);
+  EditDelete(document);
+  EXPECT_TRUE(ProjectFileSave(document));
+  EXPECT_EQ(TrackBytes("one.wav"), PcmWave(1, 22050, 16, Ramp(90, 11)));
+  EXPECT_EQ(ReadFileBytes(victim), PcmWave(1, 22050, 16, Ramp(100, 7)));
+  EXPECT_EQ(ReadFileBytes(notes), "my notes");
+}
+
+TEST_F(ProjectSession, ATrackThatCouldNotBeReadIsReplacedOnlyWhenTheUserSaysSo) {
+  // The second track's header promises more audio than the file holds: what is there loads,
+  // with the reader's message, and the file is the user's all the same.
+  const auto voice = Ramp(300, 100, 5);
+  std::string cut = PcmWave(1, 22050, 16, Joined({voice, Ramp(300, -100, 5)}));
+  cut.resize(44 + 2 * voice.size());
+  ProjectPlan plan;
+  plan.slides = {TrackSlide("one.wav", PcmWave(1, 22050, 16, Ramp(100, 1))),
+                 TrackSlide("cut.wav", cut, "", "0.01")};
+  LoadProject(plan);
+  ASSERT_EQ(ui.messages.size(), 3u);
+  EXPECT_EQ(ui.messages[2].text, kUnreadable + std::string("2") + kUnreadableEnd);
+  ui.messages.clear();
+  EXPECT_EQ(Left(), Joined({Ramp(100, 1), voice}));
+  const std::string sectionBefore = ProjectText().substr(ProjectText().find("[2]"));
+
+  // Saved unedited, it is left alone without a word.
+  EXPECT_TRUE(ProjectFileSave(document));
+  EXPECT_EQ(ReadFileBytes(Track("cut.wav")), cut);
+  // Edited, the user is asked; the default answer keeps the file, its duration and markers.
+  Select(101, 110);
+  EditDelete(document);
+  EXPECT_FALSE(ProjectFileSave(document));
+  ASSERT_EQ(ui.messages.size(), 2u);
+  EXPECT_EQ(ui.messages[0].text,
+            "The track of slide 2 could not be read when the project was opened. Replace it "
+            "with the edited audio?");
+  EXPECT_EQ(ui.messages[0].buttons, MessageButtons::YesNo);
+  EXPECT_EQ(DefaultAnswer(ui.messages[0]), MessageAnswer::No);
+  EXPECT_EQ(ui.messages[1].text,
+            "These slides were left as they were, without their edits, because their tracks "
+            "could not be read when the project was opened: 2");
+  ui.messages.clear();
+  EXPECT_EQ(ReadFileBytes(Track("cut.wav")), cut);
+  EXPECT_EQ(ProjectText().substr(ProjectText().find("[2]")), sectionBefore);
+  EXPECT_EQ(IniValue(ProjectText(), "1", "Duration"), "0.005");
+
+  // Told to replace it, the save writes it, and from then on it is a track like any other.
+  ui.Answer(MessageAnswer::Yes);
+  EXPECT_TRUE(ProjectFileSave(document));
+  EXPECT_EQ(ui.messages.size(), 1u);
+  ui.messages.clear();
+  EXPECT_EQ(TrackBytes("cut.wav"), PcmWave(1, 22050, 16, Stretch(voice, 11, 300)));
+  EXPECT_EQ(SlideValues("ClickMarkerTimes"), (std::vector<std::string>{"", "0.01"}));
+  Select(101, 102);
+  EditDelete(document);
+  EXPECT_TRUE(ProjectFileSave(document));
+  EXPECT_EQ(TrackBytes("cut.wav"), PcmWave(1, 22050, 16, Stretch(voice, 13, 300)));
 }
 
 TEST_F(ProjectSession, MarkersOutsideTheirSlideAreIgnoredWithAMessage) {
@@ -395,11 +496,16 @@ TEST_F(ProjectSave, ASlideFileThatCannotBeWrittenLeavesEveryFileAndTheDocumentAs
   Select(60001, 70000);
   EditDelete(document);
   const std::string before = ProjectText();
-  // The last slide's file cannot be written: its temporary name is taken by a folder.
-  std::filesystem::create_directories(Track(".~three.wav") + "/taken");
-  ProjectFileSave(document);
-  ASSERT_FALSE(ui.messages.empty());
-  EXPECT_EQ(ui.messages.back().text, "Error Saving\r\nCannot write " + Track("three.wav"));
+  // No file may grow beyond 100,000 bytes: the first slide's new file (120,044) cannot be
+  // written whole, the others could.
+  {
+    const ScopedFileSizeLimit full(100'000);
+    EXPECT_FALSE(ProjectFileSave(document));
+  }
+  // The writer's own report, then the save's.
+  ASSERT_EQ(ui.messages.size(), 2u);
+  EXPECT_NE(ui.messages[0].text.find("File too large"), std::string::npos);
+  EXPECT_EQ(ui.messages[1].text, "Error Saving\r\nCannot write " + Track("one.wav"));
   ui.messages.clear();
   EXPECT_TRUE(Editor().WaveChanged);
   EXPECT_EQ(menu.menuCaption, "Undo [Delete]");
@@ -410,11 +516,10 @@ TEST_F(ProjectSave, ASlideFileThatCannotBeWrittenLeavesEveryFileAndTheDocumentAs
     left.push_back(entry.path().filename().string());
   }
   std::sort(left.begin(), left.end());
-  EXPECT_EQ(left, (std::vector<std::string>{".~three.wav", "one.wav", "three.wav", "two.wav"}));
+  EXPECT_EQ(left, (std::vector<std::string>{"one.wav", "three.wav", "two.wav"}));
 
-  // Once the way is free the same save goes through.
-  std::filesystem::remove_all(Track(".~three.wav"));
-  ProjectFileSave(document);
+  // With room again the same save goes through.
+  EXPECT_TRUE(ProjectFileSave(document));
   EXPECT_TRUE(ui.messages.empty());
   EXPECT_FALSE(Editor().WaveChanged);
   EXPECT_EQ(TrackBytes("one.wav"), PcmWave(1, 22050, 16, Stretch(one, 1, 60000)));
@@ -555,7 +660,8 @@ TEST_F(ProjectSession, AudioLongerThanADocumentHoldsEndsTheLoadWithOverflow) {
     ProjectPlan plan;
     plan.baseFrequency = "22050";
     for (const std::string& duration : durations) {
-      plan.slides.push_back(SlidePlan{"Gap", "absent.wav", duration, {}, {}, {}});
+      const std::string track = "absent" + std::to_string(plan.slides.size()) + ".wav";
+      plan.slides.push_back(SlidePlan{"Gap", track, duration, {}, {}, {}});
     }
     try {
       Load(WriteProjectFile(plan));
@@ -607,7 +713,12 @@ TEST_F(ProjectSession, AFailingConversionOrInsertIsReportedByName) {
   plan.baseBits = "8";
   plan.slides = {TrackSlide("loud.wav", PcmWave(1, 11025, 16, Ramp(1000, 0, 20)))};
   LoadProject(plan);
-  EXPECT_EQ(TakeMessage(), "Open Wave Error|Out of memory");
+  // A track that could not be brought to the session's format is kept as it is.
+  ASSERT_EQ(ui.messages.size(), 2u);
+  EXPECT_EQ(ui.messages[0].caption + "|" + ui.messages[0].text, "Open Wave Error|Out of memory");
+  EXPECT_EQ(ui.messages[1].text, kUnreadable + std::string("1") + kUnreadableEnd);
+  ui.messages.clear();
+  EXPECT_TRUE(Project().Slides[1].TrackUnreadable);
   EXPECT_FALSE(ui.progress.IsVisible());
   EXPECT_EQ(ui.busyDepth, 0);
 

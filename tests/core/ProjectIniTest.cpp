@@ -4,14 +4,11 @@
 
 #include <tuple>
 
-#include "tests/support/TempFolder.h"
-
 namespace quorvane::testing {
 namespace {
 
 TEST(ProjectIni, LongValuesAreReadWholeUpTo1999Characters) {
-  TempFolder folder;
-  const std::string file = folder.File("project.ini");
+  ProfileDocument file;
   for (const auto& [key, written, read] :
        {std::tuple{"SlideTrack", 60, 60}, std::tuple{"Exact49", 49, 49},
         std::tuple{"Huge", 2500, 1999}}) {

@@ -1,12 +1,10 @@
 #include "platform/CompressedWavDecoder.h"
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 #include <algorithm>
 #include <chrono>
 #include <cmath>
-#include <csignal>
 #include <filesystem>
 #include <thread>
 #include <tuple>
@@ -164,21 +162,16 @@ TEST_F(CompressedWavDecoderTest, BadFilesAndFailedWritesFailWithAPlainReasonAndL
   };
   // The file size limit stands in for a full disk: writes beyond it fail with EFBIG. Only
   // the IMA file decodes to more.
-  rlimit saved{};
-  getrlimit(RLIMIT_FSIZE, &saved);
-  const auto savedSignal = std::signal(SIGXFSZ, SIG_IGN);
-  rlimit small = saved;
-  small.rlim_cur = 256 * 1024;
-  setrlimit(RLIMIT_FSIZE, &small);
-  for (const auto& [source, destination, reason] : cases) {
-    SCOPED_TRACE(source + " to " + destination);
-    const DecodeOutcome outcome = Decode(source, destination);
-    EXPECT_LT(outcome.percent, 0);
-    EXPECT_NE(outcome.error.find(reason), std::string::npos) << outcome.error;
-    EXPECT_FALSE(fs::exists(Out()));
+  {
+    const ScopedFileSizeLimit limit(256 * 1024);
+    for (const auto& [source, destination, reason] : cases) {
+      SCOPED_TRACE(source + " to " + destination);
+      const DecodeOutcome outcome = Decode(source, destination);
+      EXPECT_LT(outcome.percent, 0);
+      EXPECT_NE(outcome.error.find(reason), std::string::npos) << outcome.error;
+      EXPECT_FALSE(fs::exists(Out()));
+    }
   }
-  setrlimit(RLIMIT_FSIZE, &saved);
-  std::signal(SIGXFSZ, savedSignal);
   EXPECT_EQ(ReadFileBytes(mulaw), bytes);
 }
 

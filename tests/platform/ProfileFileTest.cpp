@@ -105,6 +105,13 @@ TEST_F(ProfileFile, WriteKeepsCrLfEndingsCreatesMissingFilesAndValuesComeBackToT
   EXPECT_EQ(GetProfileString(file, "S", "missing", "defaultvalue", 5).value, "defa");
   EXPECT_EQ(GetProfileString(file, "S", "k", "", 0).copied, 0u);
   EXPECT_FALSE(WriteProfileString(folder.File("no/such/folder.ini"), "A", "x", "1"));
+  // A file an editor saved as UTF-8 starts with a byte-order mark, which it keeps.
+  const std::string marked =
+      folder.Write("bom.ini", "\xEF\xBB\xBF[Project]\r\nTargetFolder=/t\r\n");
+  EXPECT_EQ(Get(marked, "Project", "TargetFolder"), "/t");
+  ASSERT_TRUE(WriteProfileString(marked, "1", "Duration", "2.0"));
+  EXPECT_EQ(folder.Read("bom.ini"),
+            "\xEF\xBB\xBF[Project]\r\nTargetFolder=/t\r\n[1]\r\nDuration=2.0\r\n");
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // A fresh folder for one test, removed with everything in it at the end.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -35,6 +36,20 @@ class ScopedVariable {
  private:
   std::string name_;
   std::optional<std::string> previous_;
+};
+
+// Files this process writes may not grow beyond `bytes` while it lives: a write past the
+// limit fails with EFBIG, as on a full disk (SIGXFSZ is ignored meanwhile).
+class ScopedFileSizeLimit {
+ public:
+  explicit ScopedFileSizeLimit(uint64_t bytes);
+  ~ScopedFileSizeLimit();
+  ScopedFileSizeLimit(const ScopedFileSizeLimit&) = delete;
+  ScopedFileSizeLimit& operator=(const ScopedFileSizeLimit&) = delete;
+
+ private:
+  uint64_t saved_;
+  void (*savedSignal_)(int);
 };
 
 // Reads a whole file as bytes ("" when missing).

@@ -1,0 +1,105 @@
+#include "app/SlideStretch.h"
+
+#include <algorithm>
+#include <functional>
+#include <vector>
+
+#include "core/ProjectTables.h"
+#include "storage/FileMemoClass.h"
+
+namespace quorvane {
+
+namespace {
+
+constexpr uint64_t kFnvOffset = 14695981039346656037ULL;
+constexpr uint64_t kFnvPrime = 1099511628211ULL;
+
+void Mix(uint64_t& digest, uint64_t value) {
+  for (int byte = 0; byte < 8; ++byte) {
+    digest = (digest ^ ((value >> (8 * byte)) & 0xFF)) * kFnvPrime;
+  }
+}
+
+// Calls `chunk(left, right, count)` for the stretch in pieces; elements 1..count hold the
+// samples, `right` only for a stereo document. Stops when it returns false.
+void ReadStretch(FileMemoClass& document, int32_t first, int32_t last,
+                 const std::function<bool(const std::vector<int16_t>&, const std::vector<int16_t>&,
+                                          int32_t)>& chunk) {
+  constexpr int32_t kChunk = 65536;
+  std::vector<int16_t> left;
+  std::vector<int16_t> right;
+  const int32_t channels = document.WavFmtChannel == 2 ? 0 : 1;
+  for (int32_t from = first; from <= last; from += kChunk) {
+    const int32_t count = std::min(kChunk, last - from + 1);
+    document.QuickBuffGet(from, count, channels, left, right);
+    if (channels == 1) right.assign(1, 0);
+    if (!chunk(left, right, count)) return;
+  }
+}
+
+int32_t SlideLast(const FileMemoClass& document, int32_t n) {
+  return SlideEndPosition(n, document.WavWaveINos) - 1;
+}
+
+}  // namespace
+
+bool StretchIsSilent(FileMemoClass& document, int32_t first, int32_t last) {
+  bool silent = true;
+  ReadStretch(document, first, last, [&](const auto& left, const auto& right, int32_t count) {
+    const auto loud = [](int16_t sample) { return sample != 0; };
+    silent =
+        !std::any_of(left.begin() + 1, left.begin() + 1 + count, loud) &&
+        (right.size() == 1 || !std::any_of(right.begin() + 1, right.begin() + 1 + count, loud));
+    return silent;
+  });
+  return silent;
+}
+
+uint64_t StretchDigest(FileMemoClass& document, int32_t first, int32_t last) {
+  uint64_t digest = kFnvOffset;
+  Mix(digest, static_cast<uint64_t>(std::max(0, last - first + 1)));
+  Mix(digest, static_cast<uint64_t>(document.WavFmtChannel));
+  ReadStretch(document, first, last, [&](const auto& left, const auto& right, int32_t count) {
+    for (int32_t k = 1; k <= count; ++k) {
+      const uint16_t r =
+          right.size() > 1 ? static_cast<uint16_t>(right[static_cast<size_t>(k)]) : 0;
+      Mix(digest, static_cast<uint16_t>(left[static_cast<size_t>(k)]) | (uint64_t{r} << 16));
+    }
+    return true;
+  });
+  return digest;
+}
+
+uint64_t SlideMarkersDigest(int32_t n) {
+  const ProjectData& project = Project();
+  const int32_t start = project.Slides[static_cast<size_t>(n)].Start;
+  uint64_t digest = kFnvOffset;
+  for (int32_t m = 1; m <= project.MarkerCount; ++m) {
+    const MarkerInfo& marker = project.Markers[static_cast<size_t>(m)];
+    if (marker.Slide != n) continue;
+    Mix(digest, static_cast<uint64_t>(marker.Kind));
+    Mix(digest, static_cast<uint64_t>(static_cast<int64_t>(marker.Position) - start));
+  }
+  return digest;
+}
+
+bool SlideAudioEdited(FileMemoClass& document, int32_t n) {
+  const SlideInfo& slide = Project().Slides[static_cast<size_t>(n)];
+  return StretchDigest(document, slide.Start, SlideLast(document, n)) != slide.LoadedAudio;
+}
+
+bool SlideMarkersEdited(int32_t n) {
+  return SlideMarkersDigest(n) != Project().Slides[static_cast<size_t>(n)].LoadedMarkers;
+}
+
+void NoteUnreadableSlides(FileMemoClass& document) {
+  ProjectData& project = Project();
+  for (int32_t n = 1; n <= project.SlideCount; ++n) {
+    SlideInfo& slide = project.Slides[static_cast<size_t>(n)];
+    if (!slide.TrackUnreadable) continue;
+    slide.LoadedAudio = StretchDigest(document, slide.Start, SlideLast(document, n));
+    slide.LoadedMarkers = SlideMarkersDigest(n);
+  }
+}
+
+}  // namespace quorvane

@@ -1,0 +1,27 @@
+// Reading a slide's stretch of the document for what the save decides on: whether it is
+// silent, and whether it is what was loaded. Read where the samples lie, loading nothing.
+#pragma once
+
+#include <cstdint>
+
+namespace quorvane {
+
+class FileMemoClass;
+
+// True when every sample of [first, last] is 0 in every channel.
+bool StretchIsSilent(FileMemoClass& document, int32_t first, int32_t last);
+
+// A digest of the samples of [first, last] in every channel, and of its length.
+uint64_t StretchDigest(FileMemoClass& document, int32_t first, int32_t last);
+
+// A digest of slide n's markers: their kinds and their offsets from the slide's start.
+uint64_t SlideMarkersDigest(int32_t n);
+
+// Slide n's audio or markers differ from what was noted when it was loaded.
+bool SlideAudioEdited(FileMemoClass& document, int32_t n);
+bool SlideMarkersEdited(int32_t n);
+
+// Notes what every slide whose track could not be read holds now, after loading.
+void NoteUnreadableSlides(FileMemoClass& document);
+
+}  // namespace quorvane
