@@ -3,6 +3,8 @@
 // and the files it leaves behind compared with what it must print and write, byte for byte.
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 #include <array>
 #include <cmath>
 #include <filesystem>
@@ -11,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "app/ProjectLock.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/CompressedWavFixtures.h"
 #include "tests/support/ProjectBuilder.h"
@@ -453,6 +456,100 @@ TEST_F(BatchTool, StandardErrorCarriesNoEncoderOutput) {
   EXPECT_EQ(run.out, "");
   EXPECT_EQ(RunProgram("soxi", {"-t", Track("tone.mp3")}).out, "mp3\n");
   ExpectSessionFolderGone();
+}
+
+// A track that is there but cannot be read, each way a file can be unreadable: saved
+// unedited it is left alone; with its slide's audio edited the save asks, takes the default
+// answer (keep it) and ends with status 3. Either way the file stays as it was, and so do
+// the slide's duration and markers in the project file.
+TEST_F(BatchTool, ATrackThatCouldNotBeReadIsNeverDeletedOrOverwritten) {
+  const std::string wave = folder.Write("voice.wav", PcmWave(1, 11025, 16, Ramp(2000, 9, 11)));
+  ASSERT_EQ(RunProgram("lame", {"--quiet", wave, folder.File("voice.mp3")}).exitStatus, 0);
+  const std::string mp3 = ReadFileBytes(folder.File("voice.mp3"));
+  const std::string samples = SampleBytes(Ramp(1000, 3, 7), 16);
+  struct Case {
+    const char* what;
+    const char* track;
+    std::string bytes;  // "" for a folder or a FIFO
+    std::string lamePath = "";
+  };
+  for (const Case& c : std::vector<Case>{
+           {"a bad header", "two.wav", "RIFX" + std::string(200, 'x')},
+           {"a sample size the reader refuses", "two.wav",
+            RiffFile({{"fmt ", FormatChunkData(1, 1, 11025, 24), {}}, {"data", samples, {}}})},
+           {"an odd-sized chunk before its data", "two.wav",
+            RiffFile({{"fmt ", FormatChunkData(1, 1, 11025, 16), {}},
+                      {"LIST", std::string("abc") + '\0', 3},
+                      {"data", samples, {}}})},
+           {"an MP3 the decoder cannot read", "two.mp3", std::string(3000, 'm')},
+           {"an MP3 without an encoder to read it", "two.mp3", mp3, "/bin/true"},
+           {"a folder", "two.wav", ""},
+           {"a FIFO", "two.mp3", ""}}) {
+    SCOPED_TRACE(c.what);
+    plan.slides[1] = SlidePlan{"Stereo", c.track, "0.1", "0.04", {}, {}};
+    if (!c.bytes.empty()) plan.slides[1].audio = c.bytes;
+    plan.lamePath = c.lamePath.empty() ? std::optional<std::string>() : c.lamePath;
+    std::filesystem::remove_all(Track(c.track));
+    WriteProject();
+    if (c.bytes.empty() && std::string(c.what) == "a folder") {
+      std::filesystem::create_directories(Track(c.track) + "/inside");
+    } else if (c.bytes.empty()) {
+      ASSERT_EQ(::mkfifo(Track(c.track).c_str(), 0644), 0);
+    }
+    const std::string original = ReadFileBytes(Project());
+    const auto section = [](const std::string& text) {
+      return text.substr(text.find("[2]"), text.find("[3]") - text.find("[2]"));
+    };
+    const std::string told = Message(
+        "The tracks of these slides could not be read: 2\\r\\nSaving leaves those files as they "
+        "are unless you choose to replace them with edited audio.",
+        "Exclamation");
+
+    ProgramRun run = Run("save");
+    EXPECT_EQ(run.exitStatus, 0) << run.err;
+    EXPECT_NE(run.err.find(told), std::string::npos) << run.err;
+    // Slide 2 runs from 1001 for 0.1 s: 50 of its samples go.
+    run = Run("delete 1001 1050 save");
+    EXPECT_EQ(run.exitStatus, 3) << run.err;
+    EXPECT_NE(run.err.find("\"text\":\"The track of slide 2 could not be read when the project "
+                           "was opened. Replace it with the edited audio?\",\"icon\":"
+                           "\"Question\",\"buttons\":\"YesNo\",\"answer\":\"No\""),
+              std::string::npos)
+        << run.err;
+    EXPECT_NE(run.err.find("were left as they were, without their edits, because their tracks "
+                           "could not be read when the project was opened: 2"),
+              std::string::npos);
+    if (!c.bytes.empty()) {
+      EXPECT_EQ(ReadFileBytes(Track(c.track)), c.bytes);
+    } else {
+      struct stat status {};
+      ASSERT_EQ(::lstat(Track(c.track).c_str(), &status), 0);
+      EXPECT_TRUE(std::string(c.what) == "a folder" ? S_ISDIR(status.st_mode)
+                                                    : S_ISFIFO(status.st_mode));
+    }
+    const std::string saved = ReadFileBytes(Project());
+    EXPECT_EQ(section(saved), section(original));
+    EXPECT_NE(saved, original);  // the other slides were saved
+    ExpectSessionFolderGone();
+  }
+}
+
+TEST_F(BatchTool, ASecondSessionOnTheSameProjectIsRefused) {
+  WriteProject();
+  ASSERT_TRUE(LockProject(Project()));  // the session of another editor
+  const ProgramRun refused = Run("info delete 1 10 save");
+  EXPECT_EQ(refused.exitStatus, 1);
+  EXPECT_EQ(refused.out, "");
+  EXPECT_EQ(
+      refused.err,
+      Message("This project is already open in another session of the editor:\\r\\n" + Project(),
+              "Exclamation"));
+  UnlockProject();
+  EXPECT_EQ(Run("info").out, kLoaded);
+  // The session leaves no lock file behind.
+  for (const auto& entry : std::filesystem::directory_iterator(folder.Path())) {
+    EXPECT_NE(entry.path().filename().string().front(), '.') << entry.path();
+  }
 }
 
 }  // namespace
