@@ -1,5 +1,5 @@
-// The editor window when the sound server it plays through dies: a message, the play
-// toolbar back as after Stop, and Play again once a server answers.
+// The editor window when the sound server it plays through dies, while playing or paused:
+// a message, the play toolbar back as after Stop, and Play again once a server answers.
 #include <gtest/gtest.h>
 
 #include <QAction>
@@ -40,14 +40,14 @@ class SoundServerLoss : public WaveEditorWindow {
     }
     EXPECT_FALSE(window.Button("Pause")->isEnabled());
     EXPECT_FALSE(window.Button("Stop")->isEnabled());
-    EXPECT_EQ(window.Button("Pause")->data().toString(), "Pause");
+    EXPECT_EQ(window.Button("Pause")->data().toString().toStdString(), "Pause");
     EXPECT_EQ(CurrentPlayState(), 0);
   }
 
   SoundServer server;
 };
 
-TEST_F(SoundServerLoss, PlayingStopsWithAMessageAndPlaysAgainOnceAServerIsBack) {
+TEST_F(SoundServerLoss, PlayingOrPausedStopsWithAMessageAndPlaysAgainOnceAServerIsBack) {
   ASSERT_TRUE(server.Answering());
   WaveEditor_Frm& window = Open();
   window.PlayToolbar_ButtonClick("PlayNew");
@@ -89,7 +89,18 @@ TEST_F(SoundServerLoss, PlayingStopsWithAMessageAndPlaysAgainOnceAServerIsBack) 
   }
   EXPECT_FALSE(window.Button("PlayNew")->isEnabled());
   EXPECT_TRUE(window.Button("Stop")->isEnabled());
-  window.PlayToolbar_ButtonClick("Stop");
+
+  // Paused, the same: the "Pause" button shows "Pause" again, not "Continue".
+  window.PlayToolbar_ButtonClick("Pause");
+  ASSERT_EQ(window.Button("Pause")->data().toString(), "Continue");
+  const size_t before = ui.messages.size();
+  server.Kill();
+  ASSERT_TRUE(QTest::qWaitFor(
+      [&] { return ui.messages.size() > before && window.Button("PlayNew")->isEnabled(); }, 5000));
+  EXPECT_EQ(ui.messages.back().text,
+            "The sound output stopped while playing.\n"
+            "The sound server or the output device is no longer available.");
+  ExpectStopped(window);
   window.close();
 }
 
