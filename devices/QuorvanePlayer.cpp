@@ -13,6 +13,24 @@
 
 namespace quorvane {
 
+namespace {
+
+// What a sink's error means, in plain words; nothing where the error says nothing.
+const char* SinkErrorReason(QAudio::Error error) {
+  switch (error) {
+    case QAudio::OpenError:
+      return "The output device could not be opened.";
+    case QAudio::IOError:
+      return "The output device could not be written to.";
+    case QAudio::FatalError:
+      return "The sound server or the output device is no longer available.";
+    default:
+      return nullptr;
+  }
+}
+
+}  // namespace
+
 // Everything that touches the sink lives on the player thread; the component's operations
 // run their part here through blocking calls, so the editor sees each one finished.
 class QuorvanePlayer::Engine : public QObject {
@@ -59,9 +77,19 @@ class QuorvanePlayer::Engine : public QObject {
     const int64_t frameBytes = 2 * format.channelCount();
     const int64_t ahead = std::min<int64_t>(memoryLimit_, deviceRate_ / 4 * frameBytes);
     sink_->setBufferSize(static_cast<qsizetype>(std::max<int64_t>(ahead, 4096)));
-    QObject::connect(sink_.get(), &QAudioSink::stateChanged, this, [this](QAudio::State state) {
-      if (state == QAudio::IdleState && source_ && source_->Exhausted()) endWatch_.start();
-    });
+    const uint64_t play = ++play_;
+    QObject::connect(
+        sink_.get(), &QAudioSink::stateChanged, this, [this, play](QAudio::State state) {
+          if (state == QAudio::IdleState && source_ && source_->Exhausted()) endWatch_.start();
+          // The player stops its sink only after leaving state 1 or 3: a sink that stops
+          // while the player still plays or pauses was stopped under it. It is still
+          // inside its own signal, so it is let go of once the signal has returned.
+          if (state == QAudio::StoppedState && state_ != 0) {
+            const QAudio::Error error = sink_->error();
+            QMetaObject::invokeMethod(
+                this, [this, play, error] { OutputStopped(play, error); }, Qt::QueuedConnection);
+          }
+        });
     sink_->start(source_.get());
     if (sink_->error() != QAudio::NoError) {
       Report("The sound output could not be started.", "Play failed");
@@ -69,6 +97,16 @@ class QuorvanePlayer::Engine : public QObject {
       return;
     }
     state_ = 1;
+  }
+
+  // The sound server went away or the device failed while this play ran: the player stops
+  // as Stop would and says so, unless a Stop or a new Play came first.
+  void OutputStopped(uint64_t play, QAudio::Error error) {
+    if (play != play_ || state_ == 0) return;
+    Stop();
+    std::string message = "The sound output stopped while playing.";
+    if (const char* reason = SinkErrorReason(error)) message += std::string("\n") + reason;
+    Report(message, "Play failed");
   }
 
   // The sink goes idle while the device still plays its last buffer: the range has ended
@@ -105,11 +143,11 @@ class QuorvanePlayer::Engine : public QObject {
   }
 
   void Stop() {
+    state_ = 0;  // first: the sink's own stop below is then not taken for a loss
     endWatch_.stop();
     if (sink_) sink_->stop();
     sink_.reset();
     source_.reset();
-    state_ = 0;
   }
 
   // The files belong to the source: dropping it closes every one of them.
@@ -153,6 +191,7 @@ class QuorvanePlayer::Engine : public QObject {
   int32_t rate_ = 0;
   int32_t count_ = 0;
   int32_t deviceRate_ = 0;
+  uint64_t play_ = 0;  // counts the plays started, so a late notice of an old sink is ignored
   bool loop_ = false;
   std::vector<PlaySegment> left_;
   std::vector<PlaySegment> right_;

@@ -89,8 +89,10 @@ void WaveEditor_Frm::PlayToolbar_ButtonClick(const QString& key) {
 void WaveEditor_Frm::PlayPosTimer_Timer() {
   const bool stopped = CurrentPlayState() == 0;
   if (stopped) {
+    // The player may have stopped on its own while paused (its output went away): the
+    // "Pause" button goes back to its stopped look, as after a stop command.
     playPosTimer_.stop();
-    Button("Pause")->setEnabled(false);
+    ShowPlayState(0);
     Button("Stop")->setEnabled(false);
     if (DsPlay() != nullptr) DsPlay()->Dll.StopPlay();
   }
