@@ -229,8 +229,8 @@ bool ProjectFileLoad(std::string& path, FileMemoClass& document) {
   project.Slides[static_cast<size_t>(project.SlideEntryCount)].Start =
       static_cast<int32_t>(total + 1);
   SortMarkers();
+  NoteLoadedSlides(document);
   if (!unreadable.empty()) {
-    NoteUnreadableSlides(document);
     UserInterface().Message(
         "The tracks of these slides could not be read: " + SlideList(unreadable) + kCrLf +
             "Saving leaves those files as they are unless you choose to "

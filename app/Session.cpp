@@ -241,6 +241,9 @@ bool SaveSlideAudio(FileMemoClass& document, int32_t n, StagedFiles& staged) {
     staged.StageDeletion(file);
     return true;
   }
+  // Writing the same samples again would only cost time and wear: a save after an edit of
+  // one slide of many writes that one.
+  if (SlideTrackUpToDate(document, n)) return true;
   OpenSaveClass files;
   const std::string ending = LowerEnding(slide.Track, 4);
   if (ending == ".mp3") return files.FileWriteMp3Part(document, first, last, 0, staged.Stage(file));

@@ -6,6 +6,7 @@
 
 #include "core/ProjectTables.h"
 #include "storage/FileMemoClass.h"
+#include "storage/OriginalFileStretch.h"
 
 namespace quorvane {
 
@@ -92,14 +93,23 @@ bool SlideMarkersEdited(int32_t n) {
   return SlideMarkersDigest(n) != Project().Slides[static_cast<size_t>(n)].LoadedMarkers;
 }
 
-void NoteUnreadableSlides(FileMemoClass& document) {
+void NoteLoadedSlides(FileMemoClass& document) {
   ProjectData& project = Project();
   for (int32_t n = 1; n <= project.SlideCount; ++n) {
     SlideInfo& slide = project.Slides[static_cast<size_t>(n)];
+    const int32_t last = SlideLast(document, n);
+    slide.LoadedLayout = OriginalFileLayout(document, slide.Start, last, slide.TrackPath);
     if (!slide.TrackUnreadable) continue;
-    slide.LoadedAudio = StretchDigest(document, slide.Start, SlideLast(document, n));
+    slide.LoadedAudio = StretchDigest(document, slide.Start, last);
     slide.LoadedMarkers = SlideMarkersDigest(n);
   }
+}
+
+bool SlideTrackUpToDate(const FileMemoClass& document, int32_t n) {
+  const SlideInfo& slide = Project().Slides[static_cast<size_t>(n)];
+  return slide.LoadedLayout != 0 &&
+         OriginalFileLayout(document, slide.Start, SlideLast(document, n), slide.TrackPath) ==
+             slide.LoadedLayout;
 }
 
 }  // namespace quorvane

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <filesystem>
 #include <mutex>
+#include <unordered_set>
 
 #include "core/ErrorReport.h"
 #include "core/FileHelpers.h"
@@ -20,16 +21,16 @@ namespace {
 
 // The staged files of the saves under way, for a program ended in the middle of one.
 std::mutex g_underWayLock;
-std::vector<std::string> g_underWay;
+std::unordered_set<std::string> g_underWay;
 
 void Remember(const std::string& staged) {
   const std::lock_guard lock(g_underWayLock);
-  g_underWay.push_back(staged);
+  g_underWay.insert(staged);
 }
 
 void Forget(const std::string& staged) {
   const std::lock_guard lock(g_underWayLock);
-  g_underWay.erase(std::remove(g_underWay.begin(), g_underWay.end(), staged), g_underWay.end());
+  g_underWay.erase(staged);
 }
 
 void RemoveStaged(const std::string& staged) {

@@ -25,6 +25,9 @@ struct SlideInfo {
   // What such a slide held when loaded, to tell whether it was edited since.
   uint64_t LoadedAudio = 0;
   uint64_t LoadedMarkers = 0;
+  // Where the slide's samples lay in its track when loaded straight from it (0 when they
+  // did not): while they still lie there, the track already holds the slide's audio.
+  uint64_t LoadedLayout = 0;
 };
 
 struct MarkerInfo {

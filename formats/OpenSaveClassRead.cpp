@@ -231,7 +231,7 @@ bool OpenSaveClass::LoadWaveFile(FileMemoClass& document, const std::string& fil
 
   BlockCarrBuffClass left;
   BlockCarrBuffClass right;
-  const int32_t entry = RegisterOriginalFile(source, channels, bits);
+  const int32_t entry = RegisterOriginalFile(source, channels, bits, sampleRate);
   decoded.Keep();  // the block list removes it once no block uses it
   document.OrgRoFileInUse = entry;
   document.WavFmtBits = bits;

@@ -69,10 +69,13 @@ void DropOriginalUse(int32_t entry) {
 }
 
 bool SameNameIgnoringCase(const std::string& a, const std::string& b) {
-  return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-           return std::tolower(static_cast<unsigned char>(x)) ==
-                  std::tolower(static_cast<unsigned char>(y));
-         });
+  // From the end: names of one folder differ there, and a save compares every file it
+  // writes with every file the document reads.
+  const auto lower = [](char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+  };
+  return a.size() == b.size() && std::equal(a.rbegin(), a.rend(), b.rbegin(),
+                                            [&](char x, char y) { return lower(x) == lower(y); });
 }
 
 int32_t SampleBytes(int32_t entry) { return OrgFileTable[entry].Bits == 8 ? 1 : 2; }
@@ -153,7 +156,8 @@ int32_t OriginalFrameBytes(int32_t entry) {
   return SampleBytes(entry) * FileChannels(entry);
 }
 
-int32_t RegisterOriginalFile(const std::string& name, int32_t channels, int32_t bits) {
+int32_t RegisterOriginalFile(const std::string& name, int32_t channels, int32_t bits,
+                             int32_t rate) {
   int32_t reuse = 0;
   for (int32_t entry = 1; entry < static_cast<int32_t>(OrgFileTable.size()); ++entry) {
     OrgFileEntry& file = OrgFileTable[entry];
@@ -168,7 +172,7 @@ int32_t RegisterOriginalFile(const std::string& name, int32_t channels, int32_t 
     OrgFileTable.emplace_back();
     reuse = static_cast<int32_t>(OrgFileTable.size()) - 1;
   }
-  OrgFileTable[reuse] = OrgFileEntry{name, channels, bits, 0};
+  OrgFileTable[reuse] = OrgFileEntry{name, channels, bits, 0, rate};
   return reuse;
 }
 

@@ -16,6 +16,7 @@ struct OrgFileEntry {
   int32_t Channels = 0;  // 1 or 2
   int32_t Bits = 0;      // 8 or 16
   int32_t UseCount = 0;  // kind-4 blocks that refer to it
+  int32_t Rate = 0;      // samples per second, 0 where not known
 };
 
 struct TempFileSlot {
@@ -33,7 +34,8 @@ inline std::vector<OrgFileEntry> OrgFileTable(1);
 inline std::vector<TempFileSlot> TempFileTable(1);
 inline std::vector<ChannelPair> ChannelPairTable(1);
 
-int32_t RegisterOriginalFile(const std::string& name, int32_t channels, int32_t bits);
+int32_t RegisterOriginalFile(const std::string& name, int32_t channels, int32_t bits,
+                             int32_t rate = 0);
 // A new BlockOrgFile block of `length` samples of one channel of the original file
 // `entry`, its first sample at the 1-based byte `filePosition`, starting at `start` in its
 // owner. The file's use count counts it.

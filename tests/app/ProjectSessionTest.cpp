@@ -2,6 +2,7 @@
 // host writes, read with ProjectFileLoad as start-up reads them, joined into one document
 // in the session's format, and written back with ProjectFileSave, one file per slide.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <string>
@@ -429,10 +430,21 @@ class ProjectSave : public ProjectSession {
 
 TEST_F(ProjectSave, EditsMoveDurationsMarkersAndFilesUndoBringsThemBack) {
   LoadProject(plan);
+  const auto inodes = [this] {
+    std::vector<ino_t> numbers;
+    for (const char* name : {"one.wav", "two.wav", "three.wav"}) {
+      struct stat status {};
+      ::stat(Track(name).c_str(), &status);
+      numbers.push_back(status.st_ino);
+    }
+    return numbers;
+  };
+  const std::vector<ino_t> loaded = inodes();
   ProjectFileSave(document);
-  // Same format, same samples: the same files.
+  // Same format, same samples: the same files, not even written again.
   EXPECT_EQ(ProjectText(), Saved());
   EXPECT_EQ(Tracks(), Waves({one, two, three}));
+  EXPECT_EQ(inodes(), loaded);
   EXPECT_EQ(HostFlagText(), "[Dynamic]\nTAEState=1\n");
 
   // Across the boundary of slides 1 and 2: slide 1 loses 6150 samples, slide 2 its first
