@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <vector>
 
 namespace quorvane {
 
@@ -42,7 +43,7 @@ class OpenSaveClass {
   bool EncodeMp3(const std::string& mp3File,
                  const std::function<bool(const std::string&)>& writeWave);
   // The encoder program's exit status; -1 when it did not run or end normally.
-  int RunAndWait(const std::string& CommandLine);
+  int RunAndWait(const std::vector<std::string>& arguments);
 };
 
 }  // namespace quorvane

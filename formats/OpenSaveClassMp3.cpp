@@ -1,6 +1,8 @@
 // MP3 files through the encoder program: decoded to and encoded from intermediate WAV files.
 #include <chrono>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include "core/ErrorReport.h"
 #include "core/FileHelpers.h"
@@ -13,8 +15,6 @@
 namespace quorvane {
 
 namespace {
-
-std::string Quoted(const std::string& text) { return "\"" + text + "\""; }
 
 void Warn(const std::string& text) { UserInterface().Message(text, MessageIcon::Exclamation); }
 
@@ -37,18 +37,15 @@ bool OpenSaveClass::CheckEncoder() {
   return true;
 }
 
-int OpenSaveClass::RunAndWait(const std::string& CommandLine) {
-  int exitCode = -1;
-  RunAndWaitProcess(CommandLine, {}, &exitCode);
-  return exitCode;
+int OpenSaveClass::RunAndWait(const std::vector<std::string>& arguments) {
+  return RunAndWaitProcess(arguments).exitCode;
 }
 
 bool OpenSaveClass::FileLoadMp3(FileMemoClass& FilMemOb, const std::string& FileName1) {
   try {
     if (!CheckEncoder()) return false;
     const std::string temporary = NewTempFileName("wav");
-    RunAndWait(Quoted(Project().LamePath) + " --decode " + Quoted(FileName1) + " " +
-               Quoted(temporary));
+    RunAndWait({Project().LamePath, "--decode", FileName1, temporary});
     if (FileExists(temporary)) return FileLoadWave(FilMemOb, temporary);
     Warn("Failed in decoding to intermediate wave file");
     return false;
@@ -82,10 +79,14 @@ bool OpenSaveClass::EncodeMp3(const std::string& mp3File,
       Warn("Error writing intermediate wave file");
       return false;
     }
-    const int exitCode =
-        written ? RunAndWait(Quoted(Project().LamePath) + " " + Trim(Project().LameSettings) + " " +
-                             Quoted(temporary) + " " + Quoted(mp3File))
-                : -1;
+    // Only the settings are split into arguments; the file names go as they are.
+    std::vector<std::string> arguments{Project().LamePath};
+    for (std::string& setting : SplitCommandLine(Trim(Project().LameSettings))) {
+      arguments.push_back(std::move(setting));
+    }
+    arguments.push_back(temporary);
+    arguments.push_back(mp3File);
+    const int exitCode = written ? RunAndWait(arguments) : -1;
     DeleteFileIfExists(temporary);
     return exitCode == 0 && FileExists(mp3File);
   } catch (const std::exception& error) {

@@ -61,10 +61,10 @@ std::vector<std::string> SplitCommandLine(const std::string& commandLine) {
   return arguments;
 }
 
-bool RunAndWaitProcess(const std::string& commandLine, const RunOptions& options, int* exitCode) {
-  if (exitCode != nullptr) *exitCode = -1;
-  const std::vector<std::string> arguments = SplitCommandLine(commandLine);
-  if (arguments.empty() || arguments[0].empty()) return false;
+ProgramOutcome RunAndWaitProcess(const std::vector<std::string>& arguments,
+                                 const RunOptions& options) {
+  ProgramOutcome outcome;
+  if (arguments.empty() || arguments[0].empty()) return outcome;
   std::vector<char*> argv;
   argv.reserve(arguments.size() + 1);
   for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
@@ -89,11 +89,11 @@ bool RunAndWaitProcess(const std::string& commandLine, const RunOptions& options
   const int started = ::posix_spawn(&pid, argv[0], &actions, &attributes, argv.data(), environ);
   ::posix_spawn_file_actions_destroy(&actions);
   ::posix_spawnattr_destroy(&attributes);
-  if (started != 0) return false;
+  if (started != 0) return outcome;
 
   const int descriptor = OpenProcessDescriptor(pid);
   const int intervalMs = static_cast<int>(options.pollInterval.count());
-  int status = 0;
+  int status = -1;  // stays so (not an exit) when someone else reaped the child
   while (!Reaped(pid, status)) {
     if (descriptor >= 0) {
       pollfd ready{descriptor, POLLIN, 0};
@@ -103,9 +103,14 @@ bool RunAndWaitProcess(const std::string& commandLine, const RunOptions& options
     }
   }
   if (descriptor >= 0) ::close(descriptor);
-  if (exitCode != nullptr && WIFEXITED(status)) *exitCode = WEXITSTATUS(status);
+  if (WIFEXITED(status)) {
+    outcome.end = ProgramEnd::Exited;
+    outcome.exitCode = WEXITSTATUS(status);
+  } else {
+    outcome.end = ProgramEnd::Killed;
+  }
   std::this_thread::sleep_for(options.settleTime);
-  return true;
+  return outcome;
 }
 
 }  // namespace quorvane

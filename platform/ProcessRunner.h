@@ -1,5 +1,6 @@
-// Running an external program from a command line and waiting for its end, without a
-// shell: no shell ever sees a path that came from a project file.
+// Running an external program with an argument vector and waiting for its end, without a
+// shell: no shell ever sees a path that came from a project file, and every file name
+// reaches the program whole, whatever characters it holds.
 #pragma once
 
 #include <chrono>
@@ -17,11 +18,24 @@ struct RunOptions {
   std::chrono::milliseconds settleTime{500};    // a last pause after the child has ended
 };
 
-// Starts the first argument as the program with the rest as its arguments, inheriting
-// this process's environment and folder, with its standard streams on /dev/null, and waits
-// until it has ended. Returns false at once when the program could not be started.
-// `exitCode`, when given, gets the program's exit status (-1 when it did not exit normally).
-bool RunAndWaitProcess(const std::string& commandLine, const RunOptions& options = {},
-                       int* exitCode = nullptr);
+// How a program run ended.
+enum class ProgramEnd {
+  NotStarted,  // the program could not be started
+  Exited,      // it ended by itself, with `exitCode`
+  Killed,      // a signal ended it
+};
+
+struct ProgramOutcome {
+  ProgramEnd end = ProgramEnd::NotStarted;
+  int exitCode = -1;  // the program's exit status when it exited, else -1
+
+  bool Succeeded() const { return end == ProgramEnd::Exited && exitCode == 0; }
+};
+
+// Starts arguments[0] as the program with the rest as its arguments, inheriting this
+// process's environment and folder, with its standard streams on /dev/null, and waits
+// until it has ended. Returns at once when the program could not be started.
+ProgramOutcome RunAndWaitProcess(const std::vector<std::string>& arguments,
+                                 const RunOptions& options = {});
 
 }  // namespace quorvane

@@ -54,7 +54,7 @@ TEST_F(Mp3Test, AMissingEncoderIsNamed) {
   EXPECT_EQ(ui.messages[0].icon, MessageIcon::Exclamation);
 }
 
-TEST_F(Mp3Test, TheEncoderGetsQuotedFileNamesAndTheSettingsAndADecodeOfNothingKeepsTheDocument) {
+TEST_F(Mp3Test, TheEncoderGetsWholeFileNamesAndTheSettingsAndADecodeOfNothingKeepsTheDocument) {
   Project().LamePath = FakeEncoder();
   Project().LameSettings = "  -b 64 --quiet ";
   ASSERT_TRUE(
@@ -65,7 +65,8 @@ TEST_F(Mp3Test, TheEncoderGetsQuotedFileNamesAndTheSettingsAndADecodeOfNothingKe
   EXPECT_EQ(ChannelSamples(document, 1), Ramp(100));
 
   files.Write("decoded.wav", PcmWave(1, 8000, 16, Ramp(500)));
-  const std::string mp3 = files.File("slide one.mp3");
+  // Blanks and double quotes in a name reach the encoder as they are.
+  const std::string mp3 = files.File("slide \"one\" final.mp3");
   ASSERT_TRUE(codec.FileLoadMp3(document, mp3));
   std::vector<std::string> arguments = Arguments();
   ASSERT_EQ(arguments.size(), 3u);
@@ -88,7 +89,7 @@ TEST_F(Mp3Test, RealMp3FilesRoundTripThroughLame) {
   Project().LameSettings = "--quiet -b 128";
   const auto tone = testing::TestSignal(1, 44100, 44100);
   ASSERT_TRUE(codec.FileLoadWave(document, files.Write("tone.wav", PcmWave(1, 44100, 16, tone))));
-  const std::string mp3 = files.File("tone.mp3");
+  const std::string mp3 = files.File("tone \"take 2\".mp3");
   codec.FileWriteMp3(document, mp3, false);
   ASSERT_TRUE(std::filesystem::exists(mp3));
 
