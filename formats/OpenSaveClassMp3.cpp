@@ -1,5 +1,7 @@
 // MP3 files through the encoder program: decoded to and encoded from intermediate WAV files.
 #include <chrono>
+#include <filesystem>
+#include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -18,6 +20,19 @@ namespace {
 
 void Warn(const std::string& text) { UserInterface().Message(text, MessageIcon::Exclamation); }
 
+// The project file names the encoder, so it could name any program (a shell, with a script
+// in the settings). Only an executable file called "lame" is run.
+bool IsEncoderProgram(const std::string& path) {
+  namespace fs = std::filesystem;
+  if (fs::path(path).filename() != "lame") return false;
+  std::error_code error;
+  const fs::file_status status = fs::status(path, error);
+  constexpr fs::perms anyExecute =
+      fs::perms::owner_exec | fs::perms::group_exec | fs::perms::others_exec;
+  return !error && fs::is_regular_file(status) &&
+         (status.permissions() & anyExecute) != fs::perms::none;
+}
+
 // The intermediate file has to exist before the encoder runs; a moment lets the file
 // system settle after the writer closed it.
 constexpr std::chrono::milliseconds kSettleAfterWrite{500};
@@ -30,7 +45,7 @@ bool OpenSaveClass::CheckEncoder() {
     Warn("Mp3 encoder Exe file not found");
     return false;
   }
-  if (!FileExists(encoder)) {
+  if (!IsEncoderProgram(encoder)) {
     Warn(std::string("Mp3 encoder Exe file not found") + kCrLf + encoder);
     return false;
   }

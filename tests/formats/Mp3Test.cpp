@@ -24,7 +24,7 @@ class Mp3Test : public testing::SessionTest {
   // per line, and for --decode copies decoded.wav (when there is one) to its last argument.
   std::string FakeEncoder() {
     std::filesystem::create_directories(files.File("my tools"));
-    const std::string script = files.File("my tools/fake lame");
+    const std::string script = files.File("my tools/lame");
     std::ofstream(script) << "#!/bin/sh\n"
                           << "printf '%s\\n' \"$@\" > '" << files.File("args.txt") << "'\n"
                           << "if [ \"$1\" = --decode ] && [ -f '" << files.File("decoded.wav")
@@ -47,11 +47,37 @@ TEST_F(Mp3Test, AMissingEncoderIsNamed) {
   Project().LamePath = "";
   EXPECT_FALSE(codec.FileLoadMp3(document, files.File("a.mp3")));
   Project().LamePath = files.File("no lame here");
-  codec.FileWriteMp3(document, files.File("a.mp3"), false);
+  EXPECT_FALSE(codec.FileWriteMp3(document, files.File("a.mp3"), false));
   ASSERT_EQ(ui.Texts(), (std::vector<std::string>{
                             "Mp3 encoder Exe file not found",
                             "Mp3 encoder Exe file not found\r\n" + files.File("no lame here")}));
   EXPECT_EQ(ui.messages[0].icon, MessageIcon::Exclamation);
+}
+
+TEST_F(Mp3Test, NoProgramButAnExecutableFileNamedLameIsRun) {
+  // A project that names a shell, with a script for settings, runs nothing.
+  const std::string marker = files.File("ran");
+  Project().LameSettings = "-c \"touch '" + marker + "'\"";
+  std::filesystem::create_directories(files.File("folder/lame"));
+  std::filesystem::create_directories(files.File("plain"));
+  const std::string notExecutable =
+      files.Write("plain/lame", "#!/bin/sh\ntouch '" + marker + "'\n");
+  const std::string renamed = files.File("my tools/lame.sh");
+  std::filesystem::rename(FakeEncoder(), renamed);
+  ASSERT_TRUE(
+      codec.FileLoadWave(document, files.Write("kept.wav", PcmWave(1, 8000, 16, Ramp(100)))));
+  for (const std::string& encoder :
+       {std::string("/bin/sh"), files.File("folder/lame"), notExecutable, renamed}) {
+    ui.messages.clear();
+    Project().LamePath = encoder;
+    EXPECT_FALSE(codec.FileLoadMp3(document, files.File("a.mp3"))) << encoder;
+    EXPECT_FALSE(codec.FileWriteMp3(document, files.File("a.mp3"), false)) << encoder;
+    const std::string text = "Mp3 encoder Exe file not found\r\n" + encoder;
+    EXPECT_EQ(ui.Texts(), (std::vector<std::string>{text, text}));
+  }
+  EXPECT_FALSE(std::filesystem::exists(marker));
+  EXPECT_FALSE(std::filesystem::exists(files.File("args.txt")));
+  EXPECT_EQ(ChannelSamples(document, 1), Ramp(100));
 }
 
 TEST_F(Mp3Test, TheEncoderGetsWholeFileNamesAndTheSettingsAndADecodeOfNothingKeepsTheDocument) {
