@@ -37,7 +37,18 @@ bool IsEncoderProgram(const std::string& path) {
 // system settle after the writer closed it.
 constexpr std::chrono::milliseconds kSettleAfterWrite{500};
 
+// How long the encoder's output may stand still before the encoder counts as hung.
+std::chrono::seconds g_encoderStallLimit{60};
+
+std::string SecondsText(std::chrono::seconds limit) {
+  return limit.count() == 1 ? "1 second" : DecimalText(limit.count()) + " seconds";
+}
+
 }  // namespace
+
+void OpenSaveClass::SetEncoderStallLimit(std::chrono::seconds limit) {
+  g_encoderStallLimit = limit;
+}
 
 bool OpenSaveClass::CheckEncoder() {
   const std::string& encoder = Project().LamePath;
@@ -52,16 +63,29 @@ bool OpenSaveClass::CheckEncoder() {
   return true;
 }
 
-int OpenSaveClass::RunAndWait(const std::vector<std::string>& arguments) {
-  return RunAndWaitProcess(arguments).exitCode;
+bool OpenSaveClass::RunAndWait(const std::vector<std::string>& arguments,
+                               const std::string& outputFile, const std::string& mp3File) {
+  RunOptions options;
+  options.progressFile = outputFile;
+  options.stallLimit = g_encoderStallLimit;
+  const ProgramOutcome outcome = RunAndWaitProcess(arguments, options);
+  if (outcome.end == ProgramEnd::Stalled) {
+    Warn("The MP3 encoder made no progress for " + SecondsText(g_encoderStallLimit) +
+         " and was stopped" + kCrLf + mp3File);
+  }
+  return outcome.Succeeded();
 }
 
 bool OpenSaveClass::FileLoadMp3(FileMemoClass& FilMemOb, const std::string& FileName1) {
   try {
     if (!CheckEncoder()) return false;
     const std::string temporary = NewTempFileName("wav");
-    RunAndWait({Project().LamePath, "--decode", FileName1, temporary});
-    if (FileExists(temporary)) return FileLoadWave(FilMemOb, temporary);
+    const bool decoded =
+        RunAndWait({Project().LamePath, "--decode", FileName1, temporary}, temporary, FileName1);
+    // A decoder that failed, was killed or hung may have left part of the audio: loading
+    // that would later save the cut track over the whole one.
+    if (decoded && FileExists(temporary)) return FileLoadWave(FilMemOb, temporary);
+    DeleteFileIfExists(temporary);
     Warn("Failed in decoding to intermediate wave file");
     return false;
   } catch (const std::exception& error) {
@@ -101,9 +125,9 @@ bool OpenSaveClass::EncodeMp3(const std::string& mp3File,
     }
     arguments.push_back(temporary);
     arguments.push_back(mp3File);
-    const int exitCode = written ? RunAndWait(arguments) : -1;
+    const bool encoded = written && RunAndWait(arguments, mp3File, mp3File);
     DeleteFileIfExists(temporary);
-    return exitCode == 0 && FileExists(mp3File);
+    return encoded && FileExists(mp3File);
   } catch (const std::exception& error) {
     Warn(ErrorDescription(error));
     return false;

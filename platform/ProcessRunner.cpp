@@ -3,12 +3,15 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstdint>
 #include <thread>
 
 extern char** environ;
@@ -35,6 +38,12 @@ bool Reaped(pid_t pid, int& status) {
     result = ::waitpid(pid, &status, WNOHANG);
   } while (result < 0 && errno == EINTR);
   return result == pid || (result < 0 && errno == ECHILD);
+}
+
+// The size of a file, -1 when there is none.
+int64_t FileSize(const std::string& path) {
+  struct stat status {};
+  return ::stat(path.c_str(), &status) == 0 ? static_cast<int64_t>(status.st_size) : -1;
 }
 
 }  // namespace
@@ -92,18 +101,41 @@ ProgramOutcome RunAndWaitProcess(const std::vector<std::string>& arguments,
   if (started != 0) return outcome;
 
   const int descriptor = OpenProcessDescriptor(pid);
-  const int intervalMs = static_cast<int>(options.pollInterval.count());
+  const bool watched = !options.progressFile.empty();
+  int64_t lastSize = watched ? FileSize(options.progressFile) : -1;
+  auto lastProgress = std::chrono::steady_clock::now();
+  bool stalled = false;
   int status = -1;  // stays so (not an exit) when someone else reaped the child
   while (!Reaped(pid, status)) {
+    auto wait = options.pollInterval;
+    if (watched && !stalled) {
+      const auto left = std::chrono::ceil<std::chrono::milliseconds>(
+          lastProgress + options.stallLimit - std::chrono::steady_clock::now());
+      wait = std::clamp(left, std::chrono::milliseconds(1), wait);
+    }
     if (descriptor >= 0) {
       pollfd ready{descriptor, POLLIN, 0};
-      ::poll(&ready, 1, intervalMs);
+      ::poll(&ready, 1, static_cast<int>(wait.count()));
     } else {
-      std::this_thread::sleep_for(options.pollInterval);
+      std::this_thread::sleep_for(wait);
+    }
+    if (!watched || stalled) continue;
+    // A file that changes size is progress (an encoder may first empty the file it
+    // overwrites); one that stands still as long as the limit means the program hangs.
+    const int64_t size = FileSize(options.progressFile);
+    const auto now = std::chrono::steady_clock::now();
+    if (size != lastSize) {
+      lastSize = size;
+      lastProgress = now;
+    } else if (now - lastProgress >= options.stallLimit) {
+      ::kill(pid, SIGKILL);
+      stalled = true;
     }
   }
   if (descriptor >= 0) ::close(descriptor);
-  if (WIFEXITED(status)) {
+  if (stalled) {
+    outcome.end = ProgramEnd::Stalled;
+  } else if (WIFEXITED(status)) {
     outcome.end = ProgramEnd::Exited;
     outcome.exitCode = WEXITSTATUS(status);
   } else {

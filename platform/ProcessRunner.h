@@ -16,6 +16,10 @@ std::vector<std::string> SplitCommandLine(const std::string& commandLine);
 struct RunOptions {
   std::chrono::milliseconds pollInterval{500};  // the longest single wait for the child
   std::chrono::milliseconds settleTime{500};    // a last pause after the child has ended
+  // The file the program writes: a program whose file has not changed size for
+  // `stallLimit` is killed. Empty: the program may take as long as it takes.
+  std::string progressFile;
+  std::chrono::milliseconds stallLimit{std::chrono::seconds(60)};
 };
 
 // How a program run ended.
@@ -23,6 +27,7 @@ enum class ProgramEnd {
   NotStarted,  // the program could not be started
   Exited,      // it ended by itself, with `exitCode`
   Killed,      // a signal ended it
+  Stalled,     // its progress file stood still for the stall limit, and it was killed
 };
 
 struct ProgramOutcome {

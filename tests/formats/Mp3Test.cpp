@@ -1,5 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <signal.h>
+
+#include <cerrno>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -21,14 +25,17 @@ using testing::Ramp;
 class Mp3Test : public testing::SessionTest {
  protected:
   // An encoder stand-in in a folder with blanks: it writes its arguments to args.txt, one
-  // per line, and for --decode copies decoded.wav (when there is one) to its last argument.
+  // per line, for --decode copies decoded.wav (when there is one) to its last argument, and
+  // ends as the shell commands in ending.sh say (when there is one).
   std::string FakeEncoder() {
     std::filesystem::create_directories(files.File("my tools"));
     const std::string script = files.File("my tools/lame");
     std::ofstream(script) << "#!/bin/sh\n"
                           << "printf '%s\\n' \"$@\" > '" << files.File("args.txt") << "'\n"
                           << "if [ \"$1\" = --decode ] && [ -f '" << files.File("decoded.wav")
-                          << "' ]; then cp '" << files.File("decoded.wav") << "' \"$3\"; fi\n";
+                          << "' ]; then cp '" << files.File("decoded.wav") << "' \"$3\"; fi\n"
+                          << "if [ -f '" << files.File("ending.sh") << "' ]; then . '"
+                          << files.File("ending.sh") << "'; fi\n";
     std::filesystem::permissions(script, std::filesystem::perms::owner_all);
     return script;
   }
@@ -80,16 +87,34 @@ TEST_F(Mp3Test, NoProgramButAnExecutableFileNamedLameIsRun) {
   EXPECT_EQ(ChannelSamples(document, 1), Ramp(100));
 }
 
-TEST_F(Mp3Test, TheEncoderGetsWholeFileNamesAndTheSettingsAndADecodeOfNothingKeepsTheDocument) {
+TEST_F(Mp3Test, ADecodeThatFailsOrIsCutShortKeepsTheDocument) {
   Project().LamePath = FakeEncoder();
-  Project().LameSettings = "  -b 64 --quiet ";
   ASSERT_TRUE(
       codec.FileLoadWave(document, files.Write("kept.wav", PcmWave(1, 8000, 16, Ramp(100)))));
-  EXPECT_FALSE(codec.FileLoadMp3(document, files.File("broken.mp3")));
-  EXPECT_EQ(ui.Texts(), std::vector<std::string>{"Failed in decoding to intermediate wave file"});
+  // What the decoder wrote before it ended; "" for nothing at all.
+  const std::string cutShort = PcmWave(1, 8000, 16, Ramp(500)).substr(0, 600);
+  struct Case {
+    std::string written;
+    std::string ending;
+  };
+  for (const Case& c :
+       {Case{"", ""}, Case{cutShort, "exit 255"}, Case{cutShort, "kill -KILL $$"}}) {
+    ui.messages.clear();
+    std::filesystem::remove(files.File("decoded.wav"));
+    if (!c.written.empty()) files.Write("decoded.wav", c.written);
+    files.Write("ending.sh", c.ending);
+    EXPECT_FALSE(codec.FileLoadMp3(document, files.File("broken.mp3"))) << c.ending;
+    EXPECT_EQ(ui.Texts(), std::vector<std::string>{"Failed in decoding to intermediate wave file"});
+    EXPECT_EQ(ChannelSamples(document, 1), Ramp(100));
+    // Nothing of the failed decode stays in the session folder.
+    EXPECT_TRUE(std::filesystem::is_empty(session.Path())) << c.ending;
+  }
   EXPECT_EQ(ui.messages[0].icon, MessageIcon::Exclamation);
-  EXPECT_EQ(ChannelSamples(document, 1), Ramp(100));
+}
 
+TEST_F(Mp3Test, TheEncoderGetsWholeFileNamesAndTheSettings) {
+  Project().LamePath = FakeEncoder();
+  Project().LameSettings = "  -b 64 --quiet ";
   files.Write("decoded.wav", PcmWave(1, 8000, 16, Ramp(500)));
   // Blanks and double quotes in a name reach the encoder as they are.
   const std::string mp3 = files.File("slide \"one\" final.mp3");
@@ -106,7 +131,40 @@ TEST_F(Mp3Test, TheEncoderGetsWholeFileNamesAndTheSettingsAndADecodeOfNothingKee
   EXPECT_EQ(arguments, (std::vector<std::string>{"-b", "64", "--quiet", arguments[3], mp3}));
   // The intermediate file held the part and is gone after encoding.
   EXPECT_FALSE(std::filesystem::exists(arguments[3]));
-  EXPECT_EQ(ui.messages.size(), 1u);
+  EXPECT_TRUE(ui.messages.empty());
+}
+
+TEST_F(Mp3Test, AnEncoderThatHangsIsStoppedAndTheLoadOrSaveFails) {
+  // An encoder that never writes a byte, and notes its process number first.
+  std::filesystem::create_directories(files.File("hangs"));
+  const std::string pidFile = files.File("pid");
+  Project().LamePath =
+      files.Write("hangs/lame", "#!/bin/sh\necho $$ > '" + pidFile + "'\nexec sleep 60\n");
+  std::filesystem::permissions(Project().LamePath, std::filesystem::perms::owner_all);
+  OpenSaveClass::SetEncoderStallLimit(std::chrono::seconds(1));
+  struct RestoreLimit {
+    ~RestoreLimit() { OpenSaveClass::SetEncoderStallLimit(std::chrono::seconds(60)); }
+  } restore;
+  const std::string stopped = "The MP3 encoder made no progress for 1 second and was stopped\r\n";
+  const auto encoderGone = [&] {
+    const pid_t pid = std::stoi(testing::ReadFileBytes(pidFile));
+    return ::kill(pid, 0) != 0 && errno == ESRCH;
+  };
+
+  const std::string source = files.File("slide 1.mp3");
+  EXPECT_FALSE(codec.FileLoadMp3(document, source));
+  EXPECT_EQ(ui.Texts(), (std::vector<std::string>{stopped + source,
+                                                  "Failed in decoding to intermediate wave file"}));
+  EXPECT_TRUE(encoderGone());
+
+  ui.messages.clear();
+  std::filesystem::remove(pidFile);
+  ASSERT_TRUE(
+      codec.FileLoadWave(document, files.Write("kept.wav", PcmWave(1, 8000, 16, Ramp(100)))));
+  const std::string target = files.File("slide 2.mp3");
+  EXPECT_FALSE(codec.FileWriteMp3(document, target, false));
+  EXPECT_EQ(ui.Texts(), std::vector<std::string>{stopped + target});
+  EXPECT_TRUE(encoderGone());
 }
 
 TEST_F(Mp3Test, RealMp3FilesRoundTripThroughLame) {

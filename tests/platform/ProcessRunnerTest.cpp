@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <filesystem>
 #include <fstream>
 
 #include "tests/support/TempFolder.h"
@@ -28,10 +29,17 @@ TEST(SplitCommandLine, BlanksSeparateAndQuotesGroup) {
   EXPECT_EQ(SplitCommandLine("back\\slash \"$HOME;rm\""), (Arguments{"back\\slash", "$HOME;rm"}));
 }
 
+RunOptions PollingEvery(std::chrono::milliseconds interval) {
+  RunOptions options;
+  options.pollInterval = interval;
+  options.settleTime = std::chrono::milliseconds(0);
+  return options;
+}
+
 class ProcessRunner : public ::testing::Test {
  protected:
   TempFolder folder;
-  const RunOptions quick{std::chrono::milliseconds(500), std::chrono::milliseconds(0)};
+  const RunOptions quick = PollingEvery(std::chrono::milliseconds(500));
 };
 
 TEST_F(ProcessRunner, FileNamesReachTheProgramWholeAndNoShellSeesThem) {
@@ -65,7 +73,7 @@ TEST_F(ProcessRunner, AProgramThatCannotStartEndsTheWaitAtOnce) {
 
 TEST_F(ProcessRunner, WaitsForAChildThatOutlivesSeveralPolls) {
   const std::string marker = folder.File("done");
-  const RunOptions fastPolls{std::chrono::milliseconds(20), std::chrono::milliseconds(0)};
+  const RunOptions fastPolls = PollingEvery(std::chrono::milliseconds(20));
   // A failing exit code is handed back, and a program a signal ended is told apart.
   ProgramOutcome outcome =
       RunAndWaitProcess({"/usr/bin/timeout", "0.3", "/bin/sleep", "5"}, fastPolls);
@@ -79,6 +87,23 @@ TEST_F(ProcessRunner, WaitsForAChildThatOutlivesSeveralPolls) {
   EXPECT_TRUE(outcome.Succeeded());
   EXPECT_TRUE(ReadFileBytes(marker).empty());
   EXPECT_TRUE(std::ifstream(marker).good());
+}
+
+TEST_F(ProcessRunner, AProgramIsKilledOnlyWhenItsFileStandsStillForTheLimit) {
+  RunOptions options = PollingEvery(std::chrono::milliseconds(50));
+  options.progressFile = folder.File("output");
+  options.stallLimit = std::chrono::milliseconds(400);
+  // Both run for 1.2 s, three times the limit; only the one that stops writing is ended.
+  const std::string writes = "for i in 1 2 3 4 5 6; do echo x >> \"$0\"; sleep 0.2; done";
+  const std::string stops = "echo x > \"$0\"; sleep 1.2; echo late >> \"$0\"";
+  using Case = std::pair<std::string, ProgramEnd>;
+  for (const auto& [script, end] :
+       {Case{writes, ProgramEnd::Exited}, Case{stops, ProgramEnd::Stalled}}) {
+    std::filesystem::remove(options.progressFile);
+    EXPECT_EQ(RunAndWaitProcess({"/bin/sh", "-c", script, options.progressFile}, options).end, end)
+        << script;
+  }
+  EXPECT_EQ(ReadFileBytes(options.progressFile), "x\n");
 }
 
 }  // namespace
