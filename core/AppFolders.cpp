@@ -1,7 +1,8 @@
 #include "core/AppFolders.h"
 
+#include <stdlib.h>
+
 #include <chrono>
-#include <ctime>
 #include <filesystem>
 #include <system_error>
 #include <thread>
@@ -58,43 +59,26 @@ void InitAppPaths(const std::string& appPath, const std::string& systemTempFolde
   Env().SettingsFile = SettingsFilePlace(Env().AppPath);
 }
 
-bool InitTempFolder() { return InitTempFolder(SecondsSinceMidnight()); }
-
-bool InitTempFolder(double secondsSinceMidnight) {
+bool InitTempFolder() {
   SettingPut("General", "InstalledPath", Env().AppPath);
   Env().TempRoot = SettingGet("General", "TmpDir0", Env().SystemTempPath);
   if (!FolderExists(Env().TempRoot + "/")) Env().TempRoot = Env().SystemTempPath;
   SettingPut("General", "FreeHardDisk", DecimalText(FreeDiskBytes()));
-  Env().SessionFolder = MakeSessionFolder(secondsSinceMidnight);
+  Env().SessionFolder = MakeSessionFolder();
   if (Env().SessionFolder.empty() && Env().TempRoot != Env().SystemTempPath) {
     // The chosen folder exists but takes no new folder: the system's one still may.
     Env().TempRoot = Env().SystemTempPath;
-    Env().SessionFolder = MakeSessionFolder(secondsSinceMidnight);
+    Env().SessionFolder = MakeSessionFolder();
   }
   return !Env().SessionFolder.empty();
 }
 
-std::string MakeSessionFolder(double secondsSinceMidnight) {
-  int64_t number = RoundHalfEven64(secondsSinceMidnight);
-  for (int attempts = 0; attempts < 100000; ++attempts) {
-    ++number;
-    const std::string name = Env().TempRoot + "/fm" + DecimalText(number);
-    std::error_code error;
-    if (fs::exists(fs::symlink_status(name, error))) continue;
-    if (fs::create_directory(name, error)) return name;
-    if (!fs::exists(fs::symlink_status(name, error))) return "";  // the folder refuses it
-  }
-  return "";
-}
-
-double SecondsSinceMidnight() {
-  const auto now = std::chrono::system_clock::now();
-  const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
-  std::tm local{};
-  localtime_r(&seconds, &local);
-  const auto fraction = now - std::chrono::system_clock::from_time_t(seconds);
-  return local.tm_hour * 3600.0 + local.tm_min * 60.0 + local.tm_sec +
-         std::chrono::duration<double>(fraction).count();
+std::string MakeSessionFolder() {
+  // A name nobody can guess or take beforehand, and a folder only this user may enter:
+  // the audio in it is the user's narration.
+  std::string name = Env().TempRoot + "/fmXXXXXX";
+  if (::mkdtemp(name.data()) == nullptr) return "";
+  return name;
 }
 
 void RemoveSessionFolder() {

@@ -11,6 +11,7 @@
 #include "core/Interaction.h"
 #include "core/Numbers.h"
 #include "core/ProjectTables.h"
+#include "formats/BinaryFile.h"
 #include "formats/OpenSaveClass.h"
 #include "platform/ProcessRunner.h"
 
@@ -80,11 +81,15 @@ bool OpenSaveClass::FileLoadMp3(FileMemoClass& FilMemOb, const std::string& File
   try {
     if (!CheckEncoder()) return false;
     const std::string temporary = NewTempFileName("wav");
+    // Made here, for the user alone, before lame writes the decoded audio into it.
+    BinaryFile(temporary, BinaryFile::Mode::CreateNew).Close();
     const bool decoded =
         RunAndWait({Project().LamePath, "--decode", FileName1, temporary}, temporary, FileName1);
     // A decoder that failed, was killed or hung may have left part of the audio: loading
     // that would later save the cut track over the whole one.
-    if (decoded && FileExists(temporary)) return FileLoadWave(FilMemOb, temporary);
+    std::error_code error;
+    const auto size = std::filesystem::file_size(temporary, error);
+    if (decoded && !error && size > 0) return FileLoadWave(FilMemOb, temporary);
     DeleteFileIfExists(temporary);
     Warn("Failed in decoding to intermediate wave file");
     return false;

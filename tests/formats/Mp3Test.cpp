@@ -25,8 +25,9 @@ using testing::Ramp;
 class Mp3Test : public testing::SessionTest {
  protected:
   // An encoder stand-in in a folder with blanks: it writes its arguments to args.txt, one
-  // per line, for --decode copies decoded.wav (when there is one) to its last argument, and
-  // ends as the shell commands in ending.sh say (when there is one).
+  // per line, for --decode copies decoded.wav (when there is one) to its last argument, else
+  // notes the permissions of the WAV it encodes in wave-mode.txt, and ends as the shell
+  // commands in ending.sh say (when there is one).
   std::string FakeEncoder() {
     std::filesystem::create_directories(files.File("my tools"));
     const std::string script = files.File("my tools/lame");
@@ -34,6 +35,8 @@ class Mp3Test : public testing::SessionTest {
                           << "printf '%s\\n' \"$@\" > '" << files.File("args.txt") << "'\n"
                           << "if [ \"$1\" = --decode ] && [ -f '" << files.File("decoded.wav")
                           << "' ]; then cp '" << files.File("decoded.wav") << "' \"$3\"; fi\n"
+                          << "if [ \"$1\" != --decode ]; then eval \"wave=\\${$(($# - 1))}\"; "
+                          << "stat -c %a \"$wave\" > '" << files.File("wave-mode.txt") << "'; fi\n"
                           << "if [ -f '" << files.File("ending.sh") << "' ]; then . '"
                           << files.File("ending.sh") << "'; fi\n";
     std::filesystem::permissions(script, std::filesystem::perms::owner_all);
@@ -122,7 +125,10 @@ TEST_F(Mp3Test, TheEncoderGetsWholeFileNamesAndTheSettings) {
   std::vector<std::string> arguments = Arguments();
   ASSERT_EQ(arguments.size(), 3u);
   EXPECT_EQ(arguments, (std::vector<std::string>{"--decode", mp3, arguments[2]}));
+  // The decoded audio goes to the session folder, into a file the user alone may read.
   EXPECT_EQ(std::filesystem::path(arguments[2]).parent_path(), session.Path());
+  EXPECT_EQ(std::filesystem::status(arguments[2]).permissions(),
+            std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
   EXPECT_EQ(ChannelSamples(document, 1), Ramp(500));
 
   codec.FileWriteMp3Part(document, 11, 20, 0, mp3);
@@ -131,6 +137,7 @@ TEST_F(Mp3Test, TheEncoderGetsWholeFileNamesAndTheSettings) {
   EXPECT_EQ(arguments, (std::vector<std::string>{"-b", "64", "--quiet", arguments[3], mp3}));
   // The intermediate file held the part and is gone after encoding.
   EXPECT_FALSE(std::filesystem::exists(arguments[3]));
+  EXPECT_EQ(files.Read("wave-mode.txt"), "600\n");
   EXPECT_TRUE(ui.messages.empty());
 }
 
