@@ -4,8 +4,10 @@
 
 #include <chrono>
 #include <filesystem>
+#include <mutex>
 #include <system_error>
 #include <thread>
+#include <utility>
 
 #include "core/DiskSpace.h"
 #include "core/Environment.h"
@@ -32,6 +34,12 @@ bool AnyFileIn(const std::string& folder) {
   }
   return false;
 }
+
+// The session folder as the termination thread sees it: the last one made and not yet
+// removed. Once the process is ending no other is made.
+std::mutex g_sessionMutex;
+std::string g_liveSessionFolder;
+bool g_ending = false;
 
 void DeleteFilesIn(const std::string& folder) {
   std::error_code error;
@@ -77,7 +85,9 @@ std::string MakeSessionFolder() {
   // A name nobody can guess or take beforehand, and a folder only this user may enter:
   // the audio in it is the user's narration.
   std::string name = Env().TempRoot + "/fmXXXXXX";
-  if (::mkdtemp(name.data()) == nullptr) return "";
+  const std::lock_guard lock(g_sessionMutex);
+  if (g_ending || ::mkdtemp(name.data()) == nullptr) return "";
+  g_liveSessionFolder = name;
   return name;
 }
 
@@ -90,6 +100,30 @@ void RemoveSessionFolder() {
   }
   std::error_code ignored;
   fs::remove(folder, ignored);  // stays when it still holds files
+  const std::lock_guard lock(g_sessionMutex);
+  if (g_liveSessionFolder == folder) g_liveSessionFolder.clear();
+}
+
+std::string MoveSessionFolderAside() {
+  const std::lock_guard lock(g_sessionMutex);
+  g_ending = true;
+  const std::string folder = std::exchange(g_liveSessionFolder, std::string());
+  if (folder.empty()) return "";
+  // Renamed over an empty folder of a fresh random name beside it, which only this
+  // process can know, so that no other file can take the name meanwhile.
+  std::string aside = fs::path(folder).parent_path().string() + "/fmXXXXXX";
+  if (::mkdtemp(aside.data()) == nullptr) return folder;
+  std::error_code error;
+  fs::rename(folder, aside, error);
+  if (!error) return aside;
+  fs::remove(aside, error);
+  return folder;  // deleted where it is, then
+}
+
+void DeleteMovedSessionFolder(const std::string& folder) {
+  if (folder.empty()) return;
+  std::error_code ignored;
+  fs::remove_all(folder, ignored);
 }
 
 }  // namespace quorvane

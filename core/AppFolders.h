@@ -22,4 +22,13 @@ std::string MakeSessionFolder();
 // Deletes the files of the session folder and the folder itself.
 void RemoveSessionFolder();
 
+// For a process that is ending at once, on any thread: renames the session folder to a
+// fresh name, so that no thread still at work (writing an effect's blocks) can make a file
+// under its old name any more, and returns where it went ("" when there is none; the old
+// name itself when it could not be moved). No session folder is made from then on.
+std::string MoveSessionFolderAside();
+
+// Deletes a session folder moved aside, with everything in it.
+void DeleteMovedSessionFolder(const std::string& folder);
+
 }  // namespace quorvane

@@ -12,6 +12,8 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
+#include <mutex>
+#include <set>
 #include <thread>
 
 extern char** environ;
@@ -31,13 +33,23 @@ int OpenProcessDescriptor(pid_t pid) {
 #endif
 }
 
+// Every program started here and not yet reaped, so that a process that is ending can take
+// them along. A child is reaped under the same lock, so a number in the record is always
+// still that child's and a kill never reaches a stranger who got the number later.
+std::mutex g_childrenMutex;
+std::set<pid_t> g_children;
+bool g_ending = false;
+
 // True once the child has ended (and is reaped); its wait status goes into `status`.
 bool Reaped(pid_t pid, int& status) {
+  const std::lock_guard lock(g_childrenMutex);
   pid_t result = 0;
   do {
     result = ::waitpid(pid, &status, WNOHANG);
   } while (result < 0 && errno == EINTR);
-  return result == pid || (result < 0 && errno == ECHILD);
+  const bool ended = result == pid || (result < 0 && errno == ECHILD);
+  if (ended) g_children.erase(pid);
+  return ended;
 }
 
 // The size of a file, -1 when there is none.
@@ -95,7 +107,14 @@ ProgramOutcome RunAndWaitProcess(const std::vector<std::string>& arguments,
   ::posix_spawnattr_setsigmask(&attributes, &none);
   ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
   pid_t pid = 0;
-  const int started = ::posix_spawn(&pid, argv[0], &actions, &attributes, argv.data(), environ);
+  int started = -1;
+  {
+    const std::lock_guard lock(g_childrenMutex);
+    if (!g_ending) {
+      started = ::posix_spawn(&pid, argv[0], &actions, &attributes, argv.data(), environ);
+      if (started == 0) g_children.insert(pid);
+    }
+  }
   ::posix_spawn_file_actions_destroy(&actions);
   ::posix_spawnattr_destroy(&attributes);
   if (started != 0) return outcome;
@@ -128,7 +147,7 @@ ProgramOutcome RunAndWaitProcess(const std::vector<std::string>& arguments,
       lastSize = size;
       lastProgress = now;
     } else if (now - lastProgress >= options.stallLimit) {
-      ::kill(pid, SIGKILL);
+      ::kill(pid, SIGKILL);  // not reaped yet: still our child
       stalled = true;
     }
   }
@@ -143,6 +162,12 @@ ProgramOutcome RunAndWaitProcess(const std::vector<std::string>& arguments,
   }
   std::this_thread::sleep_for(options.settleTime);
   return outcome;
+}
+
+void EndRunningPrograms() {
+  const std::lock_guard lock(g_childrenMutex);
+  g_ending = true;
+  for (const pid_t child : g_children) ::kill(child, SIGKILL);
 }
 
 }  // namespace quorvane

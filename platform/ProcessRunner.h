@@ -43,4 +43,8 @@ struct ProgramOutcome {
 ProgramOutcome RunAndWaitProcess(const std::vector<std::string>& arguments,
                                  const RunOptions& options = {});
 
+// For a process that is ending, from any thread: kills every program started here that is
+// still running, and starts none from then on.
+void EndRunningPrograms();
+
 }  // namespace quorvane
