@@ -11,6 +11,7 @@
 #include "core/Numbers.h"
 #include "core/Settings.h"
 #include "core/Trace.h"
+#include "platform/ProcessRunner.h"
 #include "platform/TerminationSignals.h"
 #include "storage/BlockList.h"
 #include "storage/EditorState.h"
@@ -68,11 +69,16 @@ std::unique_ptr<FileMemoClass> PrepareSession(
 }
 
 void EndSessionOnTerminationSignal() {
-  // The files may still be open: deleting them is enough, the process ends right after.
+  // Other threads go on meanwhile (an effect's write-behind, a wait for the encoder). The
+  // folder is moved aside first, so none of them can make a file in it any more; the
+  // encoder goes before its files, and before the files of a save under way. Files still
+  // open may be deleted: the process ends right after.
   OnTerminationSignal([](int signal) {
+    const std::string aside = MoveSessionFolderAside();
+    EndRunningPrograms();
     RemoveStagedFilesNow();
     UnlockProject();
-    RemoveSessionFolder();
+    DeleteMovedSessionFolder(aside);
     std::_Exit(128 + signal);
   });
 }

@@ -28,8 +28,8 @@ std::unique_ptr<FileMemoClass> PrepareSession(
 void EndSession(std::unique_ptr<FileMemoClass>& document, const std::string& lastWaveFolder = "");
 
 // From now on SIGTERM, SIGINT and SIGHUP end the process at once, with the status a shell
-// gives a process a signal ended, and take the session folder along; unsaved edits are
-// lost. Call it first thing in main, before any other thread starts.
+// gives a process a signal ended, and take the session folder and any running encoder
+// along; unsaved edits are lost. Call it first thing in main, before any other thread starts.
 void EndSessionOnTerminationSignal();
 
 // The "LoopOn" setting read at start-up, and the loop switch of the play toolbar.

@@ -1,10 +1,13 @@
 #include "core/AppFolders.h"
 
+#include <stdlib.h>
+
 #include <chrono>
-#include <ctime>
 #include <filesystem>
+#include <mutex>
 #include <system_error>
 #include <thread>
+#include <utility>
 
 #include "core/DiskSpace.h"
 #include "core/Environment.h"
@@ -32,6 +35,12 @@ bool AnyFileIn(const std::string& folder) {
   return false;
 }
 
+// The session folder as the termination thread sees it: the last one made and not yet
+// removed. Once the process is ending no other is made.
+std::mutex g_sessionMutex;
+std::string g_liveSessionFolder;
+bool g_ending = false;
+
 void DeleteFilesIn(const std::string& folder) {
   std::error_code error;
   for (fs::directory_iterator it(folder, error), end; !error && it != end; it.increment(error)) {
@@ -58,43 +67,28 @@ void InitAppPaths(const std::string& appPath, const std::string& systemTempFolde
   Env().SettingsFile = SettingsFilePlace(Env().AppPath);
 }
 
-bool InitTempFolder() { return InitTempFolder(SecondsSinceMidnight()); }
-
-bool InitTempFolder(double secondsSinceMidnight) {
+bool InitTempFolder() {
   SettingPut("General", "InstalledPath", Env().AppPath);
   Env().TempRoot = SettingGet("General", "TmpDir0", Env().SystemTempPath);
   if (!FolderExists(Env().TempRoot + "/")) Env().TempRoot = Env().SystemTempPath;
   SettingPut("General", "FreeHardDisk", DecimalText(FreeDiskBytes()));
-  Env().SessionFolder = MakeSessionFolder(secondsSinceMidnight);
+  Env().SessionFolder = MakeSessionFolder();
   if (Env().SessionFolder.empty() && Env().TempRoot != Env().SystemTempPath) {
     // The chosen folder exists but takes no new folder: the system's one still may.
     Env().TempRoot = Env().SystemTempPath;
-    Env().SessionFolder = MakeSessionFolder(secondsSinceMidnight);
+    Env().SessionFolder = MakeSessionFolder();
   }
   return !Env().SessionFolder.empty();
 }
 
-std::string MakeSessionFolder(double secondsSinceMidnight) {
-  int64_t number = RoundHalfEven64(secondsSinceMidnight);
-  for (int attempts = 0; attempts < 100000; ++attempts) {
-    ++number;
-    const std::string name = Env().TempRoot + "/fm" + DecimalText(number);
-    std::error_code error;
-    if (fs::exists(fs::symlink_status(name, error))) continue;
-    if (fs::create_directory(name, error)) return name;
-    if (!fs::exists(fs::symlink_status(name, error))) return "";  // the folder refuses it
-  }
-  return "";
-}
-
-double SecondsSinceMidnight() {
-  const auto now = std::chrono::system_clock::now();
-  const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
-  std::tm local{};
-  localtime_r(&seconds, &local);
-  const auto fraction = now - std::chrono::system_clock::from_time_t(seconds);
-  return local.tm_hour * 3600.0 + local.tm_min * 60.0 + local.tm_sec +
-         std::chrono::duration<double>(fraction).count();
+std::string MakeSessionFolder() {
+  // A name nobody can guess or take beforehand, and a folder only this user may enter:
+  // the audio in it is the user's narration.
+  std::string name = Env().TempRoot + "/fmXXXXXX";
+  const std::lock_guard lock(g_sessionMutex);
+  if (g_ending || ::mkdtemp(name.data()) == nullptr) return "";
+  g_liveSessionFolder = name;
+  return name;
 }
 
 void RemoveSessionFolder() {
@@ -106,6 +100,30 @@ void RemoveSessionFolder() {
   }
   std::error_code ignored;
   fs::remove(folder, ignored);  // stays when it still holds files
+  const std::lock_guard lock(g_sessionMutex);
+  if (g_liveSessionFolder == folder) g_liveSessionFolder.clear();
+}
+
+std::string MoveSessionFolderAside() {
+  const std::lock_guard lock(g_sessionMutex);
+  g_ending = true;
+  const std::string folder = std::exchange(g_liveSessionFolder, std::string());
+  if (folder.empty()) return "";
+  // Renamed over an empty folder of a fresh random name beside it, which only this
+  // process can know, so that no other file can take the name meanwhile.
+  std::string aside = fs::path(folder).parent_path().string() + "/fmXXXXXX";
+  if (::mkdtemp(aside.data()) == nullptr) return folder;
+  std::error_code error;
+  fs::rename(folder, aside, error);
+  if (!error) return aside;
+  fs::remove(aside, error);
+  return folder;  // deleted where it is, then
+}
+
+void DeleteMovedSessionFolder(const std::string& folder) {
+  if (folder.empty()) return;
+  std::error_code ignored;
+  fs::remove_all(folder, ignored);
 }
 
 }  // namespace quorvane

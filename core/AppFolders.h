@@ -14,16 +14,21 @@ void InitAppPaths(const std::string& appPath, const std::string& systemTempFolde
 // Writes "InstalledPath" and "FreeHardDisk", chooses TempRoot from "TmpDir0" and makes the
 // session folder. False when no session folder could be made.
 bool InitTempFolder();
-bool InitTempFolder(double secondsSinceMidnight);
 
-// Makes TempRoot + "/fm" + n for the first n after the rounded seconds whose name is free;
-// returns the folder's name, or "" when it could not be made.
-std::string MakeSessionFolder(double secondsSinceMidnight);
-
-// Seconds since local midnight, with fractions.
-double SecondsSinceMidnight();
+// Makes TempRoot + "/fm" + six random characters, open to this user only; returns the
+// folder's name, or "" when it could not be made.
+std::string MakeSessionFolder();
 
 // Deletes the files of the session folder and the folder itself.
 void RemoveSessionFolder();
+
+// For a process that is ending at once, on any thread: renames the session folder to a
+// fresh name, so that no thread still at work (writing an effect's blocks) can make a file
+// under its old name any more, and returns where it went ("" when there is none; the old
+// name itself when it could not be moved). No session folder is made from then on.
+std::string MoveSessionFolderAside();
+
+// Deletes a session folder moved aside, with everything in it.
+void DeleteMovedSessionFolder(const std::string& folder);
 
 }  // namespace quorvane

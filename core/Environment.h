@@ -12,7 +12,7 @@ struct Environment {
   std::string AppPath;         // folder of the program file
   std::string SystemTempPath;  // system temporary folder, or AppPath when unusable
   std::string TempRoot;        // folder in which the session folder is made
-  std::string SessionFolder;   // per-run folder, TempRoot + "/fm" + a number
+  std::string SessionFolder;   // per-run folder, TempRoot + "/fm" + random characters
   std::string SettingsFile;    // the settings (INI) file
   int32_t TempNameCounter = 0;
   int32_t MemoryBudget = 0;  // bytes of samples the storage engine may keep in memory

@@ -12,9 +12,11 @@
 namespace quorvane {
 
 BinaryFile::BinaryFile(const std::string& path, Mode mode) : path_(path) {
-  const int flags = mode == Mode::Read ? O_RDONLY : (O_RDWR | O_CREAT | O_TRUNC);
+  const int flags = mode == Mode::Read     ? O_RDONLY
+                    : mode == Mode::Create ? (O_RDWR | O_CREAT | O_TRUNC)
+                                           : (O_RDWR | O_CREAT | O_EXCL);
   do {
-    descriptor_ = ::open(path.c_str(), flags | O_CLOEXEC, 0644);
+    descriptor_ = ::open(path.c_str(), flags | O_CLOEXEC, 0600);
   } while (descriptor_ < 0 && errno == EINTR);
   if (descriptor_ < 0) ThrowErrno("Cannot open " + path);
 }

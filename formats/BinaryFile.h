@@ -10,7 +10,10 @@ namespace quorvane {
 
 class BinaryFile {
  public:
-  enum class Mode { Read, Create };
+  // Create makes a new file or empties an existing one, which keeps its permissions; a new
+  // one is readable by the user alone (temporary audio). CreateNew makes a file that must
+  // not exist yet, in the same way.
+  enum class Mode { Read, Create, CreateNew };
 
   BinaryFile() = default;
   BinaryFile(const std::string& path, Mode mode);

@@ -3,9 +3,11 @@
 // in runs, MP3 through the external encoder program.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <vector>
 
 namespace quorvane {
 
@@ -31,6 +33,10 @@ class OpenSaveClass {
   bool FileWriteMp3Part(FileMemoClass& FilMemOb, int32_t SavFromPos, int32_t SavToPos,
                         int32_t WorkChn, const std::string& FileName1);
 
+  // How long the encoder may go without adding to its output file before it is stopped
+  // and the load or save fails; 60 seconds unless changed.
+  static void SetEncoderStallLimit(std::chrono::seconds limit);
+
   // Frames per run into which files are cut when read and written.
   int32_t FileBlockLen = 0;
 
@@ -41,8 +47,10 @@ class OpenSaveClass {
   bool CheckEncoder();
   bool EncodeMp3(const std::string& mp3File,
                  const std::function<bool(const std::string&)>& writeWave);
-  // The encoder program's exit status; -1 when it did not run or end normally.
-  int RunAndWait(const std::string& CommandLine);
+  // Runs the encoder; true when it ended with status 0. An encoder whose `outputFile` stood
+  // still too long is stopped with a message that names `mp3File`.
+  bool RunAndWait(const std::vector<std::string>& arguments, const std::string& outputFile,
+                  const std::string& mp3File);
 };
 
 }  // namespace quorvane

@@ -24,7 +24,7 @@ constexpr uint64_t kMaxDataBytes = 0xFFFFFFFFULL - 36;
 }  // namespace
 
 PcmWavFileWriter::PcmWavFileWriter(const std::string& path)
-    : path_(path), file_(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644)) {
+    : path_(path), file_(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600)) {
   if (!file_.IsOpen()) {
     throw RuntimeError(kErrorDeviceIo, std::string("The decoded file cannot be created (") +
                                            std::strerror(errno) + "): " + path);

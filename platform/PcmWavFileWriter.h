@@ -13,7 +13,8 @@ namespace quorvane {
 
 class PcmWavFileWriter {
  public:
-  // Creates or empties the file. Throws RuntimeError when it cannot be created.
+  // Creates (readable by the user alone: decoded audio is temporary) or empties the file.
+  // Throws RuntimeError when it cannot be created.
   explicit PcmWavFileWriter(const std::string& path);
 
   // Writes interleaved samples after those written before. Throws RuntimeError when the

@@ -3,12 +3,17 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstdint>
+#include <mutex>
+#include <set>
 #include <thread>
 
 extern char** environ;
@@ -28,13 +33,29 @@ int OpenProcessDescriptor(pid_t pid) {
 #endif
 }
 
+// Every program started here and not yet reaped, so that a process that is ending can take
+// them along. A child is reaped under the same lock, so a number in the record is always
+// still that child's and a kill never reaches a stranger who got the number later.
+std::mutex g_childrenMutex;
+std::set<pid_t> g_children;
+bool g_ending = false;
+
 // True once the child has ended (and is reaped); its wait status goes into `status`.
 bool Reaped(pid_t pid, int& status) {
+  const std::lock_guard lock(g_childrenMutex);
   pid_t result = 0;
   do {
     result = ::waitpid(pid, &status, WNOHANG);
   } while (result < 0 && errno == EINTR);
-  return result == pid || (result < 0 && errno == ECHILD);
+  const bool ended = result == pid || (result < 0 && errno == ECHILD);
+  if (ended) g_children.erase(pid);
+  return ended;
+}
+
+// The size of a file, -1 when there is none.
+int64_t FileSize(const std::string& path) {
+  struct stat status {};
+  return ::stat(path.c_str(), &status) == 0 ? static_cast<int64_t>(status.st_size) : -1;
 }
 
 }  // namespace
@@ -61,10 +82,10 @@ std::vector<std::string> SplitCommandLine(const std::string& commandLine) {
   return arguments;
 }
 
-bool RunAndWaitProcess(const std::string& commandLine, const RunOptions& options, int* exitCode) {
-  if (exitCode != nullptr) *exitCode = -1;
-  const std::vector<std::string> arguments = SplitCommandLine(commandLine);
-  if (arguments.empty() || arguments[0].empty()) return false;
+ProgramOutcome RunAndWaitProcess(const std::vector<std::string>& arguments,
+                                 const RunOptions& options) {
+  ProgramOutcome outcome;
+  if (arguments.empty() || arguments[0].empty()) return outcome;
   std::vector<char*> argv;
   argv.reserve(arguments.size() + 1);
   for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
@@ -86,26 +107,67 @@ bool RunAndWaitProcess(const std::string& commandLine, const RunOptions& options
   ::posix_spawnattr_setsigmask(&attributes, &none);
   ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
   pid_t pid = 0;
-  const int started = ::posix_spawn(&pid, argv[0], &actions, &attributes, argv.data(), environ);
+  int started = -1;
+  {
+    const std::lock_guard lock(g_childrenMutex);
+    if (!g_ending) {
+      started = ::posix_spawn(&pid, argv[0], &actions, &attributes, argv.data(), environ);
+      if (started == 0) g_children.insert(pid);
+    }
+  }
   ::posix_spawn_file_actions_destroy(&actions);
   ::posix_spawnattr_destroy(&attributes);
-  if (started != 0) return false;
+  if (started != 0) return outcome;
 
   const int descriptor = OpenProcessDescriptor(pid);
-  const int intervalMs = static_cast<int>(options.pollInterval.count());
-  int status = 0;
+  const bool watched = !options.progressFile.empty();
+  int64_t lastSize = watched ? FileSize(options.progressFile) : -1;
+  auto lastProgress = std::chrono::steady_clock::now();
+  bool stalled = false;
+  int status = -1;  // stays so (not an exit) when someone else reaped the child
   while (!Reaped(pid, status)) {
+    auto wait = options.pollInterval;
+    if (watched && !stalled) {
+      const auto left = std::chrono::ceil<std::chrono::milliseconds>(
+          lastProgress + options.stallLimit - std::chrono::steady_clock::now());
+      wait = std::clamp(left, std::chrono::milliseconds(1), wait);
+    }
     if (descriptor >= 0) {
       pollfd ready{descriptor, POLLIN, 0};
-      ::poll(&ready, 1, intervalMs);
+      ::poll(&ready, 1, static_cast<int>(wait.count()));
     } else {
-      std::this_thread::sleep_for(options.pollInterval);
+      std::this_thread::sleep_for(wait);
+    }
+    if (!watched || stalled) continue;
+    // A file that changes size is progress (an encoder may first empty the file it
+    // overwrites); one that stands still as long as the limit means the program hangs.
+    const int64_t size = FileSize(options.progressFile);
+    const auto now = std::chrono::steady_clock::now();
+    if (size != lastSize) {
+      lastSize = size;
+      lastProgress = now;
+    } else if (now - lastProgress >= options.stallLimit) {
+      ::kill(pid, SIGKILL);  // not reaped yet: still our child
+      stalled = true;
     }
   }
   if (descriptor >= 0) ::close(descriptor);
-  if (exitCode != nullptr && WIFEXITED(status)) *exitCode = WEXITSTATUS(status);
+  if (stalled) {
+    outcome.end = ProgramEnd::Stalled;
+  } else if (WIFEXITED(status)) {
+    outcome.end = ProgramEnd::Exited;
+    outcome.exitCode = WEXITSTATUS(status);
+  } else {
+    outcome.end = ProgramEnd::Killed;
+  }
   std::this_thread::sleep_for(options.settleTime);
-  return true;
+  return outcome;
+}
+
+void EndRunningPrograms() {
+  const std::lock_guard lock(g_childrenMutex);
+  g_ending = true;
+  for (const pid_t child : g_children) ::kill(child, SIGKILL);
 }
 
 }  // namespace quorvane

@@ -375,7 +375,8 @@ void Recd_Frm::Cancel_Btn_Click() {
 
 void Recd_Frm::OpenRecordFile() {
   RecordFileName = NewTempFileName("wav");
-  file_ = FileHandle(::open(RecordFileName.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
+  // The recording is the user's voice: readable by the user alone.
+  file_ = FileHandle(::open(RecordFileName.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
   if (!file_.IsOpen()) {
     UserInterface().Message(ErrorDescription(std::system_error(errno, std::generic_category())) +
                             kCrLf + RecordFileName);

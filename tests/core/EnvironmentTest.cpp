@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <limits>
 
 #include "core/AppFolders.h"
@@ -67,50 +68,60 @@ TEST_F(EnvironmentTest, SettingsRoundTripWithTheirDefaults) {
 }
 
 TEST_F(EnvironmentTest, TempFolderComesFromTheSettingOrFallsBack) {
-  ASSERT_TRUE(InitTempFolder(100.0));
+  ASSERT_TRUE(InitTempFolder());
   EXPECT_EQ(Env().TempRoot, root.File("tmp"));
-  EXPECT_EQ(Env().SessionFolder, root.File("tmp") + "/fm101");
+  EXPECT_EQ(fs::path(Env().SessionFolder).parent_path(), root.File("tmp"));
   EXPECT_EQ(SettingGet("General", "InstalledPath", ""), root.File("app"));
   EXPECT_GT(std::stoll(SettingGet("General", "FreeHardDisk", "0")), 0);
 
   for (const std::string& unusable : {root.File("gone"), root.Write("afile", "")}) {
     SettingPut("General", "TmpDir0", unusable);
-    ASSERT_TRUE(InitTempFolder(200.0));
+    ASSERT_TRUE(InitTempFolder());
     EXPECT_EQ(Env().TempRoot, root.File("tmp"));
   }
 
   fs::create_directory(root.File("chosen"));
   SettingPut("General", "TmpDir0", root.File("chosen"));
-  ASSERT_TRUE(InitTempFolder(400.0));
-  EXPECT_EQ(Env().SessionFolder, root.File("chosen") + "/fm401");
+  ASSERT_TRUE(InitTempFolder());
+  EXPECT_EQ(fs::path(Env().SessionFolder).parent_path(), root.File("chosen"));
 }
 
-TEST_F(EnvironmentTest, SessionFolderSkipsNamesThatAreTaken) {
-  Env().TempRoot = root.File("tmp");
-  fs::create_directory(root.File("tmp/fm45001"));
-  root.Write("tmp/fm45002", "a file, not a folder");
-  EXPECT_EQ(MakeSessionFolder(45000.0), root.File("tmp/fm45003"));
-  EXPECT_TRUE(fs::is_directory(root.File("tmp/fm45003")));
-  EXPECT_EQ(MakeSessionFolder(10.5), root.File("tmp/fm11"));  // 10.5 rounds to 10
+TEST_F(EnvironmentTest, SessionFolderIsPrivateAndNoNameTakenBeforehandStopsAStart) {
+  // Names of the form "fm" + the seconds since midnight, taken by someone else.
+  for (int second = 0; second <= 86400; second += 60) {
+    fs::create_directory(root.File("tmp/fm" + std::to_string(second)));
+    root.Write("tmp/fm" + std::to_string(second + 1), "a file, not a folder");
+  }
+  ASSERT_TRUE(InitTempFolder());
+  const fs::path folder = Env().SessionFolder;
+  EXPECT_EQ(folder.parent_path(), root.File("tmp"));
+  EXPECT_EQ(folder.filename().string().substr(0, 2), "fm");
+  EXPECT_TRUE(fs::is_directory(folder));
+  EXPECT_TRUE(fs::is_empty(folder));
+  EXPECT_EQ(fs::status(folder).permissions() & fs::perms::all, fs::perms::owner_all);
+  // The next run's name cannot be told from this one's.
+  const std::string next = MakeSessionFolder();
+  EXPECT_NE(next, "");
+  EXPECT_NE(next, folder.string());
   Env().TempRoot = root.File("not-there");
-  EXPECT_EQ(MakeSessionFolder(1.0), "");
+  EXPECT_EQ(MakeSessionFolder(), "");
 }
 
 TEST_F(EnvironmentTest, TemporaryNamesSkipExistingFilesAndGoWithTheSessionFolder) {
-  ASSERT_TRUE(InitTempFolder(500.0));
+  ASSERT_TRUE(InitTempFolder());
   const std::string folder = Env().SessionFolder;
   EXPECT_EQ(NewTempFileName("wav"), folder + "/tm1.wav");
   EXPECT_EQ(NewTempFileName("wav"), folder + "/tm2.wav");
-  root.Write("tmp/fm501/tm3.wav", "");
+  std::ofstream(folder + "/tm3.wav");
   EXPECT_EQ(NewTempFileName("wav"), folder + "/tm4.wav");
   EXPECT_EQ(NewTempFileName(""), folder + "/tm5.tmp");
-  root.Write("tmp/fm501/tm1.tmp", "1234");
+  std::ofstream(folder + "/tm1.tmp") << "1234";
   RemoveSessionFolder();
   EXPECT_FALSE(fs::exists(folder));
 
-  ASSERT_TRUE(InitTempFolder(700.0));
+  ASSERT_TRUE(InitTempFolder());
   fs::create_directory(Env().SessionFolder + "/inner");  // not ours: the folder stays
-  root.Write("tmp/fm701/tm1.tmp", "1234");
+  std::ofstream(Env().SessionFolder + "/tm1.tmp") << "1234";
   RemoveSessionFolder();
   EXPECT_TRUE(fs::exists(Env().SessionFolder + "/inner"));
   EXPECT_FALSE(fs::exists(Env().SessionFolder + "/tm1.tmp"));

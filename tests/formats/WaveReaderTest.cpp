@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <filesystem>
 
 #include "formats/OpenSaveClass.h"
 #include "storage/BlockList.h"
@@ -167,10 +168,12 @@ TEST_F(WaveReaderTest, CompressedFilesAreDecodedAndDescribed) {
   // A-law's steps keep the decoded signal some 35 dB above its error.
   EXPECT_GT(testing::SignalToNoiseDb(testing::Channel(source, 2, 1), ChannelSamples(document, 2)),
             30);
-  // The decoded file lies in the session folder; the source stays where it was.
-  EXPECT_EQ(
-      OrgFileTable[static_cast<size_t>(document.OrgRoFileInUse)].FileName.rfind(session.Path(), 0),
-      0u);
+  // The decoded file lies in the session folder, the user's alone; the source stays where
+  // it was.
+  const std::string decoded = OrgFileTable[static_cast<size_t>(document.OrgRoFileInUse)].FileName;
+  EXPECT_EQ(decoded.rfind(session.Path(), 0), 0u);
+  EXPECT_EQ(std::filesystem::status(decoded).permissions(),
+            std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
   EXPECT_TRUE(ui.messages.empty());
 }
 
