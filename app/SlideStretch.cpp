@@ -4,6 +4,7 @@
 #include <functional>
 #include <vector>
 
+#include "core/Digest.h"
 #include "core/ProjectTables.h"
 #include "storage/FileMemoClass.h"
 #include "storage/OriginalFileStretch.h"
@@ -11,15 +12,6 @@
 namespace quorvane {
 
 namespace {
-
-constexpr uint64_t kFnvOffset = 14695981039346656037ULL;
-constexpr uint64_t kFnvPrime = 1099511628211ULL;
-
-void Mix(uint64_t& digest, uint64_t value) {
-  for (int byte = 0; byte < 8; ++byte) {
-    digest = (digest ^ ((value >> (8 * byte)) & 0xFF)) * kFnvPrime;
-  }
-}
 
 // Calls `chunk(left, right, count)` for the stretch in pieces; elements 1..count hold the
 // samples, `right` only for a stereo document. Stops when it returns false.
@@ -57,31 +49,31 @@ bool StretchIsSilent(FileMemoClass& document, int32_t first, int32_t last) {
 }
 
 uint64_t StretchDigest(FileMemoClass& document, int32_t first, int32_t last) {
-  uint64_t digest = kFnvOffset;
-  Mix(digest, static_cast<uint64_t>(std::max(0, last - first + 1)));
-  Mix(digest, static_cast<uint64_t>(document.WavFmtChannel));
+  Digest digest;
+  digest.Mix(std::max(0, last - first + 1));
+  digest.Mix(document.WavFmtChannel);
   ReadStretch(document, first, last, [&](const auto& left, const auto& right, int32_t count) {
     for (int32_t k = 1; k <= count; ++k) {
       const uint16_t r =
           right.size() > 1 ? static_cast<uint16_t>(right[static_cast<size_t>(k)]) : 0;
-      Mix(digest, static_cast<uint16_t>(left[static_cast<size_t>(k)]) | (uint64_t{r} << 16));
+      digest.Mix(static_cast<uint16_t>(left[static_cast<size_t>(k)]) | (int64_t{r} << 16));
     }
     return true;
   });
-  return digest;
+  return digest.Value();
 }
 
 uint64_t SlideMarkersDigest(int32_t n) {
   const ProjectData& project = Project();
   const int32_t start = project.Slides[static_cast<size_t>(n)].Start;
-  uint64_t digest = kFnvOffset;
+  Digest digest;
   for (int32_t m = 1; m <= project.MarkerCount; ++m) {
     const MarkerInfo& marker = project.Markers[static_cast<size_t>(m)];
     if (marker.Slide != n) continue;
-    Mix(digest, static_cast<uint64_t>(marker.Kind));
-    Mix(digest, static_cast<uint64_t>(static_cast<int64_t>(marker.Position) - start));
+    digest.Mix(marker.Kind);
+    digest.Mix(int64_t{marker.Position} - start);
   }
-  return digest;
+  return digest.Value();
 }
 
 bool SlideAudioEdited(FileMemoClass& document, int32_t n) {

@@ -1,5 +1,6 @@
 #include "storage/OriginalFileStretch.h"
 
+#include "core/Digest.h"
 #include "storage/BlockList.h"
 #include "storage/FileMemoClass.h"
 
@@ -7,20 +8,11 @@ namespace quorvane {
 
 namespace {
 
-constexpr uint64_t kFnvOffset = 14695981039346656037ULL;
-constexpr uint64_t kFnvPrime = 1099511628211ULL;
-
-void Mix(uint64_t& digest, int64_t value) {
-  for (int byte = 0; byte < 8; ++byte) {
-    digest = (digest ^ ((static_cast<uint64_t>(value) >> (8 * byte)) & 0xFF)) * kFnvPrime;
-  }
-}
-
 // Mixes the channel's blocks over [first, last] into the digest; false when one of them
 // is not a block of a matching original file or the stretch does not begin and end with
 // blocks.
 bool MixChannel(const FileMemoClass& document, const ChannelBlockList& channel, int32_t first,
-                int32_t last, const std::string& fileName, uint64_t& digest) {
+                int32_t last, const std::string& fileName, Digest& digest) {
   size_t from = 0;
   size_t to = 0;
   channel.Overlapping(first, last, from, to);
@@ -37,8 +29,8 @@ bool MixChannel(const FileMemoClass& document, const ChannelBlockList& channel, 
         file.Bits != document.WavFmtBits || file.Rate != document.WavFmtFreq) {
       return false;
     }
-    Mix(digest, block.FilePosition);
-    Mix(digest, block.Length);
+    digest.Mix(block.FilePosition);
+    digest.Mix(block.Length);
   }
   return true;
 }
@@ -48,13 +40,13 @@ bool MixChannel(const FileMemoClass& document, const ChannelBlockList& channel, 
 uint64_t OriginalFileLayout(const FileMemoClass& document, int32_t first, int32_t last,
                             const std::string& fileName) {
   if (first > last || fileName.empty()) return 0;
-  uint64_t digest = kFnvOffset;
+  Digest digest;
   if (!MixChannel(document, document.LeftChannel(), first, last, fileName, digest)) return 0;
   if (document.WavFmtChannel == 2 &&
       !MixChannel(document, document.RightChannel(), first, last, fileName, digest)) {
     return 0;
   }
-  return digest == 0 ? 1 : digest;
+  return digest.Value() == 0 ? 1 : digest.Value();
 }
 
 }  // namespace quorvane

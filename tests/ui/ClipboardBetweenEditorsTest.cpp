@@ -26,6 +26,9 @@ TEST(ClipboardBetweenEditors, CopyInOnePasteInTheOtherAndClosingTakesTheClipAway
   plan.targetFolder = files.Path();
   plan.slides = {TrackSlide("one.wav", PcmWave(1, 8000, 16, ramp))};
   const std::string project = WriteProject(files.File("talk.ini"), plan);
+  // The second editor has a presentation of its own: one project takes one session.
+  plan.targetFolder = files.File("other");
+  const std::string other = WriteProject(files.File("other.ini"), plan);
   const std::vector<std::string> environment = {"XDG_CONFIG_HOME=" + files.Path()};
 
   RunningProgram copier(QUORVANE_CLIPBOARD_PROBE, {"copy", project, "101", "300"}, environment);
@@ -34,7 +37,7 @@ TEST(ClipboardBetweenEditors, CopyInOnePasteInTheOtherAndClosingTakesTheClipAway
   EXPECT_EQ(LineAfter(onClipboard.err, "clipboard [").rfind("TarnuvoWaveEditorClip,", 0), 0u)
       << onClipboard.err;
   const ProgramRun paster =
-      RunProgram(QUORVANE_CLIPBOARD_PROBE, {"paste", project, "5001", "200"}, environment);
+      RunProgram(QUORVANE_CLIPBOARD_PROBE, {"paste", other, "5001", "200"}, environment);
   ASSERT_EQ(paster.exitStatus, 0) << paster.err;
 
   const ProgramRun closed = copier.Wait(true);
