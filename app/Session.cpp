@@ -186,7 +186,10 @@ void LoadSlideAudio(FileMemoClass& document, int32_t n, float duration, int64_t&
   const std::string& path = slide.TrackPath;
   std::error_code error;
   slide.TrackUnreadable = false;
-  if (std::filesystem::exists(std::filesystem::symlink_status(path, error))) {
+  // An empty file holds nothing to lose: it counts as missing (a host may make one for a
+  // slide still to be recorded).
+  const bool empty = FileExists(path) && std::filesystem::file_size(path, error) == 0 && !error;
+  if (!empty && std::filesystem::exists(std::filesystem::symlink_status(path, error))) {
     if (!FileExists(path)) {
       UserInterface().Message("The track of slide " + DecimalText(n) +
                                   " is not a file that can be read:" + kCrLf + path,

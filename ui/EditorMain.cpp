@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <iostream>
 
+#include "app/ProjectLock.h"
 #include "app/SessionLifetime.h"
 #include "core/AppFolders.h"
 #include "core/Trace.h"
@@ -23,11 +24,12 @@ int main(int argc, char** argv) {
   const MainOutcome outcome = Main("");
   if (outcome != MainOutcome::Embedding) return outcome == MainOutcome::ProjectNotLoaded ? 1 : 0;
 
-  // Ending at once, without further events: only the temporary files of a session that
-  // may still run are taken away first.
+  // Ending at once, without further events: only the temporary files and the project lock
+  // of a session that may still run are taken away first.
   const auto endProcess = [](int status) {
     ReleaseAllFiles();
     RemoveSessionFolder();
+    UnlockProject();
     std::_Exit(status);
   };
   CallerClass caller(

@@ -640,12 +640,12 @@ TEST_F(ProjectSession, LongTracksAreConvertedAcrossBlocks) {
   }
 }
 
-TEST_F(ProjectSession, AMissingTrackIsSilenceOfItsDurationAShortOnePaddedALongOneKept) {
+TEST_F(ProjectSession, AMissingOrEmptyTrackIsSilenceOfItsDurationAShortOnePaddedALongOneKept) {
   const auto voice = Ramp(33075, 100, 3);  // 1.5 s at 22050 Hz
   ProjectPlan plan;
   plan.baseFrequency = "22050";
   plan.slides = {TrackSlide("padded.wav", PcmWave(1, 22050, 16, voice), "2.5"),
-                 SlidePlan{"Gap", "absent.wav", "2.5", "2.5", {}, {}},
+                 SlidePlan{"Gap", "absent.wav", "2.5", "2.5", {}, ""},  // an empty file
                  TrackSlide("kept.wav", PcmWave(1, 22050, 16, voice), "1"),
                  TrackSlide("last.wav", PcmWave(1, 22050, 16, Ramp(5, 1)), "0")};
   LoadProject(plan);
