@@ -22,13 +22,15 @@ void PadTrackToDuration(FileMemoClass& track, float seconds);
 // Inserts the whole track into the document at `position` (clamped to 1..length + 1).
 void AppendTrack(FileMemoClass& document, FileMemoClass& track, int32_t position);
 
-// Loads slide n's track (or its silence) and appends it after `runningTotal` samples;
-// sets the slide's Start and adds the track's length to the total.
+// Loads slide n's track from its TrackPath (or its silence) and appends it after
+// `runningTotal` samples; sets the slide's Start, adds the track's length to the total,
+// and marks the slide TrackUnreadable when a file was there that could not be read whole.
 void LoadSlideAudio(FileMemoClass& document, int32_t n, float duration, int64_t& runningTotal);
 
 // Writes slide n's stretch of the document for its track file, staged to be put in place
 // with the rest of the save, or stages the file's deletion when the stretch is shorter
-// than 3 samples or silent. False when the new file could not be written whole.
+// than 3 samples or silent; leaves a track that already holds the stretch alone. False
+// when the new file could not be written whole.
 bool SaveSlideAudio(FileMemoClass& document, int32_t n, StagedFiles& staged);
 
 }  // namespace quorvane
