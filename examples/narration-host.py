@@ -73,7 +73,7 @@ def read_back(project):
     return slides
 
 
-def wait_for_editor(bus, seconds=10):
+def wait_for_editor(bus, seconds=30):
     deadline = time.monotonic() + seconds
     while time.monotonic() < deadline:
         if bus.name_has_owner(SERVICE):
