@@ -143,7 +143,8 @@ void PadTrackToDuration(FileMemoClass& track, float seconds) {
   }
 }
 
-void AppendTrack(FileMemoClass& document, FileMemoClass& track, int32_t position) {
+void AppendTrack(FileMemoClass& document, FileMemoClass& track, int32_t position,
+                 const std::string& undoName) {
   const BusyPointer busy;
   try {
     if (track.WavWaveINos == 0) return;
@@ -157,19 +158,20 @@ void AppendTrack(FileMemoClass& document, FileMemoClass& track, int32_t position
       document.WavFmtFreq = track.WavFmtFreq;
       document.WavFmtBits = track.WavFmtBits;
       document.WavFmtChannel = track.WavFmtChannel;
-      document.WaveDataInsert(1, ChannelChoice(document), &left, &right, "", true);
+      document.WaveDataInsert(1, ChannelChoice(document), &left, &right, undoName, true);
     } else if (document.WavFmtChannel == track.WavFmtChannel) {
-      document.WaveDataInsert(position, ChannelChoice(document), &left, &right, "", true);
+      document.WaveDataInsert(position, ChannelChoice(document), &left, &right, undoName, true);
     } else if (document.WavFmtChannel == 1) {
-      // A stereo track turns the document stereo, its mono audio heard on both sides.
+      // A stereo track turns the document stereo, its mono audio heard on both sides; the
+      // three steps are one operation, undone together.
       BlockCarrBuffClass mono;
       BlockCarrBuffClass unused;
       document.WaveCollectData(1, document.WavWaveINos, 1, mono, unused);
-      document.WaveDataChangeFmt(2, 0, 0, "Stereo");
-      document.WaveDataInsert(1, 2, &unused, &mono, "", true);
-      document.WaveDataInsert(position, 0, &left, &right, "", true);
+      document.WaveDataChangeFmt(2, 0, 0, undoName, false);
+      document.WaveDataInsert(1, 2, &unused, &mono, undoName, false);
+      document.WaveDataInsert(position, 0, &left, &right, undoName, true);
     } else {
-      document.WaveDataInsert(position, 0, &left, &left, "", true);
+      document.WaveDataInsert(position, 0, &left, &left, undoName, true);
     }
   } catch (const std::exception& error) {
     UserInterface().Message(ErrorDescription(error), MessageIcon::None, "File Insert Error");

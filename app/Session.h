@@ -20,7 +20,8 @@ void LoadTrackFile(const std::string& path, std::unique_ptr<FileMemoClass>& trac
 void PadTrackToDuration(FileMemoClass& track, float seconds);
 
 // Inserts the whole track into the document at `position` (clamped to 1..length + 1).
-void AppendTrack(FileMemoClass& document, FileMemoClass& track, int32_t position);
+void AppendTrack(FileMemoClass& document, FileMemoClass& track, int32_t position,
+                 const std::string& undoName = "");
 
 // Loads slide n's track from its TrackPath (or its silence) and appends it after
 // `runningTotal` samples; sets the slide's Start, adds the track's length to the total,

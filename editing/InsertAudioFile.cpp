@@ -62,7 +62,7 @@ InsertPosFrm& InsertPositionForm() {
 const std::string& LastInsertFolder() { return g_lastFolder; }
 
 bool InsertAudioFile(FileMemoClass& document, const std::string& FileName, int32_t CurrentSlide,
-                     InsertFilePrompts& prompts) {
+                     InsertFilePrompts& prompts, const std::string& UndoName) {
   try {
     std::string name = FileName;
     if (!name.empty()) {
@@ -81,7 +81,7 @@ bool InsertAudioFile(FileMemoClass& document, const std::string& FileName, int32
     LoadTrackFile(name, track, Project().BaseFrequency, Project().BaseBits);
     if (!track || track->WavWaveINos == 0) return false;
     const int32_t before = document.WavWaveINos;
-    AppendTrack(document, *track, position);
+    AppendTrack(document, *track, position, UndoName);
     EditorState& editor = Editor();
     editor.CurrentFmtBits = document.WavFmtBits;
     editor.CurrentFmtChannel = document.WavFmtChannel;

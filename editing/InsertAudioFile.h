@@ -32,10 +32,10 @@ class InsertFilePrompts {
 };
 
 // An empty FileName first asks for a file. The audio goes in at the cursor, or at the
-// start or before the last sample of slide `CurrentSlide`, as chosen; what the session's
-// track insert records is the undo item. True when audio was inserted.
+// start or before the last sample of slide `CurrentSlide`, as chosen, as one undo item
+// named `UndoName`. True when audio was inserted.
 bool InsertAudioFile(FileMemoClass& document, const std::string& FileName, int32_t CurrentSlide,
-                     InsertFilePrompts& prompts);
+                     InsertFilePrompts& prompts, const std::string& UndoName = "Insert File");
 
 // The folder and name of the file last chosen in the open-file dialog.
 const std::string& LastInsertFolder();

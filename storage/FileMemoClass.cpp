@@ -143,12 +143,11 @@ void FileMemoClass::PadChannels(const std::string& UndoName) {
 }
 
 void FileMemoClass::WaveDataChangeFmt(int32_t NewChn, int32_t NewBits, int32_t NewFreq,
-                                      const std::string& UndoName) {
+                                      const std::string& UndoName, bool IsLastOperation) {
   if (!IsTempObject) DropRedo();
   const bool recorded = RecordsUndo();
   if (recorded) {
-    // A format change is a user operation of its own: undone alone, never with the next.
-    UndoItem& item = NewUndoItem(kUndoFormat, UndoName, true);
+    UndoItem& item = NewUndoItem(kUndoFormat, UndoName, IsLastOperation);
     item.Position = WavFmtBits;
     item.Channel = WavFmtChannel;
     item.Length = WavFmtFreq;

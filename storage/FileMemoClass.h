@@ -67,8 +67,10 @@ class FileMemoClass {
   // The same, with every collected block lying in a file, for the player.
   void WaveCollectData_ForPlay(int32_t FromPos, int32_t ToPos, int32_t WorkChn,
                                BlockCarrBuffClass& FileObL, BlockCarrBuffClass& FileObR);
+  // A format change is undone alone unless IsLastOperation is false: then it goes with the
+  // edits that follow, up to the one that ends the operation.
   void WaveDataChangeFmt(int32_t NewChn, int32_t NewBits, int32_t NewFreq,
-                         const std::string& UndoName);
+                         const std::string& UndoName, bool IsLastOperation = true);
   void WaveDataReplace(int32_t PosStart, int32_t WorkChn, const BlockCarrBuffClass* FileObL,
                        const BlockCarrBuffClass* FileObR, const std::string& UndoName,
                        bool IsLastOperation);

@@ -51,9 +51,14 @@ void ShiftForInsert(int32_t PosStart, int32_t length, UndoItem* item) {
   if (item) SaveSlideBoundaries(*item);
   ProjectData& project = Project();
   bool passedInsertionPoint = false;
+  // The end entry is always the length + 1: audio inserted after the last sample belongs to
+  // the last slide, never to the stretch beyond it.
+  const int32_t endEntry = LastSlideEntry();
   for (int32_t i = 1; i <= LastSlideEntry(); ++i) {
     int32_t& start = project.Slides[i].Start;
-    if (start == PosStart && !passedInsertionPoint) {
+    if (i == endEntry && start >= PosStart) {
+      start += length;
+    } else if (start == PosStart && !passedInsertionPoint) {
       passedInsertionPoint = true;
     } else if (start > PosStart || passedInsertionPoint) {
       start += length;

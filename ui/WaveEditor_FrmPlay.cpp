@@ -135,7 +135,8 @@ void WaveEditor_Frm::InsertRecording_Mnu_Click() {
     if (form.FormInitilize()) {
       form.exec();
       if (form.OkClicked) {
-        InsertAudioFile(*document_, form.RecordFileName, View().CurrentSlide, *this);
+        InsertAudioFile(*document_, form.RecordFileName, View().CurrentSlide, *this,
+                        "Insert Recording");
         Refresh_Wave_View();
       }
     }

@@ -294,6 +294,20 @@ TEST_F(BatchTool, ClipboardFileAndEffectCommandsRunAsTheMenusDo) {
   ExpectSessionFolderGone();
 }
 
+// A file inserted at the last sample goes after it, into the last slide, and is saved with
+// it: the slide's track ends with the file's samples.
+TEST_F(BatchTool, AFileInsertedAtTheEndIsSavedWithTheLastSlide) {
+  WriteProject();
+  const std::vector<int16_t> clip = Ramp(100, 100);
+  const std::string path = folder.Write("clip.wav", PcmWave(1, 11025, 16, clip));
+  const ProgramRun run = Run("insert-file 4005 " + path + " info save");
+  EXPECT_EQ(run.exitStatus, 0) << run.err;
+  EXPECT_EQ(run.out,
+            Info(4105, true, "Undo [Insert File]", {1, 1001, 1801, 4106}, {111, 552, 1442}));
+  const std::vector<int16_t> last = Joined({Zeros(2205), clip});
+  EXPECT_EQ(ReadFileBytes(Track("gap.wav")), PcmWave(2, 11025, 16, Interleave(last, last)));
+}
+
 TEST_F(BatchTool, AProjectThatCannotBeLoadedEndsWithStatusOne) {
   // The path is trimmed first: blanks name no project. Every reason the loading refuses a
   // project is told the same way (the app tests have them all).

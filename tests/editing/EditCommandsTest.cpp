@@ -150,6 +150,10 @@ TEST_F(EditCommands, InsertAudioFileAtEachPositionOfTheDialog) {
     EXPECT_EQ(prompts.cursorEnabled, c.cursor != 0);
     EXPECT_EQ(QuickSamples(document, 2), Joined({SignalRun(1, 0, c.at - 1), Ramp(50, 1, 1),
                                                  SignalRun(1, c.at - 1, 3001 - c.at)}));
+    // The end entry follows every insert, so audio put after the last sample is the last
+    // slide's; one undo item takes the insert back.
+    EXPECT_EQ(SlideStarts().back(), 3051);
+    EXPECT_EQ(menu.menuCaption, "Undo [Insert File]");
     EditUndo(document);
     ExpectUntouched();
   }
@@ -157,6 +161,30 @@ TEST_F(EditCommands, InsertAudioFileAtEachPositionOfTheDialog) {
   EXPECT_EQ(prompts.shownOption, 2);
   EXPECT_EQ(prompts.title, "Select a Wave file to Insert");
   EXPECT_EQ(ui.messages.size(), 0u);
+}
+
+// A stereo recording inserted into a mono document makes it stereo; one undo, named after
+// the insert, brings back the mono document exactly.
+TEST_F(EditCommands, AStereoFileInsertedIntoAMonoDocumentIsOneUndoItem) {
+  Project().BaseFrequency = 44100;
+  Project().BaseBits = 16;
+  FileMemoClass mono;
+  LoadDocument(mono, SignalRun(0, 0, 3000), {}, 700);
+  const std::string wave = files.File("stereo.wav");
+  std::ofstream(wave, std::ios::binary) << PcmWave(2, 44100, 16, Ramp(100, 1, 1));
+  ScriptedPrompts prompts;
+  prompts.option = 0;
+  Editor().CursorPos = 1001;
+  ASSERT_TRUE(InsertAudioFile(mono, wave, 1, prompts, "Insert Recording"));
+  EXPECT_EQ(mono.WavFmtChannel, 2);
+  EXPECT_EQ(mono.WavWaveINos, 3050);
+  EXPECT_EQ(menu.menuCaption, "Undo [Insert Recording]");
+  EditUndo(mono);
+  EXPECT_EQ(mono.WavFmtChannel, 1);
+  EXPECT_EQ(mono.WavWaveINos, 3000);
+  EXPECT_EQ(mono.RightChannel().Blocks().size(), 0u);
+  EXPECT_EQ(QuickSamples(mono, 1), SignalRun(0, 0, 3000));
+  EXPECT_EQ(menu.menuCaption, "Undo [Nothing]");
 }
 
 TEST_F(EditCommands, InsertAudioFileRefusesMissingFilesAndOtherTypes) {

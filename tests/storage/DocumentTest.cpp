@@ -112,6 +112,13 @@ TEST_F(Slides, OnInsertWhatIsAtThePointStaysWhatFollowsMovesAndUndoRemovesFromTh
   SetSlideStarts({1, 1000, 1000, 3001});
   ShiftForInsert(1000, 10, nullptr);
   EXPECT_EQ(SlideStarts(), (std::vector<int32_t>{1, 1000, 1010, 3011}));
+  // The end entry follows audio added after the last sample, which the last slide takes,
+  // also when that slide was empty.
+  for (const bool emptyLast : {false, true}) {
+    SetSlideStarts({1, 1000, emptyLast ? 3001 : 2000, 3001});
+    ShiftForInsert(3001, 10, nullptr);
+    EXPECT_EQ(SlideStarts(), (std::vector<int32_t>{1, 1000, emptyLast ? 3001 : 2000, 3011}));
+  }
 }
 
 TEST_F(Slides, StayForOneChannelScratchDocumentsAndLoadingButMoveWithUndoOff) {
