@@ -15,10 +15,17 @@ PlaySource::PlaySource(std::vector<PlaySegment> left, std::vector<PlaySegment> r
       frames_(frames),
       gain_(gain) {}
 
+namespace {
+
+// Silence on offer after the range's end: more than the sink asks for at a time.
+constexpr int64_t kTailFrames = 16384;
+
+}  // namespace
+
 qint64 PlaySource::bytesAvailable() const {
   const int64_t frameBytes = 2 * deviceChannels_;
-  const int64_t left = loop_ ? frames_ : frames_ - position_;
-  return std::max<int64_t>(left, 0) * frameBytes + QIODevice::bytesAvailable();
+  const int64_t left = loop_ ? frames_ : std::max<int64_t>(frames_ - position_, kTailFrames);
+  return left * frameBytes + QIODevice::bytesAvailable();
 }
 
 qint64 PlaySource::readData(char* data, qint64 maxSize) {
@@ -41,8 +48,13 @@ qint64 PlaySource::readData(char* data, qint64 maxSize) {
     wanted -= take;
   }
   handedOut_ += given;
-  if (given == 0) exhausted_ = true;
-  return given * frameBytes;
+  if (loop_ || position_ < frames_) return given * frameBytes;
+  std::fill_n(out + given * deviceChannels_, wanted * deviceChannels_, int16_t{0});
+  if (!exhausted_) {
+    exhausted_ = true;
+    if (endReport_) endReport_();
+  }
+  return (given + wanted) * frameBytes;
 }
 
 void PlaySource::Fill(int16_t* out, int32_t frames) {

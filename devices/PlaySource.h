@@ -1,6 +1,8 @@
 // The stream the audio sink pulls from: the play range read from its files, the channels
 // interleaved in the device's layout, 8-bit document values raised to 16 bits, and after
-// the range's end either the end of the stream or, when looping, its start again.
+// the range's end either silence or, when looping, its start again. The silence keeps the
+// device playing until its clock has passed the range's last frame: a stream that runs dry
+// may keep its last few hundred frames unplayed, waiting for more.
 #pragma once
 
 #include <QIODevice>
@@ -22,9 +24,13 @@ class PlaySource : public QIODevice {
              int32_t deviceChannels, int32_t bits, int64_t frames, float gain);
 
   void SetLoop(bool loop) { loop_ = loop; }
-  // Frames handed to the sink since the start, counting every pass of a loop.
+  // Frames of the range handed to the sink since the start, counting every pass of a loop
+  // and none of the silence after its end.
   int64_t FramesHandedOut() const { return handedOut_; }
+  // Whether the range's last frame has been handed out (never while looping).
   bool Exhausted() const { return exhausted_; }
+  // Called once, on the reading thread, when the range's last frame has been handed out.
+  void SetEndReport(std::function<void()> report) { endReport_ = std::move(report); }
   // Called with the first failure of a read, once per source.
   void SetFailureReport(std::function<void(const std::string&)> report) {
     report_ = std::move(report);
@@ -53,6 +59,7 @@ class PlaySource : public QIODevice {
   bool exhausted_ = false;
   bool reported_ = false;
   std::function<void(const std::string&)> report_;
+  std::function<void()> endReport_;
 };
 
 }  // namespace quorvane

@@ -78,9 +78,18 @@ class QuorvanePlayer::Engine : public QObject {
     const int64_t ahead = std::min<int64_t>(memoryLimit_, deviceRate_ / 4 * frameBytes);
     sink_->setBufferSize(static_cast<qsizetype>(std::max<int64_t>(ahead, 4096)));
     const uint64_t play = ++play_;
+    // Once the range's last frame is out, the device's clock is watched until it has
+    // played it.
+    source_->SetEndReport([this, play] {
+      QMetaObject::invokeMethod(
+          this,
+          [this, play] {
+            if (play == play_ && state_ != 0) endWatch_.start();
+          },
+          Qt::QueuedConnection);
+    });
     QObject::connect(
         sink_.get(), &QAudioSink::stateChanged, this, [this, play](QAudio::State state) {
-          if (state == QAudio::IdleState && source_ && source_->Exhausted()) endWatch_.start();
           // The player stops its sink only after leaving state 1 or 3: a sink that stops
           // while the player still plays or pauses was stopped under it. It is still
           // inside its own signal, so it is let go of once the signal has returned.
@@ -109,14 +118,14 @@ class QuorvanePlayer::Engine : public QObject {
     Report(message, "Play failed");
   }
 
-  // The sink goes idle while the device still plays its last buffer: the range has ended
-  // only when the device's clock has passed every frame handed out.
+  // The range has ended only when the device's clock has passed every frame of it handed
+  // out; the silence after it is cut off here.
   void WatchEnd() {
     if (!sink_ || !source_) {
       endWatch_.stop();
       return;
     }
-    if (PlayedFrames() >= source_->FramesHandedOut()) Stop();
+    if (source_->Exhausted() && PlayedFrames() >= source_->FramesHandedOut()) Stop();
   }
 
   int64_t PlayedFrames() const {

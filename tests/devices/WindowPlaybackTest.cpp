@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <QAction>
+#include <QElapsedTimer>
 #include <QLabel>
 #include <QPushButton>
 #include <QRadioButton>
@@ -10,6 +11,7 @@
 #include "devices/PlayControl.h"
 #include "storage/EditorState.h"
 #include "storage/FileMemoClass.h"
+#include "tests/devices/LoopbackRecorder.h"
 #include "tests/ui/EditorWindowFixture.h"
 #include "ui/InsertPosDialog.h"
 #include "ui/Recd_Frm.h"
@@ -37,6 +39,52 @@ TEST_F(WindowPlayback, PlayToolbarFollowsPlayPauseContinueAndTheEnd) {
   EXPECT_FALSE(window.Button("Pause")->isEnabled() || window.Button("Stop")->isEnabled());
   EXPECT_TRUE(window.Button("Record")->isEnabled());
   EXPECT_TRUE(ui.messages.empty());
+}
+
+// The stretches of sound in a recording, in seconds: runs of loud frames at most a tenth
+// of a second apart.
+std::vector<double> SoundLengths(const std::vector<int16_t>& samples, int32_t channels,
+                                 int32_t rate) {
+  std::vector<double> lengths;
+  const auto frames = static_cast<int64_t>(samples.size()) / channels;
+  int64_t first = -1;
+  int64_t last = -1;
+  for (int64_t i = 0; i <= frames; ++i) {
+    const bool loud = i < frames && std::abs(samples[static_cast<size_t>(i * channels)]) > 2000;
+    if (first >= 0 && (i == frames || (!loud && i - last > rate / 10))) {
+      lengths.push_back(static_cast<double>(last - first + 1) / rate);
+      first = -1;
+    }
+    if (loud) {
+      if (first < 0) first = i;
+      last = i;
+    }
+  }
+  return lengths;
+}
+
+// A half-second selection played with Space is heard once, the window is back in its
+// stopped state as soon as it has played, and Space plays it again.
+TEST_F(WindowPlayback, ASelectionPlayedWithSpaceEndsAndSpacePlaysItAgain) {
+  WaveEditor_Frm& window = Open();
+  Editor().SelStart = 1;
+  Editor().SelEnd = kFrames;
+  const LoopbackRecorder ear(2, kRate);
+  QTest::qWait(200);
+  for (int round = 1; round <= 2; ++round) {
+    SCOPED_TRACE(round);
+    QElapsedTimer clock;
+    clock.start();
+    QTest::keyClick(window.Wave_Pic(1), Qt::Key_Space);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !window.Button("PlayNew")->isEnabled(); }, 1000));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return window.Button("PlayNew")->isEnabled(); }, 2000));
+    EXPECT_LE(clock.elapsed(), 500 + 150);
+    EXPECT_FALSE(window.Button("Pause")->isEnabled() || window.Button("Stop")->isEnabled());
+    QTest::qWait(300);
+  }
+  const std::vector<double> heard = SoundLengths(ear.Samples(), 2, kRate);
+  ASSERT_EQ(heard.size(), 2u);
+  for (const double seconds : heard) EXPECT_NEAR(seconds, 0.5, 0.05);
 }
 
 TEST_F(WindowPlayback, RecordButtonInsertsTheRecordingAtTheCursor) {
