@@ -109,7 +109,8 @@ void WaveEditor_Frm::BuildMenus() {
   AddMenuItem(file, "FileImport_Mnu", "&Import", [this] { FileImport_Mnu_Click(); });
   AddMenuItem(
       file, "FileSave_Mnu", "&Save", [this] { FileSave_Mnu_Click(); }, QKeySequence::Save);
-  AddMenuItem(file, "FileExit_Mnu", "E&xit", [this] { FileExit_Mnu_Click(); });
+  AddMenuItem(
+      file, "FileExit_Mnu", "E&xit", [this] { FileExit_Mnu_Click(); }, QKeySequence::Quit);
 
   QMenu* edit = menuBar()->addMenu("&Edit");
   undoMenu_ = AddMenuItem(
