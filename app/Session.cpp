@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "app/AudioFileName.h"
+#include "app/CuePoints.h"
 #include "app/SampleConversions.h"
 #include "app/SlideStretch.h"
 #include "app/StagedFiles.h"
@@ -143,11 +144,11 @@ void PadTrackToDuration(FileMemoClass& track, float seconds) {
   }
 }
 
-void AppendTrack(FileMemoClass& document, FileMemoClass& track, int32_t position,
-                 const std::string& undoName) {
+int32_t AppendTrack(FileMemoClass& document, FileMemoClass& track, int32_t position,
+                    const std::string& undoName, bool endsOperation) {
   const BusyPointer busy;
   try {
-    if (track.WavWaveINos == 0) return;
+    if (track.WavWaveINos == 0) return 0;
     if (position < 1) position = 1;
     if (position >= document.WavWaveINos) position = document.WavWaveINos + 1;
     BlockCarrBuffClass left;
@@ -158,9 +159,12 @@ void AppendTrack(FileMemoClass& document, FileMemoClass& track, int32_t position
       document.WavFmtFreq = track.WavFmtFreq;
       document.WavFmtBits = track.WavFmtBits;
       document.WavFmtChannel = track.WavFmtChannel;
-      document.WaveDataInsert(1, ChannelChoice(document), &left, &right, undoName, true);
-    } else if (document.WavFmtChannel == track.WavFmtChannel) {
-      document.WaveDataInsert(position, ChannelChoice(document), &left, &right, undoName, true);
+      document.WaveDataInsert(1, ChannelChoice(document), &left, &right, undoName, endsOperation);
+      return 1;
+    }
+    if (document.WavFmtChannel == track.WavFmtChannel) {
+      document.WaveDataInsert(position, ChannelChoice(document), &left, &right, undoName,
+                              endsOperation);
     } else if (document.WavFmtChannel == 1) {
       // A stereo track turns the document stereo, its mono audio heard on both sides; the
       // three steps are one operation, undone together.
@@ -169,12 +173,14 @@ void AppendTrack(FileMemoClass& document, FileMemoClass& track, int32_t position
       document.WaveCollectData(1, document.WavWaveINos, 1, mono, unused);
       document.WaveDataChangeFmt(2, 0, 0, undoName, false);
       document.WaveDataInsert(1, 2, &unused, &mono, undoName, false);
-      document.WaveDataInsert(position, 0, &left, &right, undoName, true);
+      document.WaveDataInsert(position, 0, &left, &right, undoName, endsOperation);
     } else {
-      document.WaveDataInsert(position, 0, &left, &left, undoName, true);
+      document.WaveDataInsert(position, 0, &left, &left, undoName, endsOperation);
     }
+    return position;
   } catch (const std::exception& error) {
     UserInterface().Message(ErrorDescription(error), MessageIcon::None, "File Insert Error");
+    return 0;
   }
 }
 
@@ -246,14 +252,21 @@ bool SaveSlideAudio(FileMemoClass& document, int32_t n, StagedFiles& staged) {
     staged.StageDeletion(file);
     return true;
   }
+  const std::string ending = LowerEnding(slide.Track, 4);
+  // A WAV track carries the slide's markers as cue points.
+  const bool cues = ending == ".wav" && CuePointsWanted();
+  const std::vector<WaveCuePoint> points = cues ? SlideCuePoints(n) : std::vector<WaveCuePoint>{};
   // Writing the same samples again would only cost time and wear: a save after an edit of
   // one slide of many writes that one.
-  if (SlideTrackUpToDate(document, n)) return true;
+  if (SlideTrackUpToDate(document, n) && (!cues || TrackCuePointsUpToDate(n, file, points))) {
+    return true;
+  }
   OpenSaveClass files;
-  const std::string ending = LowerEnding(slide.Track, 4);
   if (ending == ".mp3") return files.FileWriteMp3Part(document, first, last, 0, staged.Stage(file));
-  if (ending == ".wav")
-    return files.FileWriteWavePart(document, first, last, 0, staged.Stage(file));
+  if (ending == ".wav") {
+    return files.FileWriteWavePart(document, first, last, 0, staged.Stage(file),
+                                   CueChunkBytes(points));
+  }
   return true;
 }
 

@@ -19,9 +19,11 @@ void LoadTrackFile(const std::string& path, std::unique_ptr<FileMemoClass>& trac
 // Makes the track round(seconds * rate) samples long: silence appended, or the end cut.
 void PadTrackToDuration(FileMemoClass& track, float seconds);
 
-// Inserts the whole track into the document at `position` (clamped to 1..length + 1).
-void AppendTrack(FileMemoClass& document, FileMemoClass& track, int32_t position,
-                 const std::string& undoName = "");
+// Inserts the whole track into the document at `position` (a position at or after the
+// last sample means after it), as one operation named `undoName` that ends here unless
+// `endsOperation` is false. The position it went in at; 0 when nothing went in.
+int32_t AppendTrack(FileMemoClass& document, FileMemoClass& track, int32_t position,
+                    const std::string& undoName = "", bool endsOperation = true);
 
 // Loads slide n's track from its TrackPath (or its silence) and appends it after
 // `runningTotal` samples; sets the slide's Start, adds the track's length to the total,

@@ -87,13 +87,21 @@ bool SlideMarkersEdited(int32_t n) {
 
 void NoteLoadedSlides(FileMemoClass& document) {
   ProjectData& project = Project();
+  // Every slide's markers in one pass, as SlideMarkersDigest takes them one slide at a time.
+  std::vector<Digest> markers(static_cast<size_t>(project.SlideCount) + 1);
+  for (int32_t m = 1; m <= project.MarkerCount; ++m) {
+    const MarkerInfo& marker = project.Markers[static_cast<size_t>(m)];
+    if (marker.Slide < 1 || marker.Slide > project.SlideCount) continue;
+    Digest& digest = markers[static_cast<size_t>(marker.Slide)];
+    digest.Mix(marker.Kind);
+    digest.Mix(int64_t{marker.Position} - project.Slides[static_cast<size_t>(marker.Slide)].Start);
+  }
   for (int32_t n = 1; n <= project.SlideCount; ++n) {
     SlideInfo& slide = project.Slides[static_cast<size_t>(n)];
     const int32_t last = SlideLast(document, n);
     slide.LoadedLayout = OriginalFileLayout(document, slide.Start, last, slide.TrackPath);
-    if (!slide.TrackUnreadable) continue;
-    slide.LoadedAudio = StretchDigest(document, slide.Start, last);
-    slide.LoadedMarkers = SlideMarkersDigest(n);
+    slide.LoadedMarkers = markers[static_cast<size_t>(n)].Value();
+    if (slide.TrackUnreadable) slide.LoadedAudio = StretchDigest(document, slide.Start, last);
   }
 }
 

@@ -72,6 +72,7 @@ std::string StagedFiles::Stage(const std::string& target) {
   Entry& entry = found != entries_.end() ? *found : entries_.emplace_back(Entry{target, ""});
   if (!entry.staged.empty()) RemoveStaged(entry.staged);
   entry.staged = name;
+  entry.mode = mode;
   return name;
 }
 
@@ -117,6 +118,9 @@ bool StagedFiles::Commit(const std::function<void(const std::string&)>& beforeRe
   for (; done < entries_.size(); ++done) {
     const Entry& entry = entries_[done];
     beforeReplace(entry.target);
+    // The writers may have made the staged file anew, private as temporary files are: it
+    // takes the permissions of the track it replaces.
+    if (!entry.staged.empty()) ::chmod(entry.staged.c_str(), entry.mode);
     const bool inPlace = entry.staged.empty() ? DeleteFileIfExists(entry.target)
                                               : ReplaceFile(entry.staged, entry.target);
     if (!inPlace) {

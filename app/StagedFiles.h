@@ -10,6 +10,8 @@
 // seconds after a save may, as before.
 #pragma once
 
+#include <sys/types.h>
+
 #include <functional>
 #include <string>
 #include <vector>
@@ -44,6 +46,7 @@ class StagedFiles {
   struct Entry {
     std::string target;
     std::string staged;  // empty: the target is deleted
+    mode_t mode = 0644;  // the target's permissions, which the staged file takes
   };
   std::vector<Entry> entries_;
 };

@@ -8,6 +8,8 @@
 #include <cstddef>
 #include <cstring>
 
+#include "platform/WaveSamples.h"
+
 namespace quorvane {
 
 PlayChannelReader::PlayChannelReader(std::vector<PlaySegment> segments)
@@ -73,11 +75,7 @@ bool PlayChannelReader::ReadSegment(const PlaySegment& segment, int32_t offset, 
     const size_t at = static_cast<size_t>(i) * frameBytes;
     if (at + sampleBytes > available) break;
     int16_t& sample = out[static_cast<std::ptrdiff_t>(i) * stride];
-    if (sampleBytes == 1) {
-      sample = static_cast<int16_t>(bytes_[at] - 128);
-    } else {
-      sample = static_cast<int16_t>(bytes_[at] | (bytes_[at + 1] << 8));
-    }
+    sample = DecodeWaveSample(bytes_.data() + at, sampleBytes);
   }
   if (descriptor >= 0 && available < wanted && failure.empty()) {
     failure = segment.FileName + ": the file ends before the audio it should hold";

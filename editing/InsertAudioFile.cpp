@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "app/AudioFileName.h"
+#include "app/CuePoints.h"
 #include "app/Session.h"
 #include "core/ErrorReport.h"
 #include "core/FileHelpers.h"
@@ -81,7 +82,15 @@ bool InsertAudioFile(FileMemoClass& document, const std::string& FileName, int32
     LoadTrackFile(name, track, Project().BaseFrequency, Project().BaseBits);
     if (!track || track->WavWaveINos == 0) return false;
     const int32_t before = document.WavWaveINos;
-    AppendTrack(document, *track, position, UndoName);
+    // A WAV file's cue points come in as click markers, ending the insert's undo item.
+    const bool cues = CuePointsWanted() && LowerEnding(name, 4) == ".wav" &&
+                      !ReadWaveCuePoints(name).Points.empty();
+    const int32_t at = AppendTrack(document, *track, position, UndoName, !cues);
+    if (cues && at > 0) {
+      AddClickMarkers(document,
+                      InsertedCuePositions(name, at, track->WavWaveINos, track->WavFmtFreq),
+                      UndoName);
+    }
     EditorState& editor = Editor();
     editor.CurrentFmtBits = document.WavFmtBits;
     editor.CurrentFmtChannel = document.WavFmtChannel;

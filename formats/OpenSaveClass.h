@@ -23,8 +23,10 @@ class OpenSaveClass {
   // Writes the whole document, or frames SavFromPos..SavToPos of the chosen channels;
   // false (after a message) when the file was not written whole.
   bool FileWriteWave(FileMemoClass& FilMemOb, const std::string& FileName1);
+  // `trailingChunks` (whole chunks, such as cue points) go after the data.
   bool FileWriteWavePart(FileMemoClass& FilMemOb, int32_t SavFromPos, int32_t SavToPos,
-                         int32_t WorkChn, const std::string& FileName1);
+                         int32_t WorkChn, const std::string& FileName1,
+                         const std::vector<unsigned char>& trailingChunks = {});
 
   // MP3 through the encoder program named by the project's "LamePath".
   bool FileLoadMp3(FileMemoClass& FilMemOb, const std::string& FileName1);
@@ -43,7 +45,8 @@ class OpenSaveClass {
  private:
   bool LoadWaveFile(FileMemoClass& document, const std::string& fileName);
   void WriteWaveRuns(FileMemoClass& document, const std::string& fileName, int32_t fromPos,
-                     int32_t frames, int32_t collectChannel, int32_t channelsWritten);
+                     int32_t frames, int32_t collectChannel, int32_t channelsWritten,
+                     const std::vector<unsigned char>& trailingChunks = {});
   bool CheckEncoder();
   bool EncodeMp3(const std::string& mp3File,
                  const std::function<bool(const std::string&)>& writeWave);

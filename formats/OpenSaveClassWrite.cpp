@@ -12,6 +12,7 @@
 #include "formats/BinaryFile.h"
 #include "formats/OpenSaveClass.h"
 #include "formats/WaveChunks.h"
+#include "platform/WaveSamples.h"
 #include "storage/BlockList.h"
 #include "storage/FileMemoClass.h"
 
@@ -41,14 +42,8 @@ void EncodeRun(const int16_t* left, const int16_t* right, size_t frames, int32_t
     return;
   }
   const auto put = [&at, bits](int16_t value) {
-    if (bits == 8) {
-      if (value < -128 || value > 127) ThrowError(6, "Overflow");
-      *at++ = static_cast<unsigned char>(value + 128);
-    } else {
-      const auto word = static_cast<uint16_t>(value);
-      *at++ = static_cast<unsigned char>(word & 0xFF);
-      *at++ = static_cast<unsigned char>(word >> 8);
-    }
+    if (bits == 8 && (value < -128 || value > 127)) ThrowError(6, "Overflow");
+    at = EncodeWaveSample(value, bits / 8, at);
   };
   for (size_t i = 0; i < frames; ++i) {
     put(left[i]);
@@ -60,11 +55,13 @@ void EncodeRun(const int16_t* left, const int16_t* right, size_t frames, int32_t
 
 void OpenSaveClass::WriteWaveRuns(FileMemoClass& document, const std::string& fileName,
                                   int32_t fromPos, int32_t frames, int32_t collectChannel,
-                                  int32_t channelsWritten) {
+                                  int32_t channelsWritten,
+                                  const std::vector<unsigned char>& trailingChunks) {
   const int32_t bits = document.WavFmtBits;
   const int32_t frameBytes = bits / 8 * channelsWritten;
   BinaryFile file(fileName, BinaryFile::Mode::Create);
-  const auto header = CanonicalWaveHeader(channelsWritten, document.WavFmtFreq, bits, frames);
+  const auto header = CanonicalWaveHeader(channelsWritten, document.WavFmtFreq, bits, frames,
+                                          static_cast<uint32_t>(trailingChunks.size()));
   file.WriteAt(0, header.data(), header.size());
 
   // The progress moves once per run; each run is read and written in pieces small enough
@@ -90,6 +87,12 @@ void OpenSaveClass::WriteWaveRuns(FileMemoClass& document, const std::string& fi
     file.WriteAt(kCanonicalHeaderBytes + static_cast<int64_t>(i) * frameBytes, bytes.data(),
                  bytes.size());
     i += length;
+  }
+  if (!trailingChunks.empty()) {
+    const auto dataBytes = static_cast<uint32_t>(frames) * static_cast<uint32_t>(frameBytes);
+    std::vector<unsigned char> tail(DataPadBytes(dataBytes), 0);
+    tail.insert(tail.end(), trailingChunks.begin(), trailingChunks.end());
+    file.WriteAt(kCanonicalHeaderBytes + int64_t{dataBytes}, tail.data(), tail.size());
   }
   file.CloseWritten();
 }
@@ -129,7 +132,8 @@ bool OpenSaveClass::FileWriteWave(FileMemoClass& FilMemOb, const std::string& Fi
 }
 
 bool OpenSaveClass::FileWriteWavePart(FileMemoClass& FilMemOb, int32_t SavFromPos, int32_t SavToPos,
-                                      int32_t WorkChn, const std::string& FileName1) {
+                                      int32_t WorkChn, const std::string& FileName1,
+                                      const std::vector<unsigned char>& trailingChunks) {
   Trace("FileWriteWavePart: Enter");
   const ShownProgress progress(kWritingBarColor);
   try {
@@ -162,7 +166,7 @@ bool OpenSaveClass::FileWriteWavePart(FileMemoClass& FilMemOb, int32_t SavFromPo
       }
     }
     WriteWaveRuns(FilMemOb, FileName1, SavFromPos, SavToPos - SavFromPos + 1, collect,
-                  channelsWritten);
+                  channelsWritten, trailingChunks);
     return true;
   } catch (const std::exception& error) {
     const int32_t number = ErrorNumber(error);

@@ -2,9 +2,9 @@
 // FileLoadWave, as a file opened by the user would be: PCM is described in place, anything
 // else goes through our FFmpeg decoder first. Every sample of the document is then read in
 // runs with WaveCollectBuff, compared with the bytes of the file the document describes,
-// and peeked at a few positions with WaveL/WaveR. Finally the document and the block list
-// are emptied, and the harness stops the run when the input left anything behind: a
-// block, a file use, a file in the session folder or an open file descriptor.
+// and peeked at a few positions with WaveL/WaveR; its cue points are read too. Finally the document
+// and the block list are emptied, and the harness stops the run when the input left anything
+// behind: a block, a file use, a file in the session folder or an open file descriptor.
 #include <dirent.h>
 #include <stdlib.h>
 #include <unistd.h>
@@ -28,6 +28,7 @@
 #include "formats/OpenSaveAcmClass.h"
 #include "formats/OpenSaveClass.h"
 #include "fuzz/FuzzSupport.h"
+#include "platform/WaveCuePoints.h"
 #include "storage/BlockList.h"
 #include "storage/DocumentWindow.h"
 #include "storage/EditorState.h"
@@ -219,6 +220,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     OpenSaveClass reader;
     reader.FileBlockLen = kFileBlockLen;
     if (reader.FileLoadWave(document, input)) ReadEverySample(document);
+    // The cue points an inserted file brings as markers are read from the same bytes: each
+    // takes 24 of them, whatever count the chunk claims.
+    if (ReadWaveCuePoints(input).Points.size() > size / 24) {
+      Fail("more cue points than the file has room for");
+    }
     EndSession(document);
   }
   return 0;

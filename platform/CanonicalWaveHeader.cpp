@@ -15,7 +15,8 @@ void Put32(unsigned char* at, uint32_t value) {
 
 std::array<unsigned char, kCanonicalHeaderBytes> CanonicalWaveHeader(int32_t channels,
                                                                      int32_t sampleRate,
-                                                                     int32_t bits, int64_t frames) {
+                                                                     int32_t bits, int64_t frames,
+                                                                     uint32_t trailingBytes) {
   std::array<unsigned char, kCanonicalHeaderBytes> header{};
   const uint32_t frameSize = static_cast<uint32_t>(channels * bits / 8);
   const uint32_t dataSize = static_cast<uint32_t>(frames) * frameSize;
@@ -24,7 +25,8 @@ std::array<unsigned char, kCanonicalHeaderBytes> CanonicalWaveHeader(int32_t cha
   const char* waveFmt = "WAVEfmt ";
   const char* data = "data";
   for (int i = 0; i < 4; ++i) h[i] = static_cast<unsigned char>(riff[i]);
-  Put32(h + 4, dataSize + 36);
+  const uint32_t trailing = trailingBytes == 0 ? 0 : DataPadBytes(dataSize) + trailingBytes;
+  Put32(h + 4, dataSize + 36 + trailing);
   for (int i = 0; i < 8; ++i) h[8 + i] = static_cast<unsigned char>(waveFmt[i]);
   Put32(h + 16, 16);
   h[20] = 1;

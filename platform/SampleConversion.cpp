@@ -3,6 +3,8 @@
 #include <cmath>
 #include <type_traits>
 
+#include "platform/WaveSamples.h"
+
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
@@ -13,7 +15,9 @@ namespace {
 
 struct FromUnsignedByte {
   using Type = uint8_t;
-  static int16_t Convert(uint8_t value) { return static_cast<int16_t>((value - 128) * 256); }
+  static int16_t Convert(uint8_t value) {
+    return static_cast<int16_t>(DecodeWaveSample(&value, 1) * 256);
+  }
 };
 
 struct FromInt16 {

@@ -4,6 +4,7 @@
 
 #include "core/Interaction.h"
 #include "core/Numbers.h"
+#include "core/PackedText.h"
 #include "storage/BlockFileTables.h"
 #include "storage/BlockListParts.h"
 #include "storage/BlockTable.h"
@@ -12,46 +13,6 @@
 namespace quorvane {
 
 using namespace block_list;
-
-namespace {
-
-void PackText(const std::string& text, std::vector<int32_t>& out) {
-  if (text.empty()) {
-    out.push_back(1);
-    out.push_back(0);
-    return;
-  }
-  const int32_t last = RoundHalfEven(static_cast<double>(text.size()) / 4.0 + 2.0);
-  const size_t first = out.size();
-  out.resize(first + static_cast<size_t>(last) + 1, 0);
-  out[first] = last;
-  out[first + 1] = static_cast<int32_t>(text.size());
-  for (size_t i = 0; i < text.size(); ++i) {
-    auto& element = out[first + 2 + i / 4];
-    const uint32_t byte = static_cast<unsigned char>(text[i]);
-    element = static_cast<int32_t>(static_cast<uint32_t>(element) | (byte << (8 * (i % 4))));
-  }
-}
-
-// Reads a packed text at `at`; moves `at` past it. False when the descriptor ends early.
-bool UnpackText(const std::vector<int32_t>& in, size_t& at, std::string& text) {
-  if (at + 1 >= in.size()) return false;
-  const int32_t last = in[at];
-  const int32_t length = in[at + 1];
-  if (last < 1 || length < 0 || at + static_cast<size_t>(last) >= in.size() ||
-      static_cast<size_t>(length) > 4 * static_cast<size_t>(last - 1)) {
-    return false;
-  }
-  text.resize(static_cast<size_t>(length));
-  for (size_t i = 0; i < text.size(); ++i) {
-    const uint32_t element = static_cast<uint32_t>(in[at + 2 + i / 4]);
-    text[i] = static_cast<char>((element >> (8 * (i % 4))) & 0xFF);
-  }
-  at += static_cast<size_t>(last) + 1;
-  return true;
-}
-
-}  // namespace
 
 std::vector<int32_t> BlocksToDescriptor(const std::vector<int32_t>& blocks) {
   // Whoever reads the description (another editor, the player's thread) reads the files.

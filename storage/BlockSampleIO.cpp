@@ -13,6 +13,7 @@
 
 #include "core/Interaction.h"
 #include "platform/FileHandle.h"
+#include "platform/WaveSamples.h"
 #include "storage/BlockFileTables.h"
 #include "storage/BlockListParts.h"
 #include "storage/BlockTable.h"
@@ -37,11 +38,6 @@ void ReportUnreadableFile(const std::string& name, const std::string& reason) {
       MessageRequest{std::string("Error - Could not read audio data from file") + kCrLf + name +
                          kCrLf + reason + kCrLf + "The samples that could not be read are silence.",
                      kAppTitle, MessageIcon::Critical, MessageButtons::OkOnly, 1});
-}
-
-int16_t DecodeSample(const uint8_t* bytes, int32_t sampleBytes) {
-  if (sampleBytes == 1) return static_cast<int16_t>(static_cast<int32_t>(bytes[0]) - 128);
-  return static_cast<int16_t>(static_cast<uint16_t>(bytes[0] | (bytes[1] << 8)));
 }
 
 // Reads `count` samples of one channel of an original file, the first at byte `offset`
@@ -96,10 +92,11 @@ bool ReadOriginalSamples(int32_t entry, int64_t offset, int32_t count, int16_t* 
     }
     for (int32_t i = 0; i < frames; ++i) {
       const size_t at = static_cast<size_t>(i) * frameBytes;
-      out[done + i] = at + sampleBytes <= got ? DecodeSample(buffer.data() + at, sampleBytes) : 0;
+      out[done + i] =
+          at + sampleBytes <= got ? DecodeWaveSample(buffer.data() + at, sampleBytes) : 0;
       if (neighbour) {
         neighbour[done + i] = at + 2 * static_cast<size_t>(sampleBytes) <= got
-                                  ? DecodeSample(buffer.data() + at + sampleBytes, sampleBytes)
+                                  ? DecodeWaveSample(buffer.data() + at + sampleBytes, sampleBytes)
                                   : 0;
       }
     }

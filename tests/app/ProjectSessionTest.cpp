@@ -9,9 +9,11 @@
 #include <vector>
 
 #include "app/AudioFileName.h"
+#include "app/CuePoints.h"
 #include "app/ProjectFile.h"
 #include "core/ErrorReport.h"
 #include "core/ProjectTables.h"
+#include "core/Settings.h"
 #include "editing/EditCommands.h"
 #include "storage/EditorState.h"
 #include "storage/FileMemoClass.h"
@@ -48,6 +50,9 @@ std::vector<int16_t> EverySecond(const std::vector<int16_t>& samples) {
 // fails the case.
 class ProjectSession : public SessionTest {
  protected:
+  // The tracks are checked byte for byte as canonical files; cue points have a case of
+  // their own.
+  ProjectSession() { SettingPut("", "CuePoints", "0"); }
   ~ProjectSession() override {
     EXPECT_EQ(ui.Texts(), std::vector<std::string>{}) << "messages nobody expected";
     document.StorageReset();
@@ -427,6 +432,34 @@ class ProjectSave : public ProjectSession {
   std::vector<int16_t> one, two, three;
   ProjectPlan plan;
 };
+
+// With cue points on, a saved track carries its slide's markers after the data, and the
+// RIFF size covers them; a track no save has written is not written while its slide is
+// as loaded.
+TEST_F(ProjectSave, AWrittenTrackCarriesItsSlidesMarkersAsCuePoints) {
+  SettingPut("", "CuePoints", "1");
+  LoadProject(plan);
+  const auto inode = [this](const char* name) {
+    struct stat status {};
+    ::stat(Track(name).c_str(), &status);
+    return status.st_ino;
+  };
+  const ino_t loaded = inode("one.wav");
+  ProjectFileSave(document);
+  EXPECT_EQ(inode("one.wav"), loaded);
+  Select(2, 3);
+  EditDelete(document);
+  ProjectFileSave(document);
+  const std::vector<WaveCuePoint> points = {{11023, "Click 1"}, {44107, "Click 2"}};
+  EXPECT_EQ(ReadWaveCuePoints(Track("one.wav")).Points, points);
+  const std::string bytes = TrackBytes("one.wav");
+  const std::string samples =
+      PcmWave(1, 22050, 16, Joined({Stretch(one, 1, 1), Stretch(one, 4, 66150)}));
+  EXPECT_EQ(bytes.substr(44, samples.size() - 44), samples.substr(44));
+  EXPECT_EQ(static_cast<uint8_t>(bytes[4]) | static_cast<uint8_t>(bytes[5]) << 8 |
+                static_cast<uint8_t>(bytes[6]) << 16,
+            static_cast<int>(bytes.size()) - 8);
+}
 
 TEST_F(ProjectSave, EditsMoveDurationsMarkersAndFilesUndoBringsThemBack) {
   LoadProject(plan);

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "app/ProjectLock.h"
+#include "platform/WaveCuePoints.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/CompressedWavFixtures.h"
 #include "tests/support/ProjectBuilder.h"
@@ -190,6 +191,7 @@ TEST_F(BatchTool, InfoAndSamplesDescribeTheDocument) {
 
 TEST_F(BatchTool, EditsAndSaveChangeTheTracksAndTheProjectFile) {
   WriteProject();
+  ::chmod(Track("one.wav").c_str(), 0664);  // a track written anew keeps its permissions
   // 100 samples of each of the first two slides go, then one second of silence goes in at
   // the start of the second slide.
   const ProgramRun run =
@@ -207,6 +209,9 @@ TEST_F(BatchTool, EditsAndSaveChangeTheTracksAndTheProjectFile) {
 
   // What the tracks hold the app tests check byte for byte; the missing one stays missing.
   EXPECT_FALSE(std::filesystem::exists(Track("gap.wav")));
+  struct stat status {};
+  ::stat(Track("one.wav").c_str(), &status);
+  EXPECT_EQ(status.st_mode & 07777, 0664u);
   EXPECT_EQ(IniValue(ReadFileBytes(Project()), "1", "Duration"), "0.082");
   EXPECT_EQ(HostFlagText(), "[Dynamic]\nTAEState=1\n");
   ExpectSessionFolderGone();
@@ -306,6 +311,36 @@ TEST_F(BatchTool, AFileInsertedAtTheEndIsSavedWithTheLastSlide) {
             Info(4105, true, "Undo [Insert File]", {1, 1001, 1801, 4106}, {111, 552, 1442}));
   const std::vector<int16_t> last = Joined({Zeros(2205), clip});
   EXPECT_EQ(ReadFileBytes(Track("gap.wav")), PcmWave(2, 11025, 16, Interleave(last, last)));
+}
+
+// A saved WAV track carries its slide's markers as cue points that a second tool reads,
+// and still loads with its samples; a WAV file's cue points come in with it as click
+// markers, which the insert's undo takes away again.
+TEST_F(BatchTool, MarkersTravelAsCuePointsInAndOutOfWavFiles) {
+  WriteProject();
+  EXPECT_EQ(Run("delete 1 10 save").exitStatus, 0);
+  const ProgramRun info = RunProgram("sndfile-info", {Track("one.wav")});
+  EXPECT_TRUE(std::regex_search(info.out, std::regex(R"(ID : +1 +Pos : +100 +Chunk : data)")))
+      << info.out;
+  EXPECT_TRUE(std::regex_search(info.out, std::regex(R"(ID : +2 +Pos : +541 +Chunk : data)")));
+  EXPECT_NE(info.out.find("labl : 1 : Click 1"), std::string::npos);
+  EXPECT_NE(info.out.find("labl : 2 : Auto 1"), std::string::npos);
+  EXPECT_EQ(Run("samples 1 2").out, SamplesLine(Stretch(one, 11, 12), Stretch(one, 11, 12)));
+
+  WriteProject();
+  std::string clip = PcmWave(1, 11025, 16, Ramp(100, 100));
+  const std::vector<unsigned char> cues = CueChunkBytes({{20, "Intro"}, {80, "Point"}});
+  clip += std::string(cues.begin(), cues.end());
+  clip.replace(4, 4, Le32(static_cast<uint32_t>(clip.size() - 8)));
+  const ProgramRun run =
+      Run("insert-file 1001 " + folder.Write("cues.wav", clip) + " info undo info");
+  EXPECT_EQ(run.exitStatus, 0) << run.err;
+  EXPECT_NE(run.out.find("{\"kind\":1,\"position\":1021,\"slide\":2},"
+                         "{\"kind\":1,\"position\":1081,\"slide\":2}"),
+            std::string::npos)
+      << run.out;
+  EXPECT_EQ(run.out.substr(run.out.find('\n') + 1),
+            Info(4005, true, "Undo [Nothing]", {1, 1001, 1801, 4006}, {111, 552, 1442}));
 }
 
 TEST_F(BatchTool, AProjectThatCannotBeLoadedEndsWithStatusOne) {

@@ -1,0 +1,78 @@
+#include "app/CuePoints.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "app/SlideStretch.h"
+#include "core/ProjectTables.h"
+#include "core/Settings.h"
+#include "storage/FileMemoClass.h"
+
+namespace quorvane {
+
+bool CuePointsWanted() { return SettingGet("", "CuePoints", "1") != "0"; }
+
+std::vector<WaveCuePoint> SlideCuePoints(int32_t n) {
+  const ProjectData& project = Project();
+  const int32_t start = project.Slides[static_cast<size_t>(n)].Start;
+  std::vector<const MarkerInfo*> markers;
+  for (int32_t m = 1; m <= project.MarkerCount; ++m) {
+    const MarkerInfo& marker = project.Markers[static_cast<size_t>(m)];
+    if (marker.Slide == n && marker.Position >= start) markers.push_back(&marker);
+  }
+  std::stable_sort(markers.begin(), markers.end(), [](const MarkerInfo* a, const MarkerInfo* b) {
+    return a->Position < b->Position;
+  });
+  std::vector<WaveCuePoint> points;
+  int clicks = 0;
+  int autos = 0;
+  for (const MarkerInfo* marker : markers) {
+    const bool click = marker->Kind == kClickMarker;
+    const int number = click ? ++clicks : ++autos;
+    points.push_back({static_cast<uint32_t>(marker->Position - start),
+                      (click ? "Click " : "Auto ") + std::to_string(number)});
+  }
+  return points;
+}
+
+bool TrackCuePointsUpToDate(int32_t n, const std::string& file,
+                            const std::vector<WaveCuePoint>& points) {
+  const std::vector<WaveCuePoint> carried = ReadWaveCuePoints(file).Points;
+  return carried == points || (carried.empty() && !SlideMarkersEdited(n));
+}
+
+std::vector<int32_t> InsertedCuePositions(const std::string& file, int32_t position, int32_t frames,
+                                          int32_t rate) {
+  const WaveCueList list = ReadWaveCuePoints(file);
+  std::vector<int32_t> positions;
+  if (list.Rate == 0 || rate <= 0) return positions;
+  for (const WaveCuePoint& point : list.Points) {
+    // Frames count at the file's rate; the audio may have been resampled to the document's.
+    const auto frame = static_cast<int64_t>(
+        std::llround(static_cast<double>(point.Frame) * rate / static_cast<double>(list.Rate)));
+    if (frame < frames) positions.push_back(position + static_cast<int32_t>(frame));
+  }
+  return positions;
+}
+
+void AddClickMarkers(FileMemoClass& document, const std::vector<int32_t>& positions,
+                     const std::string& undoName) {
+  ProjectData& project = Project();
+  std::vector<int32_t> added;
+  for (const int32_t position : positions) {
+    int32_t slide = 0;
+    for (int32_t i = 1; i <= project.SlideCount; ++i) {
+      if (project.Slides[static_cast<size_t>(i)].Start <= position &&
+          position < SlideEndPosition(i, document.WavWaveINos)) {
+        slide = i;
+      }
+    }
+    if (slide == 0) continue;
+    AddMarker(MarkerInfo{kClickMarker, 0.0F, position, slide});
+    added.push_back(project.MarkerCount);
+  }
+  document.MarkerManyChanged(1, added, undoName, true);
+  SortMarkers();
+}
+
+}  // namespace quorvane

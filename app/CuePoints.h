@@ -1,0 +1,38 @@
+// A slide's markers in its WAV track as cue points, so that other programs show them too;
+// and the cue points of a file inserted into the document, as click markers.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "platform/WaveCuePoints.h"
+
+namespace quorvane {
+
+class FileMemoClass;
+
+// The settings' [General] CuePoints: on unless it is 0.
+bool CuePointsWanted();
+
+// Slide n's markers as cue points: offsets from the slide's first sample, named
+// "Click 1", "Auto 1", ... by kind, in order along the slide.
+std::vector<WaveCuePoint> SlideCuePoints(int32_t n);
+
+// Whether slide n's WAV track `file` already carries `points`: it does, or it carries none
+// and the slide's markers are as they were loaded (a track that no save has written keeps
+// its bytes until its slide is edited).
+bool TrackCuePointsUpToDate(int32_t n, const std::string& file,
+                            const std::vector<WaveCuePoint>& points);
+
+// The positions in the document of the cue points of `file` once its audio, `frames`
+// frames at `rate` Hz, is inserted before `position`: one for each point inside the audio.
+std::vector<int32_t> InsertedCuePositions(const std::string& file, int32_t position, int32_t frames,
+                                          int32_t rate);
+
+// Adds a click marker at each position, in the slide that holds it, and records them as
+// the end of the operation named `undoName`.
+void AddClickMarkers(FileMemoClass& document, const std::vector<int32_t>& positions,
+                     const std::string& undoName);
+
+}  // namespace quorvane
