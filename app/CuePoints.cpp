@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 
-#include "app/SlideStretch.h"
 #include "core/ProjectTables.h"
 #include "core/Settings.h"
 #include "storage/FileMemoClass.h"
@@ -33,12 +32,6 @@ std::vector<WaveCuePoint> SlideCuePoints(int32_t n) {
                       (click ? "Click " : "Auto ") + std::to_string(number)});
   }
   return points;
-}
-
-bool TrackCuePointsUpToDate(int32_t n, const std::string& file,
-                            const std::vector<WaveCuePoint>& points) {
-  const std::vector<WaveCuePoint> carried = ReadWaveCuePoints(file).Points;
-  return carried == points || (carried.empty() && !SlideMarkersEdited(n));
 }
 
 std::vector<int32_t> InsertedCuePositions(const std::string& file, int32_t position, int32_t frames,

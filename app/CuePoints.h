@@ -19,12 +19,6 @@ bool CuePointsWanted();
 // "Click 1", "Auto 1", ... by kind, in order along the slide.
 std::vector<WaveCuePoint> SlideCuePoints(int32_t n);
 
-// Whether slide n's WAV track `file` already carries `points`: it does, or it carries none
-// and the slide's markers are as they were loaded (a track that no save has written keeps
-// its bytes until its slide is edited).
-bool TrackCuePointsUpToDate(int32_t n, const std::string& file,
-                            const std::vector<WaveCuePoint>& points);
-
 // The positions in the document of the cue points of `file` once its audio, `frames`
 // frames at `rate` Hz, is inserted before `position`: one for each point inside the audio.
 std::vector<int32_t> InsertedCuePositions(const std::string& file, int32_t position, int32_t frames,

@@ -257,10 +257,9 @@ bool SaveSlideAudio(FileMemoClass& document, int32_t n, StagedFiles& staged) {
   const bool cues = ending == ".wav" && CuePointsWanted();
   const std::vector<WaveCuePoint> points = cues ? SlideCuePoints(n) : std::vector<WaveCuePoint>{};
   // Writing the same samples again would only cost time and wear: a save after an edit of
-  // one slide of many writes that one.
-  if (SlideTrackUpToDate(document, n) && (!cues || TrackCuePointsUpToDate(n, file, points))) {
-    return true;
-  }
+  // one slide of many writes that one. A track whose slide has the markers it was loaded
+  // with keeps whatever cue points it carries.
+  if (SlideTrackUpToDate(document, n) && (!cues || !SlideMarkersEdited(n))) return true;
   OpenSaveClass files;
   if (ending == ".mp3") return files.FileWriteMp3Part(document, first, last, 0, staged.Stage(file));
   if (ending == ".wav") {
