@@ -107,15 +107,19 @@ bool OpenSaveClass::LoadWaveFile(FileMemoClass& document, const std::string& fil
     Say("No wave Data found in file", LoadingCaption(fileName), MessageIcon::Critical);
     return fail();
   }
-  if (!IdAt(file, 0, "riff")) {
+  // Big-endian "RIFX" files and "RF64" files, whose sizes may pass 4 GB, are decoded to
+  // 16-bit PCM as compressed ones are.
+  const bool bigEndian = IdAt(file, 0, "rifx");
+  const bool decodedForm = bigEndian || IdAt(file, 0, "rf64");
+  if (!IdAt(file, 0, "riff") && !decodedForm) {
     Say("\"RIFF\" chunk is not found in this file", LoadingCaption(fileName),
         MessageIcon::Critical);
     return fail();
   }
   const int32_t riffSize = file.ReadInt32(4);
-  int64_t searchLength = SearchLength(riffSize);
+  int64_t searchLength = decodedForm ? kOpenEndedSearch : SearchLength(riffSize);
   // Counted in 64 bits: a size near -2^31 must not overflow.
-  if (static_cast<int64_t>(riffSize) - 12 > 0 && riffSize > fileLength) {
+  if (!decodedForm && static_cast<int64_t>(riffSize) - 12 > 0 && riffSize > fileLength) {
     Say(std::string("\"RIFF\" chunk is shown as bigger then the file size.") + kCrLf +
             "If loading this file failes you can try renaming it to .raw file",
         LoadingCaption(fileName));
@@ -133,10 +137,20 @@ bool OpenSaveClass::LoadWaveFile(FileMemoClass& document, const std::string& fil
     return fail();
   }
 
-  const uint16_t formatTag = file.ReadUint16(format.DataOffset);
+  const auto field16 = [&](int64_t offset) -> uint16_t {
+    return bigEndian ? static_cast<uint16_t>(file.ReadByte(offset) << 8 | file.ReadByte(offset + 1))
+                     : file.ReadUint16(offset);
+  };
+  const uint16_t formatTag = field16(format.DataOffset);
+  // 24 and 32-bit integer PCM, whose frames are as wide as their channels say, is decoded
+  // to 16 bits; other sizes are refused below.
+  const uint16_t wideBits = field16(format.DataOffset + 14);
+  const bool widePcm =
+      formatTag == 1 && (wideBits == 24 || wideBits == 32) &&
+      field16(format.DataOffset + 12) == field16(format.DataOffset + 2) * wideBits / 8;
   std::string source = fileName;
   DecodedFile decoded;
-  if (formatTag == 1) {
+  if (formatTag == 1 && !decodedForm && !widePcm) {
     CapLength(fileLength);
     CheckFreeDisk(2 * fileLength);
   } else {

@@ -31,6 +31,24 @@ namespace quorvane {
 
 namespace {
 
+// The big-endian PCM codec of a little-endian one; none for any other.
+AVCodecID BigEndianPcm(AVCodecID codec) {
+  switch (codec) {
+    case AV_CODEC_ID_PCM_S16LE:
+      return AV_CODEC_ID_PCM_S16BE;
+    case AV_CODEC_ID_PCM_S24LE:
+      return AV_CODEC_ID_PCM_S24BE;
+    case AV_CODEC_ID_PCM_S32LE:
+      return AV_CODEC_ID_PCM_S32BE;
+    case AV_CODEC_ID_PCM_F32LE:
+      return AV_CODEC_ID_PCM_F32BE;
+    case AV_CODEC_ID_PCM_F64LE:
+      return AV_CODEC_ID_PCM_F64BE;
+    default:
+      return AV_CODEC_ID_NONE;
+  }
+}
+
 constexpr size_t kDefaultWindowBytes = 196500;
 constexpr size_t kSmallestWindowBytes = 4096;
 constexpr size_t kLargestWindowBytes = 64 * 1024 * 1024;
@@ -173,6 +191,15 @@ class DecodeRun {
                              "): " + source);
     }
     streamIndex_ = found;
+    // FFmpeg's WAV reader takes the PCM of big-endian "RIFX" files for little-endian.
+    AVCodecParameters* parameters = context->streams[found]->codecpar;
+    const AVCodecID swapped =
+        layout_.bigEndian ? BigEndianPcm(parameters->codec_id) : AV_CODEC_ID_NONE;
+    if (swapped != AV_CODEC_ID_NONE) {
+      parameters->codec_id = swapped;
+      codec_ = avcodec_find_decoder(swapped);
+      if (!codec_) throw RuntimeError(kErrorDeviceIo, "No decoder for big-endian PCM: " + source);
+    }
   }
 
   void OpenDecoder() {

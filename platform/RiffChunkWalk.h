@@ -22,6 +22,10 @@ struct RiffChunkHeader {
 // follows the RIFF rule of a pad byte after a chunk of odd size.
 enum class RiffChunkStep { SignedNoPad, UnsignedPadded };
 
+// The order of the bytes of the size fields: little-endian in "RIFF" and "RF64" files,
+// big-endian in "RIFX" files.
+enum class RiffByteOrder { Little, Big };
+
 // Reads at most `count` bytes at `offset`; the number read.
 using RiffRead = std::function<size_t(int64_t offset, void* buffer, size_t count)>;
 
@@ -30,6 +34,7 @@ using RiffRead = std::function<size_t(int64_t offset, void* buffer, size_t count
 // zeros. Each chunk goes to `visit`, which returns false to end the walk. A step that
 // would not move forward ends it too.
 void WalkRiffChunks(const RiffRead& read, int64_t offset, int64_t end, RiffChunkStep step,
-                    const std::function<bool(const RiffChunkHeader&)>& visit);
+                    const std::function<bool(const RiffChunkHeader&)>& visit,
+                    RiffByteOrder order = RiffByteOrder::Little);
 
 }  // namespace quorvane

@@ -17,14 +17,18 @@ namespace quorvane {
 
 namespace {
 
-uint16_t Le16(const uint8_t* bytes) {
-  return static_cast<uint16_t>(bytes[0] | (static_cast<unsigned>(bytes[1]) << 8));
-}
-
-uint32_t Le32(const uint8_t* bytes) {
-  return static_cast<uint32_t>(bytes[0]) | (static_cast<uint32_t>(bytes[1]) << 8) |
-         (static_cast<uint32_t>(bytes[2]) << 16) | (static_cast<uint32_t>(bytes[3]) << 24);
-}
+// 16 and 32-bit fields in the file's byte order.
+struct Fields {
+  bool big = false;
+  uint16_t U16(const uint8_t* bytes) const {
+    return big ? static_cast<uint16_t>(bytes[1] | (static_cast<unsigned>(bytes[0]) << 8))
+               : static_cast<uint16_t>(bytes[0] | (static_cast<unsigned>(bytes[1]) << 8));
+  }
+  uint32_t U32(const uint8_t* bytes) const {
+    return big ? (static_cast<uint32_t>(U16(bytes)) << 16) | U16(bytes + 2)
+               : static_cast<uint32_t>(U16(bytes)) | (static_cast<uint32_t>(U16(bytes + 2)) << 16);
+  }
+};
 
 // Reads up to `size` bytes at `offset`; the number read (short only at the end of the file).
 size_t ReadAt(int fd, void* buffer, size_t size, uint64_t offset) {
@@ -58,12 +62,18 @@ WavChunkLayout ScanWavChunks(const std::string& path) {
   WavChunkLayout layout;
   layout.fileSize = static_cast<uint64_t>(status.st_size);
   const std::string notWav = "The file is not a WAV file: " + path;
-  std::array<uint8_t, 12> riff{};
-  if (ReadAt(file.Descriptor(), riff.data(), riff.size(), 0) < riff.size())
+  std::array<uint8_t, 12> head{};
+  if (ReadAt(file.Descriptor(), head.data(), head.size(), 0) < head.size())
     throw RuntimeError(kErrorDeviceIo, notWav);
-  if (std::memcmp(riff.data(), "RIFF", 4) != 0 || std::memcmp(riff.data() + 8, "WAVE", 4) != 0) {
+  // "RF64" files state their large sizes in a chunk of their own; where a size field says
+  // nothing, the data runs to the end of the file, as below. "RIFX" files are big-endian.
+  const bool little =
+      std::memcmp(head.data(), "RIFF", 4) == 0 || std::memcmp(head.data(), "RF64", 4) == 0;
+  const Fields fields{std::memcmp(head.data(), "RIFX", 4) == 0};
+  if ((!little && !fields.big) || std::memcmp(head.data() + 8, "WAVE", 4) != 0) {
     throw RuntimeError(kErrorDeviceIo, notWav);
   }
+  layout.bigEndian = fields.big;
 
   bool haveFormat = false;
   bool haveData = false;
@@ -84,18 +94,18 @@ WavChunkLayout ScanWavChunks(const std::string& path) {
           const size_t got = ReadAt(fd, format.data(), std::min<size_t>(size, 40), body);
           if (got < 16) return false;
           haveFormat = true;
-          layout.formatTag = Le16(format.data());
+          layout.formatTag = fields.U16(format.data());
           layout.codecTag = layout.formatTag;
-          layout.channels = Le16(format.data() + 2);
-          layout.sampleRate = Le32(format.data() + 4);
+          layout.channels = fields.U16(format.data() + 2);
+          layout.sampleRate = fields.U32(format.data() + 4);
           // The extensible form names the real format in the first two bytes of its GUID.
           if (layout.formatTag == kWaveFormatExtensible && got >= 26) {
-            layout.codecTag = Le16(format.data() + 24);
+            layout.codecTag = fields.U16(format.data() + 24);
           }
         } else if (is("fact") && !layout.factFrames && size >= 4) {
           std::array<uint8_t, 4> count{};
           if (ReadAt(fd, count.data(), count.size(), body) == count.size()) {
-            layout.factFrames = Le32(count.data());
+            layout.factFrames = fields.U32(count.data());
           }
         } else if (is("data") && !haveData) {
           haveData = true;
@@ -110,7 +120,8 @@ WavChunkLayout ScanWavChunks(const std::string& path) {
           layout.dataSize = size;
         }
         return true;
-      });
+      },
+      fields.big ? RiffByteOrder::Big : RiffByteOrder::Little);
 
   if (!haveFormat)
     throw RuntimeError(kErrorDeviceIo, "The WAV file has no usable format chunk: " + path);

@@ -19,10 +19,12 @@ struct WavChunkLayout {
   uint64_t dataOffset = 0;
   uint64_t dataSize = 0;  // never reaches past the end of the file
   std::optional<uint32_t> factFrames;
+  bool bigEndian = false;  // a "RIFX" file
 };
 
-// Walks the chunks of a RIFF WAVE file. Throws RuntimeError, in plain words, when the
-// file cannot be read, is no WAV file, or lacks its `fmt ` or `data` chunk.
+// Walks the chunks of a RIFF WAVE file (also of the "RF64" and big-endian "RIFX" forms). Throws
+// RuntimeError, in plain words, when the file cannot be read, is no WAV file, or lacks its `fmt `
+// or `data` chunk.
 WavChunkLayout ScanWavChunks(const std::string& path);
 
 }  // namespace quorvane

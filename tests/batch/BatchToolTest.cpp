@@ -525,7 +525,7 @@ TEST_F(BatchTool, ATrackThatCouldNotBeReadIsNeverDeletedOrOverwritten) {
   for (const Case& c : std::vector<Case>{
            {"a bad header", "two.wav", "RIFX" + std::string(200, 'x')},
            {"a sample size the reader refuses", "two.wav",
-            RiffFile({{"fmt ", FormatChunkData(1, 1, 11025, 24), {}}, {"data", samples, {}}})},
+            RiffFile({{"fmt ", FormatChunkData(1, 1, 11025, 20), {}}, {"data", samples, {}}})},
            {"an odd-sized chunk before its data", "two.wav",
             RiffFile({{"fmt ", FormatChunkData(1, 1, 11025, 16), {}},
                       {"LIST", std::string("abc") + '\0', 3},

@@ -7,6 +7,7 @@
 #include "storage/BlockList.h"
 #include "storage/EditorState.h"
 #include "storage/FileMemoClass.h"
+#include "tests/support/ChildProcess.h"
 #include "tests/support/CompressedWavFixtures.h"
 #include "tests/support/SessionFixture.h"
 #include "tests/support/WaveBuilder.h"
@@ -90,7 +91,7 @@ TEST_F(WaveReaderTest, RefusedFilesAreNamedWithTheirFault) {
   // Files that are no RIFF WAVE at all are critical; rates are refused in the program's name.
   const std::pair<std::string, std::string> refusals[] = {
       {std::string(44, 'R'), "No wave Data found in file"},
-      {RiffFile({{"fmt ", format8, {}}, {"data", data, {}}}, std::nullopt, "RIFX"),
+      {RiffFile({{"fmt ", format8, {}}, {"data", data, {}}}, std::nullopt, "RIFQ"),
        "\"RIFF\" chunk is not found in this file"},
       {RiffFile({{"fmt ", format8, {}}, {"data", data, {}}}, std::nullopt, "RIFF", "AVI "),
        "\"RIFF\" chunk is not starting with \"WAVE\" in this file"},
@@ -101,8 +102,8 @@ TEST_F(WaveReaderTest, RefusedFilesAreNamedWithTheirFault) {
       {file(1, 999, 16, data), "Sampling rate 999 Hz is not supported"},
       {file(1, 200001, 16, data), "Sampling rate 200001 Hz is not supported"},
       {file(3, 8000, 16, data), "Channel info invalid at byte location 23"},
-      {file(1, 8000, 24, data),
-       "Bits per sample 24 is invalid or not supported (at byte location 35)"},
+      {file(1, 8000, 20, data),
+       "Bits per sample 20 is invalid or not supported (at byte location 35)"},
       {RiffFile({{"fmt ", FormatChunkData(1, 2, 8000, 16), {}},
                  {"data", std::string(3, 'd'), {}},
                  {"pad ", std::string(20, 'p'), {}}}),
@@ -175,6 +176,37 @@ TEST_F(WaveReaderTest, CompressedFilesAreDecodedAndDescribed) {
   EXPECT_EQ(std::filesystem::status(decoded).permissions(),
             std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
   EXPECT_TRUE(ui.messages.empty());
+}
+
+// WAV files as recorders and other programs write them: 24 and 32-bit integer PCM, plain
+// or extensible, RF64 and big-endian RIFX, load as ffmpeg decodes them to 16 bits (RIFX
+// as sox does: this ffmpeg reads the samples of RIFX files as little-endian).
+TEST_F(WaveReaderTest, WideBigEndianAndRf64FilesLoadAsASecondProgramDecodesThem) {
+  const auto source = testing::TestSignal(2, 22050, 4410);
+  const std::string wave = files.File("source.wav");
+  testing::WritePcm16Wav(wave, source, 2, 22050);
+  const std::string made = files.File("made.wav");
+  const std::string decoded = files.File("decoded.wav");
+  const std::vector<std::string> byFfmpeg = {"ffmpeg", "-y",        "-i",   made,
+                                             "-c:a",   "pcm_s16le", decoded};
+  const std::vector<std::string> bySox = {"sox", made, "-t", "wavpcm", "-b", "16", "-L", decoded};
+  const std::vector<std::pair<std::vector<std::string>, std::vector<std::string>>> cases = {
+      {{"sox", wave, "-t", "wavpcm", "-b", "24", made}, byFfmpeg},
+      {{"sox", wave, "-t", "wavpcm", "-b", "32", made}, byFfmpeg},
+      {{"ffmpeg", "-y", "-i", wave, "-c:a", "pcm_s24le", made}, byFfmpeg},
+      {{"ffmpeg", "-y", "-i", wave, "-c:a", "pcm_s16le", "-rf64", "always", made}, byFfmpeg},
+      {{"sox", wave, "-B", made}, bySox}};
+  for (const auto& [maker, decoder] : cases) {
+    SCOPED_TRACE(maker[maker.size() - 3] + " " + maker[maker.size() - 2]);
+    ASSERT_EQ(testing::RunProgram(maker[0], {maker.begin() + 1, maker.end()}).exitStatus, 0);
+    ASSERT_EQ(testing::RunProgram(decoder[0], {decoder.begin() + 1, decoder.end()}).exitStatus, 0);
+    ui.messages.clear();
+    ASSERT_TRUE(reader.FileLoadWave(document, made));
+    EXPECT_TRUE(ui.messages.empty());
+    const std::vector<int16_t> expected = testing::ReadWavFile(decoded)->Samples();
+    EXPECT_EQ(Interleave(ChannelSamples(document, 1), ChannelSamples(document, 2)), expected);
+    EXPECT_EQ(expected, source);
+  }
 }
 
 // A file that cannot be opened, or whose codec is missing, is told in one message alone.
