@@ -14,7 +14,7 @@
 #include <iostream>
 #include <memory>
 
-#include "formats/WaveChunks.h"
+#include "platform/CanonicalWaveHeader.h"
 
 extern char** environ;
 

@@ -12,7 +12,8 @@
 #include "formats/CodecLstFrm.h"
 #include "formats/OpenSaveAcmClass.h"
 #include "formats/OpenSaveClass.h"
-#include "formats/WaveChunks.h"
+#include "formats/WaveFaults.h"
+#include "formats/WaveLayout.h"
 #include "storage/BlockCarrBuffClass.h"
 #include "storage/BlockList.h"
 #include "storage/EditorState.h"
@@ -23,10 +24,7 @@ namespace quorvane {
 namespace {
 
 constexpr int64_t kLargestReadableBytes = 2'146'435'072;  // about 2 GB
-constexpr int64_t kOpenEndedSearch = 2'147'483'635;       // search length when R says nothing
 constexpr uint32_t kLoadingBarColor = 0x006400;           // dark green
-
-std::string LoadingCaption(const std::string& fileName) { return "Error Loading " + fileName; }
 
 // The decoded copy of a compressed file, removed again on every way out of the reader
 // unless the document took it over.
@@ -53,14 +51,9 @@ void Say(const std::string& text, const std::string& caption,
 // Warns about a file beyond what can be read and cuts its length there.
 void CapLength(int64_t& length) {
   if (length <= kLargestReadableBytes) return;
-  Say(std::string("This wav file is too large") + kCrLf + "Only about 2GB will be opened",
-      kAppTitle);
+  const WaveMessage message = TooLargeMessage();
+  Say(message.text, message.caption, message.icon);
   length = kLargestReadableBytes;
-}
-
-int64_t SearchLength(int32_t riffSize) {
-  const int64_t length = static_cast<int64_t>(riffSize) - 12;
-  return length <= 0 ? kOpenEndedSearch : length;
 }
 
 void ShowCodecFailure(uint16_t formatTag) {
@@ -101,60 +94,24 @@ bool OpenSaveClass::LoadWaveFile(FileMemoClass& document, const std::string& fil
   };
   if (Trim(fileName).empty() || !FileExists(fileName)) return fail();
 
-  BinaryFile file(fileName, BinaryFile::Mode::Read);
-  int64_t fileLength = file.Length() & 0xFFFFFFFF;
-  if (fileLength < 45) {
-    Say("No wave Data found in file", LoadingCaption(fileName), MessageIcon::Critical);
-    return fail();
-  }
-  // Big-endian "RIFX" files and "RF64" files, whose sizes may pass 4 GB, are decoded to
-  // 16-bit PCM as compressed ones are.
-  const bool bigEndian = IdAt(file, 0, "rifx");
-  const bool decodedForm = bigEndian || IdAt(file, 0, "rf64");
-  if (!IdAt(file, 0, "riff") && !decodedForm) {
-    Say("\"RIFF\" chunk is not found in this file", LoadingCaption(fileName),
-        MessageIcon::Critical);
-    return fail();
-  }
-  const int32_t riffSize = file.ReadInt32(4);
-  int64_t searchLength = decodedForm ? kOpenEndedSearch : SearchLength(riffSize);
-  // Counted in 64 bits: a size near -2^31 must not overflow.
-  if (!decodedForm && static_cast<int64_t>(riffSize) - 12 > 0 && riffSize > fileLength) {
-    Say(std::string("\"RIFF\" chunk is shown as bigger then the file size.") + kCrLf +
-            "If loading this file failes you can try renaming it to .raw file",
-        LoadingCaption(fileName));
-  }
-  if (!IdAt(file, 8, "wave")) {
-    Say("\"RIFF\" chunk is not starting with \"WAVE\" in this file", LoadingCaption(fileName),
-        MessageIcon::Critical);
-    return fail();
-  }
-  ChunkPlace format = FindChunk("fmt ", file, 12, searchLength);
-  if (!format.Found() || format.DataSize < 16) {
-    Say(format.Found() ? "Format chunk is smaller then required in this file"
-                       : "Format chunk is not found in this file",
-        LoadingCaption(fileName));
-    return fail();
-  }
-
-  const auto field16 = [&](int64_t offset) -> uint16_t {
-    return bigEndian ? static_cast<uint16_t>(file.ReadByte(offset) << 8 | file.ReadByte(offset + 1))
-                     : file.ReadUint16(offset);
-  };
-  const uint16_t formatTag = field16(format.DataOffset);
-  // 24 and 32-bit integer PCM, whose frames are as wide as their channels say, is decoded
-  // to 16 bits; other sizes are refused below.
-  const uint16_t wideBits = field16(format.DataOffset + 14);
-  const bool widePcm =
-      formatTag == 1 && (wideBits == 24 || wideBits == 32) &&
-      field16(format.DataOffset + 12) == field16(format.DataOffset + 2) * wideBits / 8;
   std::string source = fileName;
+  const auto tell = [&](const WaveMessage& message) {
+    Say(message.text, message.caption, message.icon);
+  };
+  const auto refuse = [&](const WaveLayout& layout) {
+    tell(WaveFaultMessage(layout, fileName, source));
+    return fail();
+  };
+
+  BinaryFile file(fileName, BinaryFile::Mode::Read);
+  WaveLayout layout = ReadWaveHead(file, false);
+  if (layout.RiffBeyondFile) tell(RiffBeyondFileMessage(fileName));
+  if (layout.Fault != WaveFault::None) return refuse(layout);
+
   DecodedFile decoded;
-  if (formatTag == 1 && !decodedForm && !widePcm) {
-    CapLength(fileLength);
-    CheckFreeDisk(2 * fileLength);
-  } else {
-    // Compressed audio: decode it into a temporary PCM file and describe that one.
+  if (!layout.ReadInPlace()) {
+    // Anything but 8 or 16-bit PCM: decode it into a temporary PCM file and describe that one.
+    const uint16_t formatTag = layout.FormatTag;
     file.Close();
     ReleaseOriginalFileByName(fileName);
     source = NewTempFileName("wav");
@@ -179,69 +136,36 @@ bool OpenSaveClass::LoadWaveFile(FileMemoClass& document, const std::string& fil
       return codecFailure();
     }
     file = BinaryFile(source, BinaryFile::Mode::Read);
-    fileLength = file.Length() & 0xFFFFFFFF;
-    if (fileLength < 45) {
-      Say("No wave Data found in file", LoadingCaption(fileName));
-      return fail();
-    }
-    CapLength(fileLength);
-    CheckFreeDisk(2 * fileLength);
-    searchLength = SearchLength(file.ReadInt32(4));
-    format = FindChunk("fmt ", file, 12, searchLength);
-    if (!format.Found() || format.DataSize < 16) {
-      Say(format.Found() ? "Format chunk is smaller then required in the decoded file"
-                         : "Format chunk is not found in the decoded file",
-          "Error Loading ");
-      return fail();
-    }
+    layout = ReadWaveHead(file, true);
+    if (layout.Fault == WaveFault::DecodedNoWaveData) return refuse(layout);
+    CapLength(layout.FileLength);
+    CheckFreeDisk(2 * layout.FileLength);
+    if (layout.Fault != WaveFault::None) return refuse(layout);
     decoder.reset();
+  } else {
+    CapLength(layout.FileLength);
+    CheckFreeDisk(2 * layout.FileLength);
   }
 
-  const ChunkPlace data = FindChunk("data", file, 12, searchLength);
-  if (!data.Found()) {
-    Say("Data chunk is not found in this file", LoadingCaption(fileName));
-    return fail();
+  ReadWaveBody(file, layout);
+  // The document takes the rate, then the channels, as each passes its check: a file
+  // refused for a later value has emptied it.
+  if (layout.Fault != WaveFault::NoData && layout.Fault != WaveFault::RateUnsupported) {
+    document.StorageReset();
+    document.WavFmtFreq = layout.Rate;
+    if (layout.Fault != WaveFault::BadChannels) document.WavFmtChannel = layout.Channels;
   }
-  const int32_t sampleRate = file.ReadInt32(format.DataOffset + 4);
-  if (sampleRate < 1000 || sampleRate > 200000) {
-    Say("Sampling rate " + DecimalText(sampleRate) + " Hz is not supported", kAppTitle);
-    return fail();
-  }
-  document.StorageReset();
-  document.WavFmtFreq = sampleRate;
-
-  const int32_t channels = file.ReadByte(format.DataOffset + 2);
-  if (channels != 1 && channels != 2) {
-    Say("Channel info invalid at byte location 23", LoadingCaption(source));
-    return fail();
-  }
-  document.WavFmtChannel = channels;
-  const int32_t bits = file.ReadUint16(format.DataOffset + 14);
-  if (bits != 8 && bits != 16) {
-    Say("Bits per sample " + DecimalText(bits) +
-            " is invalid or not supported (at byte location 35)",
-        LoadingCaption(source));
-    return fail();
-  }
-
+  if (layout.Fault != WaveFault::None) return refuse(layout);
+  const int32_t channels = layout.Channels;
+  const int32_t bits = layout.Bits;
+  const int32_t sampleRate = layout.Rate;
   const int32_t frameBytes = bits / 8 * channels;
-  int64_t frames = RoundHalfEven64(static_cast<double>(data.DataSize) / frameBytes);
-  if (data.DataSize < frameBytes) {
-    Say("Data chunk is too small this file", LoadingCaption(fileName));
-    return fail();
+  int64_t frames = layout.Frames;
+  if (frames > layout.FramesPresent) {
+    tell(DataBeyondFileMessage(layout));
+    frames = layout.FramesPresent;
   }
-  const int64_t framesPresent = (fileLength - data.DataOffset) / frameBytes;
-  if (frames > framesPresent) {
-    const auto seconds = [sampleRate](int64_t count) {
-      return FormatThreeDecimals(static_cast<float>(count) / static_cast<float>(sampleRate));
-    };
-    Say(std::string("Header shows that the size of audio is") + kCrLf + DecimalText(frames) +
-            " Samples (" + seconds(frames) + " Seconds)" + kCrLf +
-            "But as per the size of the file it will be" + kCrLf + DecimalText(framesPresent) +
-            " Samples (" + seconds(framesPresent) + " Seconds)",
-        kAppTitle);
-    frames = framesPresent;
-  }
+  const ChunkPlace data = layout.Data;
 
   BlockCarrBuffClass left;
   BlockCarrBuffClass right;

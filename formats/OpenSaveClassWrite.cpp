@@ -11,7 +11,7 @@
 #include "core/Trace.h"
 #include "formats/BinaryFile.h"
 #include "formats/OpenSaveClass.h"
-#include "formats/WaveChunks.h"
+#include "platform/CanonicalWaveHeader.h"
 #include "platform/WaveSamples.h"
 #include "storage/BlockList.h"
 #include "storage/FileMemoClass.h"

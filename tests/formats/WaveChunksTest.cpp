@@ -1,4 +1,4 @@
-#include "formats/WaveChunks.h"
+#include "formats/WaveLayout.h"
 
 #include <gtest/gtest.h>
 
@@ -16,7 +16,7 @@ using testing::RiffFile;
 
 // Chunks in any order with ids in any case are the reader's own test; a chunk size that
 // leads past the end of the file is a fuzz-found input the reader's fuzz-input test loads.
-TEST(FindChunk, GivesWhereTheDataLiesAndHowLongOrNothingWhenTheWalkMissesIt) {
+TEST(WaveHead, GivesWhereTheChunksLieAndHowLongOrNothingWhenTheWalkMissesThem) {
   testing::TempFolder folder;
   const std::string format = FormatChunkData(1, 1, 8000, 8);
   const auto pcm = [](size_t frames) {
@@ -60,10 +60,18 @@ TEST(FindChunk, GivesWhereTheDataLiesAndHowLongOrNothingWhenTheWalkMissesIt) {
     const auto& [bytes, id, place] = cases[n];
     SCOPED_TRACE("row " + std::to_string(n));
     const BinaryFile file(folder.Write("t.wav", bytes), BinaryFile::Mode::Read);
-    const ChunkPlace found = FindChunk(id, file, 12, file.ReadInt32(4) - 12);
+    const WaveLayout layout = ReadWaveHead(file, false);
+    const ChunkPlace found = id == "fmt " ? layout.Format : layout.Data;
     EXPECT_EQ(found.DataOffset, place.DataOffset);
     EXPECT_EQ(found.DataSize, place.DataSize);
   }
+  // Every chunk the walk met is listed, as written.
+  const BinaryFile file(folder.Write("t.wav", odd), BinaryFile::Mode::Read);
+  const WaveLayout layout = ReadWaveHead(file, false);
+  ASSERT_GE(layout.Chunks.size(), 2u);
+  EXPECT_EQ(layout.Chunks[0].Id, "fmt ");
+  EXPECT_EQ(layout.Chunks[1].Id, "odd ");
+  EXPECT_EQ(layout.Chunks[1].Place.DataSize, 3);
 }
 
 }  // namespace
