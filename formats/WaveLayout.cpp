@@ -2,6 +2,7 @@
 
 #include "core/Numbers.h"
 #include "platform/RiffChunkWalk.h"
+#include "platform/RiffIds.h"
 
 namespace quorvane {
 
@@ -40,10 +41,10 @@ void ListChunks(const BinaryFile& file, WaveLayout& layout) {
                    entry.Place.DataSize = size >= 1 && size <= layout.SearchLength
                                               ? size
                                               : last - entry.Place.DataOffset + 1;
-                   if (SameId(entry.Id.c_str(), "fmt ") && !layout.Format.Found()) {
+                   if (SameId(entry.Id.c_str(), kFormatId) && !layout.Format.Found()) {
                      layout.Format = entry.Place;
                    }
-                   if (SameId(entry.Id.c_str(), "data") && !layout.Data.Found())
+                   if (SameId(entry.Id.c_str(), kDataId) && !layout.Data.Found())
                      layout.Data = entry.Place;
                    layout.Chunks.push_back(std::move(entry));
                    return !layout.Format.Found() || !layout.Data.Found();
@@ -67,9 +68,9 @@ WaveLayout ReadWaveHead(const BinaryFile& file, bool decoded) {
   if (!decoded) {
     // Big-endian "RIFX" files and "RF64" files, whose sizes may pass 4 GB, are decoded to
     // 16-bit PCM as compressed ones are.
-    layout.BigEndian = IdAt(file, 0, "rifx");
-    layout.DecodedForm = layout.BigEndian || IdAt(file, 0, "rf64");
-    if (!IdAt(file, 0, "riff") && !layout.DecodedForm) {
+    layout.BigEndian = IdAt(file, 0, kRifxId);
+    layout.DecodedForm = layout.BigEndian || IdAt(file, 0, kRf64Id);
+    if (!IdAt(file, 0, kRiffId) && !layout.DecodedForm) {
       layout.Fault = WaveFault::NoRiff;
       return layout;
     }
@@ -80,7 +81,7 @@ WaveLayout ReadWaveHead(const BinaryFile& file, bool decoded) {
   layout.SearchLength = stated <= 0 || layout.DecodedForm ? kOpenEndedSearch : stated;
   layout.RiffBeyondFile =
       !decoded && !layout.DecodedForm && stated > 0 && riffSize > layout.FileLength;
-  if (!decoded && !IdAt(file, 8, "wave")) {
+  if (!decoded && !IdAt(file, 8, kWaveId)) {
     layout.Fault = WaveFault::NotWave;
     return layout;
   }

@@ -1,5 +1,7 @@
 #include "platform/CanonicalWaveHeader.h"
 
+#include "platform/RiffIds.h"
+
 namespace quorvane {
 
 namespace {
@@ -21,13 +23,11 @@ std::array<unsigned char, kCanonicalHeaderBytes> CanonicalWaveHeader(int32_t cha
   const uint32_t frameSize = static_cast<uint32_t>(channels * bits / 8);
   const uint32_t dataSize = static_cast<uint32_t>(frames) * frameSize;
   unsigned char* h = header.data();
-  const char* riff = "RIFF";
-  const char* waveFmt = "WAVEfmt ";
-  const char* data = "data";
-  for (int i = 0; i < 4; ++i) h[i] = static_cast<unsigned char>(riff[i]);
+  for (int i = 0; i < 4; ++i) h[i] = static_cast<unsigned char>(kRiffId[i]);
   const uint32_t trailing = trailingBytes == 0 ? 0 : DataPadBytes(dataSize) + trailingBytes;
   Put32(h + 4, dataSize + 36 + trailing);
-  for (int i = 0; i < 8; ++i) h[8 + i] = static_cast<unsigned char>(waveFmt[i]);
+  for (int i = 0; i < 4; ++i) h[8 + i] = static_cast<unsigned char>(kWaveId[i]);
+  for (int i = 0; i < 4; ++i) h[12 + i] = static_cast<unsigned char>(kFormatId[i]);
   Put32(h + 16, 16);
   h[20] = 1;
   h[21] = 0;
@@ -39,7 +39,7 @@ std::array<unsigned char, kCanonicalHeaderBytes> CanonicalWaveHeader(int32_t cha
   h[33] = 0;
   h[34] = static_cast<unsigned char>(bits);
   h[35] = 0;
-  for (int i = 0; i < 4; ++i) h[36 + i] = static_cast<unsigned char>(data[i]);
+  for (int i = 0; i < 4; ++i) h[36 + i] = static_cast<unsigned char>(kDataId[i]);
   Put32(h + 40, dataSize);
   return header;
 }

@@ -11,6 +11,7 @@
 
 #include "platform/FileHandle.h"
 #include "platform/RiffChunkWalk.h"
+#include "platform/RiffIds.h"
 #include "platform/RuntimeError.h"
 
 namespace quorvane {
@@ -68,9 +69,9 @@ WavChunkLayout ScanWavChunks(const std::string& path) {
   // "RF64" files state their large sizes in a chunk of their own; where a size field says
   // nothing, the data runs to the end of the file, as below. "RIFX" files are big-endian.
   const bool little =
-      std::memcmp(head.data(), "RIFF", 4) == 0 || std::memcmp(head.data(), "RF64", 4) == 0;
-  const Fields fields{std::memcmp(head.data(), "RIFX", 4) == 0};
-  if ((!little && !fields.big) || std::memcmp(head.data() + 8, "WAVE", 4) != 0) {
+      std::memcmp(head.data(), kRiffId, 4) == 0 || std::memcmp(head.data(), kRf64Id, 4) == 0;
+  const Fields fields{std::memcmp(head.data(), kRifxId, 4) == 0};
+  if ((!little && !fields.big) || std::memcmp(head.data() + 8, kWaveId, 4) != 0) {
     throw RuntimeError(kErrorDeviceIo, notWav);
   }
   layout.bigEndian = fields.big;
@@ -89,7 +90,7 @@ WavChunkLayout ScanWavChunks(const std::string& path) {
         const auto is = [&chunk](const char* id) {
           return std::memcmp(chunk.Id.data(), id, 4) == 0;
         };
-        if (is("fmt ") && !haveFormat && size >= 16) {
+        if (is(kFormatId) && !haveFormat && size >= 16) {
           std::array<uint8_t, 40> format{};
           const size_t got = ReadAt(fd, format.data(), std::min<size_t>(size, 40), body);
           if (got < 16) return false;
@@ -107,7 +108,7 @@ WavChunkLayout ScanWavChunks(const std::string& path) {
           if (ReadAt(fd, count.data(), count.size(), body) == count.size()) {
             layout.factFrames = fields.U32(count.data());
           }
-        } else if (is("data") && !haveData) {
+        } else if (is(kDataId) && !haveData) {
           haveData = true;
           layout.dataOffset = std::min(body, layout.fileSize);
           const uint64_t present = layout.fileSize - layout.dataOffset;
