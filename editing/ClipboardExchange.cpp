@@ -129,6 +129,15 @@ int32_t NewClipIdentifier() {
   return RoundHalfEven(uniform * 16000000.0);
 }
 
+}  // namespace
+
+bool ClipboardHoldsClip() {
+  std::vector<std::string> fields = ClipFields(SystemClipboard().Text());
+  return !fields.empty() && fields[0] == kClipTag;
+}
+
+namespace {
+
 bool PasteFailed() {
   UserInterface().Message(kPasteFailed, MessageIcon::None, "Get Wave Form from Clipboard Failed");
   return false;
@@ -203,7 +212,8 @@ std::string ClipboardFolder() {
 }
 
 bool ClipboardCopy(int32_t Channels, int32_t BitsPerSample, int32_t SampleRate,
-                   const BlockCarrBuffClass& LeftBuffer, const BlockCarrBuffClass& RightBuffer) {
+                   const BlockCarrBuffClass& LeftBuffer, const BlockCarrBuffClass& RightBuffer,
+                   const std::string& wav) {
   try {
     DropClipBuffers();
     const std::string folder = ClipboardFolder();
@@ -216,7 +226,7 @@ bool ClipboardCopy(int32_t Channels, int32_t BitsPerSample, int32_t SampleRate,
                              DecimalText(SampleRate) + ",ClipPointer:" + DecimalText(ClipPointer) +
                              "," + folder;
     SystemClipboard().Clear();
-    SystemClipboard().SetText(text);
+    SystemClipboard().SetTextAndAudio(text, wav);
     return true;
   } catch (const std::exception& error) {
     UserInterface().Message(ErrorDescription(error), MessageIcon::None, "Error Copying");

@@ -5,6 +5,7 @@
 #include "core/Numbers.h"
 #include "core/ProjectTables.h"
 #include "core/Settings.h"
+#include "editing/ClipboardAudio.h"
 #include "editing/ClipboardExchange.h"
 #include "editing/EditRange.h"
 #include "storage/BlockCarrBuffClass.h"
@@ -24,7 +25,8 @@ bool EditCopy(FileMemoClass& document) {
     BlockCarrBuffClass left;
     BlockCarrBuffClass right;
     document.WaveCollectData(first, last, channels, left, right);
-    copied = ClipboardCopy(channels, document.WavFmtBits, document.WavFmtFreq, left, right);
+    copied = ClipboardCopy(channels, document.WavFmtBits, document.WavFmtFreq, left, right,
+                           StretchAsWav(document, first, last, channels));
   }
   if (!copied) UserInterface().Message("Copying operation failed", MessageIcon::Critical);
   return copied;
@@ -41,7 +43,8 @@ void EditCut(FileMemoClass& document) {
     BlockCarrBuffClass left;
     BlockCarrBuffClass right;
     document.WaveCollectData(first, last, channels, left, right);
-    copied = ClipboardCopy(channels, document.WavFmtBits, document.WavFmtFreq, left, right);
+    copied = ClipboardCopy(channels, document.WavFmtBits, document.WavFmtFreq, left, right,
+                           StretchAsWav(document, first, last, channels));
   }
   if (copied) document.WaveDataDelete(first, channels, last - first + 1, "Cut", true);
 }
@@ -53,9 +56,11 @@ void EditPaste(FileMemoClass& document) {
   if (!GetEditRange(document, first, last, channels, kWantPosition, "Paste")) return;
   const BusyPointer busy;
   try {
+    // Audio another program copied goes in as an inserted file does.
+    const bool pasted = !ClipboardHoldsClip() && PasteClipboardWav(document, first);
     BlockCarrBuffClass left;
     BlockCarrBuffClass right;
-    if (ClipboardPaste(document, left, right, channels)) {
+    if (!pasted && ClipboardPaste(document, left, right, channels)) {
       document.WaveDataInsert(first, channels, &left, &right, "Paste", true);
     }
   } catch (const std::exception& error) {

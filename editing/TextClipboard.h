@@ -14,17 +14,31 @@ class TextClipboard {
   virtual std::string Text() const = 0;
   virtual void SetText(const std::string& text) = 0;
   virtual void Clear() = 0;
+  // The text, and beside it the same audio as a WAV file's bytes for other programs
+  // (audio/wav); no audio when `wav` is empty.
+  virtual void SetTextAndAudio(const std::string& text, const std::string& wav) = 0;
+  // A WAV file's bytes on the clipboard (audio/wav); empty when it holds none.
+  virtual std::string Audio() const = 0;
 };
 
 // A clipboard that lives as long as the process and is seen by nobody else.
 class InProcessClipboard : public TextClipboard {
  public:
   std::string Text() const override { return text_; }
-  void SetText(const std::string& text) override { text_ = text; }
-  void Clear() override { text_.clear(); }
+  void SetText(const std::string& text) override {
+    text_ = text;
+    audio_.clear();
+  }
+  void Clear() override { SetText(""); }
+  void SetTextAndAudio(const std::string& text, const std::string& wav) override {
+    text_ = text;
+    audio_ = wav;
+  }
+  std::string Audio() const override { return audio_; }
 
  private:
   std::string text_;
+  std::string audio_;
 };
 
 // The process-wide clipboard in use: an in-process one until a front end installs its own.

@@ -11,6 +11,7 @@
 #include <sstream>
 #include "core/Environment.h"
 
+#include "editing/ClipboardAudio.h"
 #include "editing/ClipboardExchange.h"
 #include "editing/EditCommands.h"
 #include "editing/TextClipboard.h"
@@ -50,6 +51,13 @@ TEST_F(Clipboard, CopyLeavesSevenFieldsAndADescriptionPerChannel) {
   EXPECT_EQ(field[6], files.Path());
   EXPECT_TRUE(std::filesystem::exists(files.File("InfoLeft.dat")));
   EXPECT_TRUE(std::filesystem::exists(files.File("InfoRight.dat")));
+  // Beside the clip, for other programs, the same audio as a WAV file; none for a stretch
+  // of more than ten minutes.
+  EXPECT_EQ(SystemClipboard().Audio(),
+            PcmWave(2, 44100, 16, Interleave(SignalRun(0, 100, 800), SignalRun(1, 100, 800))));
+  source.WavFmtFreq = 1;
+  EXPECT_EQ(StretchAsWav(source, 1, 600, 0).size(), 44u + 600 * 4);
+  EXPECT_EQ(StretchAsWav(source, 1, 601, 0), "");
 }
 
 TEST_F(Clipboard, PasteFitsTheClipToTheDocumentsChannelsAndBits) {
@@ -126,6 +134,8 @@ class FileClipboard : public TextClipboard {
   std::string Text() const override { return ReadFileBytes(path_); }
   void SetText(const std::string& text) override { std::ofstream(path_) << text; }
   void Clear() override { std::ofstream(path_, std::ios::trunc); }
+  void SetTextAndAudio(const std::string& text, const std::string&) override { SetText(text); }
+  std::string Audio() const override { return ""; }
 
  private:
   std::string path_;

@@ -2,10 +2,13 @@
 // menus, the slide chooser, and every Edit, Insert and Volume command through its menu
 // item, with the dialogs answered on screen.
 #include <QAction>
+#include <QClipboard>
 #include <QComboBox>
+#include <QGuiApplication>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
+#include <QMimeData>
 #include <QPushButton>
 #include <QSlider>
 #include <QTableWidget>
@@ -15,6 +18,7 @@
 #include "core/Settings.h"
 #include "storage/EditorState.h"
 #include "storage/FileMemoClass.h"
+#include "tests/support/SessionFixture.h"
 #include "tests/ui/EditorWindowFixture.h"
 #include "ui/DynCompDialog.h"
 #include "ui/LevelSlidesDialog.h"
@@ -161,6 +165,31 @@ TEST_F(WaveEditorEditing, EditMenuCommandsChangeTheDocument) {
   window.MenuItem("InsertSilence_Mnu")->trigger();  // the box's proposal: 1 second
   EXPECT_EQ(session->Document()->WavWaveINos, length + kRate);
   EXPECT_EQ(UndoCaption(), "Undo [Insert Silence]");
+}
+
+// Other programs take a copied stretch from the desktop clipboard as a WAV file, and the
+// WAV audio they copy pastes as an insert.
+TEST_F(WaveEditorEditing, CopiedAudioIsWavForOtherProgramsAndTheirWavPastes) {
+  WaveEditor_Frm& window = Open();
+  const std::vector<int16_t> head = Left(1, 100);
+  Editor().SelStart = 1;
+  Editor().SelEnd = 100;
+  window.MenuItem("EditCopy_Mnu")->trigger();
+  const QMimeData* offered = QGuiApplication::clipboard()->mimeData();
+  ASSERT_NE(offered, nullptr);
+  EXPECT_EQ(offered->data("audio/wav").toStdString(),
+            PcmWave(2, kRate, 16, Interleave(head, head)));
+
+  const std::vector<int16_t> ramp = Ramp(50, 7, 3);
+  auto* theirs = new QMimeData;
+  theirs->setData("audio/x-wav", QByteArray::fromStdString(PcmWave(1, kRate, 16, ramp)));
+  QGuiApplication::clipboard()->setMimeData(theirs);
+  Editor().SelStart = Editor().SelEnd = 5001;
+  window.MenuItem("EditPaste_Mnu")->trigger();
+  EXPECT_EQ(session->Document()->WavWaveINos, 2 * kFrames + 50);
+  EXPECT_EQ(Left(5001, 50), ramp);
+  EXPECT_EQ(UndoCaption(), "Undo [Paste]");
+  EXPECT_TRUE(ui.messages.empty());
 }
 
 TEST_F(WaveEditorEditing, VolumeCommandsThroughTheirDialogs) {
