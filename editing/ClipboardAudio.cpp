@@ -10,32 +10,35 @@
 #include "editing/TextClipboard.h"
 #include "platform/CanonicalWaveHeader.h"
 #include "platform/WaveSamples.h"
+#include "storage/BlockCarrBuffClass.h"
 #include "storage/FileMemoClass.h"
 
 namespace quorvane {
 
-std::string StretchAsWav(FileMemoClass& document, int32_t first, int32_t last, int32_t channels) {
-  const int32_t frames = last - first + 1;
-  if (frames < 1 || frames > kLongestClipboardWavSeconds * document.WavFmtFreq) return "";
-  const bool both = channels == 0 && document.WavFmtChannel == 2;
-  const int32_t written = both ? 2 : 1;
-  const int32_t collect = both ? 0 : (channels == 2 ? 2 : 1);
-  const int32_t sampleBytes = document.WavFmtBits / 8;
-  const auto header =
-      CanonicalWaveHeader(written, document.WavFmtFreq, document.WavFmtBits, frames);
+std::string CarriersAsWav(const BlockCarrBuffClass& left, const BlockCarrBuffClass* right,
+                          int32_t bits, int32_t rate) {
+  const int32_t frames = left.WaveINos;
+  const int32_t channels = right != nullptr ? 2 : 1;
+  const int32_t sampleBytes = bits / 8;
+  const auto header = CanonicalWaveHeader(channels, rate, bits, frames);
   std::string wav(header.begin(), header.end());
-  wav.reserve(wav.size() + static_cast<size_t>(frames) * written * sampleBytes);
+  wav.reserve(wav.size() + static_cast<size_t>(frames) * channels * sampleBytes);
   constexpr int32_t kPiece = 65536;
-  std::vector<int16_t> left;
-  std::vector<int16_t> right;
+  std::vector<int16_t> first;
+  std::vector<int16_t> second;
   uint8_t bytes[4];
-  for (int32_t from = first; from <= last; from += kPiece) {
-    const int32_t count = std::min(kPiece, last - from + 1);
-    document.QuickBuffGet(from, count, collect, left, right);
-    const std::vector<int16_t>& only = collect == 2 ? right : left;
+  for (int32_t from = 1; from <= frames; from += kPiece) {
+    const int32_t count = std::min(kPiece, frames - from + 1);
+    first.assign(static_cast<size_t>(count) + 1, 0);
+    left.QuickBuffGet(from, first);
+    if (right != nullptr) {
+      second.assign(static_cast<size_t>(count) + 1, 0);
+      right->QuickBuffGet(from, second);
+    }
     for (int32_t k = 1; k <= count; ++k) {
-      uint8_t* end = EncodeWaveSample(only[static_cast<size_t>(k)], sampleBytes, bytes);
-      if (both) end = EncodeWaveSample(right[static_cast<size_t>(k)], sampleBytes, end);
+      uint8_t* end = EncodeWaveSample(first[static_cast<size_t>(k)], sampleBytes, bytes);
+      if (right != nullptr)
+        end = EncodeWaveSample(second[static_cast<size_t>(k)], sampleBytes, end);
       wav.append(reinterpret_cast<const char*>(bytes), static_cast<size_t>(end - bytes));
     }
   }

@@ -1,5 +1,5 @@
-// Audio on the desktop clipboard as other programs take and give it: a copied stretch as a
-// WAV file's bytes beside the editor's own clip, and WAV audio another program copied
+// Audio on the desktop clipboard as other programs take and give it: a copied clip as a
+// WAV file's bytes beside the editor's own clip text, and WAV audio another program copied
 // pasted as an insert.
 #pragma once
 
@@ -13,9 +13,12 @@ class FileMemoClass;
 // Longer stretches go on the clipboard as the editor's own clip alone.
 inline constexpr int32_t kLongestClipboardWavSeconds = 600;
 
-// Samples first..last of the chosen channels (0 both, 1 left, 2 right) as the bytes of a
-// PCM WAV file; empty when the stretch is longer than ten minutes.
-std::string StretchAsWav(FileMemoClass& document, int32_t first, int32_t last, int32_t channels);
+class BlockCarrBuffClass;
+
+// The samples of one carrier, or of two as the left and right channel, as the bytes of a
+// PCM WAV file.
+std::string CarriersAsWav(const BlockCarrBuffClass& left, const BlockCarrBuffClass* right,
+                          int32_t bits, int32_t rate);
 
 // Inserts the WAV audio on the clipboard before `position` as the undo item "Paste",
 // brought to the document's format as an inserted file is. False when the clipboard holds

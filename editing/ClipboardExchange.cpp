@@ -3,6 +3,7 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <random>
 #include <utility>
 #include <vector>
@@ -11,6 +12,7 @@
 #include "core/ErrorReport.h"
 #include "core/Interaction.h"
 #include "core/Numbers.h"
+#include "editing/ClipboardAudio.h"
 #include "editing/SampleMapping.h"
 #include "editing/TextClipboard.h"
 #include "storage/BlockCarrBuffClass.h"
@@ -212,8 +214,7 @@ std::string ClipboardFolder() {
 }
 
 bool ClipboardCopy(int32_t Channels, int32_t BitsPerSample, int32_t SampleRate,
-                   const BlockCarrBuffClass& LeftBuffer, const BlockCarrBuffClass& RightBuffer,
-                   const std::string& wav) {
+                   const BlockCarrBuffClass& LeftBuffer, const BlockCarrBuffClass& RightBuffer) {
   try {
     DropClipBuffers();
     const std::string folder = ClipboardFolder();
@@ -225,8 +226,17 @@ bool ClipboardCopy(int32_t Channels, int32_t BitsPerSample, int32_t SampleRate,
                              DecimalText(first.WaveINos) + "," + DecimalText(BitsPerSample) + "," +
                              DecimalText(SampleRate) + ",ClipPointer:" + DecimalText(ClipPointer) +
                              "," + folder;
+    // Made from the clip, while it is still this editor's, when a program asks.
+    std::function<std::string()> wav;
+    if (first.WaveINos <= int64_t{kLongestClipboardWavSeconds} * SampleRate) {
+      wav = [identifier = ClipPointer, stereo = Channels == 0, BitsPerSample, SampleRate] {
+        if (identifier != ClipPointer) return std::string();
+        return CarriersAsWav(ClipLeft(), stereo ? &ClipRight() : nullptr, BitsPerSample,
+                             SampleRate);
+      };
+    }
     SystemClipboard().Clear();
-    SystemClipboard().SetTextAndAudio(text, wav);
+    SystemClipboard().SetTextAndAudio(text, std::move(wav));
     return true;
   } catch (const std::exception& error) {
     UserInterface().Message(ErrorDescription(error), MessageIcon::None, "Error Copying");

@@ -20,12 +20,11 @@ extern int32_t ClipPointer;
 // The folder of the description files: the settings file's folder, named by field 6.
 std::string ClipboardFolder();
 
-// Channels 0 copies both buffers, 1 the left, 2 the right; `wav`, the same audio as a WAV
-// file's bytes, goes beside it for other programs. False (after a message captioned
-// "Error Copying") when the copy failed.
+// Channels 0 copies both buffers, 1 the left, 2 the right. A clip of up to ten minutes is
+// also offered to other programs as WAV audio, made from the clip when one asks. False
+// (after a message captioned "Error Copying") when the copy failed.
 bool ClipboardCopy(int32_t Channels, int32_t BitsPerSample, int32_t SampleRate,
-                   const BlockCarrBuffClass& LeftBuffer, const BlockCarrBuffClass& RightBuffer,
-                   const std::string& wav = "");
+                   const BlockCarrBuffClass& LeftBuffer, const BlockCarrBuffClass& RightBuffer);
 
 // Whether the clipboard's text is an editor's clip.
 bool ClipboardHoldsClip();

@@ -25,8 +25,7 @@ bool EditCopy(FileMemoClass& document) {
     BlockCarrBuffClass left;
     BlockCarrBuffClass right;
     document.WaveCollectData(first, last, channels, left, right);
-    copied = ClipboardCopy(channels, document.WavFmtBits, document.WavFmtFreq, left, right,
-                           StretchAsWav(document, first, last, channels));
+    copied = ClipboardCopy(channels, document.WavFmtBits, document.WavFmtFreq, left, right);
   }
   if (!copied) UserInterface().Message("Copying operation failed", MessageIcon::Critical);
   return copied;
@@ -43,8 +42,7 @@ void EditCut(FileMemoClass& document) {
     BlockCarrBuffClass left;
     BlockCarrBuffClass right;
     document.WaveCollectData(first, last, channels, left, right);
-    copied = ClipboardCopy(channels, document.WavFmtBits, document.WavFmtFreq, left, right,
-                           StretchAsWav(document, first, last, channels));
+    copied = ClipboardCopy(channels, document.WavFmtBits, document.WavFmtFreq, left, right);
   }
   if (copied) document.WaveDataDelete(first, channels, last - first + 1, "Cut", true);
 }

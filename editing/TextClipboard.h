@@ -3,6 +3,7 @@
 // batch tool and the tests use the in-process one.
 #pragma once
 
+#include <functional>
 #include <string>
 
 namespace quorvane {
@@ -15,8 +16,8 @@ class TextClipboard {
   virtual void SetText(const std::string& text) = 0;
   virtual void Clear() = 0;
   // The text, and beside it the same audio as a WAV file's bytes for other programs
-  // (audio/wav); no audio when `wav` is empty.
-  virtual void SetTextAndAudio(const std::string& text, const std::string& wav) = 0;
+  // (audio/wav), made by `wav` only when someone asks for them; no audio without `wav`.
+  virtual void SetTextAndAudio(const std::string& text, std::function<std::string()> wav) = 0;
   // A WAV file's bytes on the clipboard (audio/wav); empty when it holds none.
   virtual std::string Audio() const = 0;
 };
@@ -27,18 +28,18 @@ class InProcessClipboard : public TextClipboard {
   std::string Text() const override { return text_; }
   void SetText(const std::string& text) override {
     text_ = text;
-    audio_.clear();
+    audio_ = nullptr;
   }
   void Clear() override { SetText(""); }
-  void SetTextAndAudio(const std::string& text, const std::string& wav) override {
+  void SetTextAndAudio(const std::string& text, std::function<std::string()> wav) override {
     text_ = text;
-    audio_ = wav;
+    audio_ = std::move(wav);
   }
-  std::string Audio() const override { return audio_; }
+  std::string Audio() const override { return audio_ ? audio_() : ""; }
 
  private:
   std::string text_;
-  std::string audio_;
+  std::function<std::string()> audio_;
 };
 
 // The process-wide clipboard in use: an in-process one until a front end installs its own.

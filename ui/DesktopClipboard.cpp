@@ -21,13 +21,44 @@ namespace {
 // The names programs give WAV audio on the clipboard; the first is offered.
 const char* const kWavTypes[] = {"audio/wav", "audio/x-wav"};
 
+// The text, and WAV audio made only when a program asks for it (once).
+class TextAndAudio : public QMimeData {
+ public:
+  TextAndAudio(const std::string& text, std::function<std::string()> wav) : wav_(std::move(wav)) {
+    setText(QString::fromStdString(text));
+  }
+
+  QStringList formats() const override {
+    return QMimeData::formats() << QString::fromLatin1(kWavTypes[0]);
+  }
+
+ protected:
+  QVariant retrieveData(const QString& type, QMetaType wanted) const override {
+    if (type != QLatin1String(kWavTypes[0])) return QMimeData::retrieveData(type, wanted);
+    if (!made_) {
+      const std::string bytes = wav_();
+      bytes_ = QByteArray(bytes.data(), static_cast<qsizetype>(bytes.size()));
+      made_ = true;
+    }
+    return bytes_;
+  }
+
+ private:
+  std::function<std::string()> wav_;
+  mutable bool made_ = false;
+  mutable QByteArray bytes_;
+};
+
 }  // namespace
 
-void DesktopClipboard::SetTextAndAudio(const std::string& text, const std::string& wav) {
-  auto* data = new QMimeData;
-  data->setText(QString::fromStdString(text));
-  if (!wav.empty())
-    data->setData(kWavTypes[0], QByteArray(wav.data(), static_cast<qsizetype>(wav.size())));
+void DesktopClipboard::SetTextAndAudio(const std::string& text, std::function<std::string()> wav) {
+  QMimeData* data = nullptr;
+  if (wav) {
+    data = new TextAndAudio(text, std::move(wav));
+  } else {
+    data = new QMimeData;
+    data->setText(QString::fromStdString(text));
+  }
   QGuiApplication::clipboard()->setMimeData(data);  // the clipboard owns it
 }
 

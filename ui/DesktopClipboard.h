@@ -11,7 +11,7 @@ class DesktopClipboard : public TextClipboard {
   std::string Text() const override;
   void SetText(const std::string& text) override;
   void Clear() override;
-  void SetTextAndAudio(const std::string& text, const std::string& wav) override;
+  void SetTextAndAudio(const std::string& text, std::function<std::string()> wav) override;
   std::string Audio() const override;
 };
 

@@ -11,7 +11,6 @@
 #include <sstream>
 #include "core/Environment.h"
 
-#include "editing/ClipboardAudio.h"
 #include "editing/ClipboardExchange.h"
 #include "editing/EditCommands.h"
 #include "editing/TextClipboard.h"
@@ -51,13 +50,17 @@ TEST_F(Clipboard, CopyLeavesSevenFieldsAndADescriptionPerChannel) {
   EXPECT_EQ(field[6], files.Path());
   EXPECT_TRUE(std::filesystem::exists(files.File("InfoLeft.dat")));
   EXPECT_TRUE(std::filesystem::exists(files.File("InfoRight.dat")));
-  // Beside the clip, for other programs, the same audio as a WAV file; none for a stretch
-  // of more than ten minutes.
+  // Beside the clip, for other programs, the same audio as a WAV file; none for a clip of
+  // more than ten minutes (here at one sample a second).
   EXPECT_EQ(SystemClipboard().Audio(),
             PcmWave(2, 44100, 16, Interleave(SignalRun(0, 100, 800), SignalRun(1, 100, 800))));
   source.WavFmtFreq = 1;
-  EXPECT_EQ(StretchAsWav(source, 1, 600, 0).size(), 44u + 600 * 4);
-  EXPECT_EQ(StretchAsWav(source, 1, 601, 0), "");
+  for (const int32_t last : {600, 601}) {
+    Editor().SelEnd = last;
+    Editor().SelStart = 1;
+    ASSERT_TRUE(EditCopy(source));
+    EXPECT_EQ(SystemClipboard().Audio().size(), last == 600 ? 44u + 600 * 4 : 0u);
+  }
 }
 
 TEST_F(Clipboard, PasteFitsTheClipToTheDocumentsChannelsAndBits) {
@@ -134,7 +137,9 @@ class FileClipboard : public TextClipboard {
   std::string Text() const override { return ReadFileBytes(path_); }
   void SetText(const std::string& text) override { std::ofstream(path_) << text; }
   void Clear() override { std::ofstream(path_, std::ios::trunc); }
-  void SetTextAndAudio(const std::string& text, const std::string&) override { SetText(text); }
+  void SetTextAndAudio(const std::string& text, std::function<std::string()>) override {
+    SetText(text);
+  }
   std::string Audio() const override { return ""; }
 
  private:
