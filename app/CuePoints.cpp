@@ -50,8 +50,8 @@ std::vector<int32_t> InsertedCuePositions(const std::string& file, int32_t posit
 
 void AddClickMarkers(FileMemoClass& document, const std::vector<int32_t>& positions,
                      const std::string& undoName) {
-  ProjectData& project = Project();
-  std::vector<int32_t> added;
+  const ProjectData& project = Project();
+  std::vector<MarkerInfo> markers;
   for (const int32_t position : positions) {
     int32_t slide = 0;
     for (int32_t i = 1; i <= project.SlideCount; ++i) {
@@ -60,12 +60,9 @@ void AddClickMarkers(FileMemoClass& document, const std::vector<int32_t>& positi
         slide = i;
       }
     }
-    if (slide == 0) continue;
-    AddMarker(MarkerInfo{kClickMarker, 0.0F, position, slide});
-    added.push_back(project.MarkerCount);
+    if (slide != 0) markers.push_back(MarkerInfo{kClickMarker, 0.0F, position, slide});
   }
-  document.MarkerManyChanged(1, added, undoName, true);
-  SortMarkers();
+  document.AddMarkers(markers, undoName);
 }
 
 }  // namespace quorvane

@@ -1,6 +1,5 @@
 #include "devices/DsPlayClass.h"
 
-#include "app/SessionLifetime.h"
 #include "core/Environment.h"
 #include "core/Interaction.h"
 
@@ -19,13 +18,13 @@ bool HoldsSourceFile(const BlockCarrBuffClass& carrier) {
 
 }  // namespace
 
-DsPlayClass::DsPlayClass() {
+DsPlayClass::DsPlayClass(bool loop) {
   Dll.MsgBoxOb = [this](const std::string& message, const std::string& title) {
     Dll_MsgBoxOb(message, title);
   };
   Dll.MemoryLimit(Env().MemoryBudget);
   Dll.TempFolder(Env().SessionFolder);
-  Dll.LoopFlag(LoopOn());
+  Dll.LoopFlag(loop);
 }
 
 void DsPlayClass::ReleasePlayingFiles(bool OnlyOriginal) {

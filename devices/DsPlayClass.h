@@ -13,7 +13,8 @@ namespace quorvane {
 
 class DsPlayClass {
  public:
-  DsPlayClass();
+  // `loop`: the play toolbar's loop switch as it stands.
+  explicit DsPlayClass(bool loop);
 
   QuorvanePlayer Dll;
   BlockCarrBuffClass PlayCarrierL;

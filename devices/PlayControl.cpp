@@ -65,8 +65,8 @@ void SetPlayToolbar(PlayToolbarLink link) {
 
 void SetPlayDocument(FileMemoClass* document) { g_document = document; }
 
-void CreatePlayer() {
-  g_player = std::make_unique<DsPlayClass>();
+void CreatePlayer(bool loop) {
+  g_player = std::make_unique<DsPlayClass>(loop);
   g_player->DisablePauseButton = g_toolbar.DisablePauseButton;
 }
 

@@ -25,8 +25,9 @@ void SetPlayToolbar(PlayToolbarLink link);
 // The document that command 11 plays from.
 void SetPlayDocument(FileMemoClass* document);
 
-// The player wrapper of the session: made at start-up, dropped at its end.
-void CreatePlayer();
+// The player wrapper of the session: made at start-up with the loop switch as it stands,
+// dropped at its end.
+void CreatePlayer(bool loop = false);
 void ReleasePlayer();
 DsPlayClass* DsPlay();
 

@@ -84,6 +84,13 @@ class FileMemoClass {
                          const std::string& UndoName, bool IsLastOperation);
   // Before the editor moves a slide boundary.
   void SlidesBeingChanged(const std::string& UndoName, bool IsLastOperation);
+  // Marker and boundary edits, each recorded as one undo item named UndoName; the marker
+  // table stays sorted. MoveSlideStart deletes the markers the boundary passes.
+  void MoveMarker(int32_t MarkerNo, int32_t Position, const std::string& UndoName);
+  int32_t AddMarkers(const std::vector<MarkerInfo>& markers, const std::string& UndoName);
+  void DeleteMarkers(std::vector<int32_t> MarkerNos, const std::string& UndoName,
+                     bool IsLastOperation = true);
+  void MoveSlideStart(int32_t Slide, int32_t Position, const std::string& UndoName);
   void WaveDataDelete(int32_t PosStart, int32_t WorkChn, int32_t DeleteLen,
                       const std::string& UndoName, bool IsLastOperation);
   void UndoInfoReset();

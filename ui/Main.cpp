@@ -49,7 +49,7 @@ std::unique_ptr<EditorSession> EditorSession::Open(const std::string& commandLin
   SetSystemClipboard(&session->clipboard_);
   EditorSession& s = *session;
   s.document_ = PrepareSession(commandLine, nullptr, [&s](FileMemoClass& created) {
-    CreatePlayer();
+    CreatePlayer(LoopOn());
     s.window_ = std::make_unique<WaveEditor_Frm>();
     s.window_->AttachDocument(&created);
     s.qtInteraction_.SetOwner(s.window_.get());

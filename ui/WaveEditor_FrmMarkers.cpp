@@ -22,14 +22,6 @@ namespace {
 MarkerInfo& MarkerAt(int32_t index) { return Project().Markers[static_cast<size_t>(index)]; }
 int32_t SlideStart(int32_t index) { return Project().Slides[static_cast<size_t>(index)].Start; }
 
-// Removes marker `index` by moving the last marker of the table into its place.
-void RemoveByMovingLast(int32_t index) {
-  ProjectData& project = Project();
-  MarkerAt(index) = MarkerAt(project.MarkerCount);
-  project.Markers.resize(static_cast<size_t>(project.MarkerCount));
-  --project.MarkerCount;
-}
-
 }  // namespace
 
 void WaveEditor_Frm::BuildMarkerMenus() {
@@ -163,7 +155,6 @@ void WaveEditor_Frm::MarkerDrawPic_MouseMove(int Shift, double X, double Y) {
 void WaveEditor_Frm::MarkerDrawPic_MouseUp(double X) {
   if (!FlagDragging) return;
   const int32_t length = Length();
-  ProjectData& project = Project();
   if (!FlagDragMoved) {
     if (DragMarker != 0) {
       View().CurrentMarker = DragMarker;
@@ -172,30 +163,13 @@ void WaveEditor_Frm::MarkerDrawPic_MouseUp(double X) {
   } else if (length >= 1 && document_ != nullptr) {
     const int32_t q = std::clamp(PositionAtPixel(X, length), DragMin, DragMax);
     if (DragMarker != 0) {
-      document_->MarkerOneChanged(2, DragMarker, "Marker Drag", false);
-      MarkerAt(DragMarker).Position = q;
-      document_->MarkerOneChanged(1, DragMarker, "Marker Drag", true);
+      document_->MoveMarker(DragMarker, q, "Marker Drag");
       View().CurrentMarker = DragMarker;
       Trace("MarkerDrawPic_MouseUp: Marker Drag", DragMarker, q);
     } else {
-      std::vector<int32_t> passed;
-      for (int32_t i = 1; i <= project.MarkerCount; ++i) {
-        const MarkerInfo& marker = MarkerAt(i);
-        if ((marker.Slide == DragSlide && marker.Position < q) ||
-            (marker.Slide == DragSlide - 1 && marker.Position >= q)) {
-          passed.push_back(i);
-        }
-      }
-      if (!passed.empty()) {
-        std::sort(passed.begin(), passed.end(), std::greater<>());
-        document_->MarkerManyChanged(2, passed, "Slide Drag", false);
-        for (const int32_t index : passed) RemoveByMovingLast(index);
-      }
-      document_->SlidesBeingChanged("Slide Drag", true);
-      project.Slides[static_cast<size_t>(DragSlide)].Start = q;
+      document_->MoveSlideStart(DragSlide, q, "Slide Drag");
       Trace("MarkerDrawPic_MouseUp: Slide Drag", DragSlide, q);
     }
-    SortMarkers();
     Refresh_Wave_View();
   }
   FlagDragging = false;
@@ -216,17 +190,13 @@ void WaveEditor_Frm::MarkerPop2AddMnu_Click(int32_t Index) {
   marker.Position = RightClickPos;
   marker.Slide = slide;
   marker.Kind = Index == 1 ? kClickMarker : kAutoMarker;
-  AddMarker(marker);
-  document_->MarkerOneChanged(1, project.MarkerCount, Index == 1 ? "Add Click" : "Add Auto", true);
-  SortMarkers();
+  document_->AddMarkers({marker}, Index == 1 ? "Add Click" : "Add Auto");
   Refresh_Wave_View();
 }
 
 void WaveEditor_Frm::MarkerPopDeleteMnu_Click() {
   if (document_ == nullptr || PopupMarker < 1 || PopupMarker > Project().MarkerCount) return;
-  document_->MarkerOneChanged(2, PopupMarker, "Delete Marker", true);
-  RemoveByMovingLast(PopupMarker);
-  SortMarkers();
+  document_->DeleteMarkers({PopupMarker}, "Delete Marker");
   Refresh_Wave_View();
 }
 
