@@ -2,7 +2,7 @@
 // files, each with the number of blocks that use it, and the left/right pairs of blocks of
 // a stereo original file that one read can fill together. A file goes once its last block
 // lets go of it: a temporary file, or an original file inside the session folder, is then
-// deleted.
+// deleted. What needs the block table as well is in OriginalFileBlocks.
 #pragma once
 
 #include <cstdint>
@@ -36,19 +36,7 @@ inline std::vector<ChannelPair> ChannelPairTable(1);
 
 int32_t RegisterOriginalFile(const std::string& name, int32_t channels, int32_t bits,
                              int32_t rate = 0);
-// A new BlockOrgFile block of `length` samples of one channel of the original file
-// `entry`, its first sample at the 1-based byte `filePosition`, starting at `start` in its
-// owner. The file's use count counts it.
-int32_t AddOriginalFileRun(int32_t entry, int32_t filePosition, int32_t start, int32_t length);
 void RegisterChannelPair(int32_t blockA, int32_t blockB);
-void ReleaseOriginalFileByName(const std::string& name);
-void ReleaseOriginalFile(int32_t entry);
-// Before a file is replaced or deleted: the blocks that still read from it keep reading it
-// under a second name in the session folder (a hard link; a copy only across file
-// systems), without loading a sample. The caller then renames a new file over the name or
-// deletes it; the session's copy is the only one left of the old audio. Where no second
-// name can be made, the blocks are loaded as by ReleaseOriginalFileByName.
-void SetOriginalFileAside(const std::string& name);
 int32_t NewTempFileSlot();
 void ReleaseUnusedFiles();
 void ReleaseAllFiles();

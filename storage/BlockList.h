@@ -7,3 +7,4 @@
 #include "storage/BlockFileTables.h"
 #include "storage/BlockSampleIO.h"
 #include "storage/BlockTable.h"
+#include "storage/OriginalFileBlocks.h"

@@ -28,6 +28,8 @@ void DropTempUse(int32_t slot);
 void AddOriginalUse(int32_t entry, int32_t count);
 void DropOriginalUse(int32_t entry);
 bool SameNameIgnoringCase(const std::string& a, const std::string& b);
+// Whether the file lies in the session folder, whose files go when nothing uses them.
+bool InsideTempFolder(const std::string& name);
 // Bytes per sample and channels of an original file.
 int32_t SampleBytes(int32_t entry);
 int32_t FileChannels(int32_t entry);

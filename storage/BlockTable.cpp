@@ -8,6 +8,7 @@
 #include "core/Interaction.h"
 #include "storage/BlockFileTables.h"
 #include "storage/BlockListParts.h"
+#include "storage/OriginalFileBlocks.h"
 #include "storage/StorageChecks.h"
 
 namespace quorvane {
