@@ -4,6 +4,7 @@
 #include <functional>
 #include <vector>
 
+#include "app/AudioFileName.h"
 #include "core/Digest.h"
 #include "core/ProjectTables.h"
 #include "storage/FileMemoClass.h"
@@ -99,7 +100,12 @@ void NoteLoadedSlides(FileMemoClass& document) {
   for (int32_t n = 1; n <= project.SlideCount; ++n) {
     SlideInfo& slide = project.Slides[static_cast<size_t>(n)];
     const int32_t last = SlideLast(document, n);
-    slide.LoadedLayout = OriginalFileLayout(document, slide.Start, last, slide.TrackPath);
+    // An MP3 track is read from its decoding: while the slide's samples still lie there,
+    // encoding them again would only lose quality.
+    slide.LoadedFrom = LowerEnding(slide.TrackPath, 4) == ".mp3"
+                           ? OriginalFileAt(document, slide.Start)
+                           : slide.TrackPath;
+    slide.LoadedLayout = OriginalFileLayout(document, slide.Start, last, slide.LoadedFrom);
     slide.LoadedMarkers = markers[static_cast<size_t>(n)].Value();
     if (slide.TrackUnreadable) slide.LoadedAudio = StretchDigest(document, slide.Start, last);
   }
@@ -108,7 +114,7 @@ void NoteLoadedSlides(FileMemoClass& document) {
 bool SlideTrackUpToDate(const FileMemoClass& document, int32_t n) {
   const SlideInfo& slide = Project().Slides[static_cast<size_t>(n)];
   return slide.LoadedLayout != 0 &&
-         OriginalFileLayout(document, slide.Start, SlideLast(document, n), slide.TrackPath) ==
+         OriginalFileLayout(document, slide.Start, SlideLast(document, n), slide.LoadedFrom) ==
              slide.LoadedLayout;
 }
 

@@ -21,12 +21,12 @@ uint64_t SlideMarkersDigest(int32_t n);
 bool SlideAudioEdited(FileMemoClass& document, int32_t n);
 bool SlideMarkersEdited(int32_t n);
 
-// Notes, after loading, what every slide holds: where its samples lie, and the audio and
-// markers of every slide whose track could not be read.
+// Notes, after loading, what every slide holds: where its samples lie, its markers, and
+// the audio of every slide whose track could not be read.
 void NoteLoadedSlides(FileMemoClass& document);
 
-// Slide n's track file already holds exactly its audio: the samples still lie there,
-// where they were loaded from, untouched.
+// Slide n's track file already holds exactly its audio: the samples still lie where they
+// were loaded from, untouched, in the track or, for an MP3 track, in its decoding.
 bool SlideTrackUpToDate(const FileMemoClass& document, int32_t n);
 
 }  // namespace quorvane

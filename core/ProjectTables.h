@@ -25,8 +25,10 @@ struct SlideInfo {
   // What such a slide held when loaded, to tell whether it was edited since.
   uint64_t LoadedAudio = 0;
   uint64_t LoadedMarkers = 0;
-  // Where the slide's samples lay in its track when loaded straight from it (0 when they
-  // did not): while they still lie there, the track already holds the slide's audio.
+  // Where the slide's samples lay in the file they were loaded from, when it is its track
+  // or, for an MP3 track, the track's decoding (0 when they lay elsewhere): while they
+  // still lie there, the track already holds the slide's audio.
+  std::string LoadedFrom;
   uint64_t LoadedLayout = 0;
 };
 

@@ -49,4 +49,14 @@ uint64_t OriginalFileLayout(const FileMemoClass& document, int32_t first, int32_
   return digest.Value() == 0 ? 1 : digest.Value();
 }
 
+std::string OriginalFileAt(const FileMemoClass& document, int32_t position) {
+  size_t from = 0;
+  size_t to = 0;
+  document.LeftChannel().Overlapping(position, position, from, to);
+  if (from >= to) return "";
+  const BlockRecord& block = BlockTable[document.LeftChannel().Blocks()[from]];
+  if (block.Kind != BlockOrgFile) return "";
+  return OrgFileTable[static_cast<size_t>(block.FileRef)].FileName;
+}
+
 }  // namespace quorvane

@@ -17,4 +17,8 @@ class FileMemoClass;
 uint64_t OriginalFileLayout(const FileMemoClass& document, int32_t first, int32_t last,
                             const std::string& fileName);
 
+// The original file the left (or only) channel's sample at `position` is read from; empty
+// when that sample lies in memory, a temporary file or nowhere.
+std::string OriginalFileAt(const FileMemoClass& document, int32_t position);
+
 }  // namespace quorvane

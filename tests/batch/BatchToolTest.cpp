@@ -343,6 +343,25 @@ TEST_F(BatchTool, MarkersTravelAsCuePointsInAndOutOfWavFiles) {
             Info(4005, true, "Undo [Nothing]", {1, 1001, 1801, 4006}, {111, 552, 1442}));
 }
 
+// An MP3 track is encoded again only when its slide was edited: every encoding loses a
+// little of the narration.
+TEST_F(BatchTool, AnUneditedMp3TrackIsNotEncodedAgain) {
+  const std::string wave = folder.Write("voice.wav", PcmWave(1, 11025, 16, Voice(0.25, 0.3, 1)));
+  ASSERT_EQ(RunProgram("lame", {"--quiet", wave, Track("talk.mp3")}).exitStatus, 0);
+  plan.slides[1] = SlidePlan{"Talk", "talk.mp3", "", {}, {}, {}};
+  WriteProject();
+  const auto inode = [this] {
+    struct stat status {};
+    ::stat(Track("talk.mp3").c_str(), &status);
+    return status.st_ino;
+  };
+  const ino_t loaded = inode();
+  EXPECT_EQ(Run("save").exitStatus, 0);
+  EXPECT_EQ(inode(), loaded);
+  EXPECT_EQ(Run("delete 1010 1100 save").exitStatus, 0);
+  EXPECT_NE(inode(), loaded);
+}
+
 TEST_F(BatchTool, AProjectThatCannotBeLoadedEndsWithStatusOne) {
   // The path is trimmed first: blanks name no project. Every reason the loading refuses a
   // project is told the same way (the app tests have them all).
