@@ -1,7 +1,7 @@
-// The recording dialog: records from the default input into a temporary WAV file in the
-// session's working format, showing the recorded duration and a level meter per channel.
-// Two 0.1-second buffers take turns on the device; a 10 ms timer started by the device's
-// callback handles each filled buffer on this thread and appends it to the file.
+// The recording dialog: records from the sound server's default source into a temporary WAV
+// file in the session's working format, showing the recorded duration and a level meter per
+// channel. Two 0.1-second buffers take turns on the device; a 10 ms timer started by the
+// device's callback handles each filled buffer on this thread and appends it to the file.
 #pragma once
 
 #include <QDialog>
@@ -80,14 +80,22 @@ class Recd_Frm : public QDialog {
   uint32_t BufferBytes() const;
   void SizeBuffer(RecordBuffer& buffer);
   void ClearMeters();
-  void DrawMeter(PictureBox& meter, const std::vector<int16_t>& samples, int32_t frames);
+  void DrawMeter(PictureBox& meter, int peak);
+  // Handles, in turn, every buffer the device has handed back.
+  void HandleReturnedBuffers();
   void HandleBuffer(RecordBuffer& buffer);
+  // The meters from what the buffer being filled holds so far, so that they follow the
+  // voice more closely than one whole buffer.
+  void ShowLevelSoFar();
+  // Opens the device on `source` and waits for its stream's first sound.
+  int32_t OpenDevice(const std::string& source);
   void CloseDevice();
 
   int32_t channels_;
   int32_t rate_;
   int32_t bits_;
   WaveInDevice device_;
+  QTimer levelTimer_;
   FileHandle file_;
   std::array<RecordBuffer, 2> buffers_;
   int expected_ = 0;  // index of the buffer expected next

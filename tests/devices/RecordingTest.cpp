@@ -1,10 +1,11 @@
 // The recording dialog on a real sound server: a tone played through the null sink comes
-// back through "loopmic" into the dialog's file at its frequency and level; the dialog's
-// labels, buttons and file follow Start, Stop, Done and Cancel.
+// back through "loopmic" into the dialog's file at its frequency and level, from Start to
+// Stop; the dialog's labels, buttons and file follow Start, Stop, Done and Cancel.
 #include <gtest/gtest.h>
 
 #include <QLabel>
 #include <QPushButton>
+#include <chrono>
 #include <filesystem>
 
 #include "tests/devices/PlaybackFixture.h"
@@ -15,8 +16,19 @@
 namespace quorvane::testing {
 namespace {
 
-// Every case has a player; the first plays what it records.
-using Recording = Playback;
+constexpr int kRate = 44100;
+
+// Every case has a player; most play what they record.
+class Recording : public Playback {
+ protected:
+  // Plays a stereo 1000 Hz tone at 8000 for `seconds`.
+  void PlayTone(int seconds) {
+    const std::vector<int16_t> tone = Tone(1000, kRate, 8000, seconds * kRate);
+    Load(2, kRate, 16, tone, tone);
+    Play(1, seconds * kRate);
+    ASSERT_TRUE(QTest::qWaitFor([] { return PlayedSamples() > kRate / 4; }, 5000));
+  }
+};
 
 // Records while the play routine plays a stereo tone range; the file holds both tones.
 TEST_F(Recording, LoopBackPlayedToneComesBackAtItsFrequencyAndLevel) {
@@ -54,6 +66,25 @@ TEST_F(Recording, LoopBackPlayedToneComesBackAtItsFrequencyAndLevel) {
   EXPECT_NEAR(ToneAmplitude(heard, 2, rate, 1000, at, rate / 2), 8000, 400);
   EXPECT_NEAR(ToneAmplitude(right, 2, rate, 1500, at, rate / 2), 4000, 200);
   EXPECT_LT(ToneAmplitude(heard, 2, rate, 1500, at, rate / 2), 100);
+}
+
+// The take is as long as the time from Start to Stop and begins with the sound that was
+// playing at Start: a narrator's first words are in it.
+TEST_F(Recording, TakeHoldsTheSoundFromStartToStop) {
+  PlayTone(6);
+  Recd_Frm form(nullptr, 2, kRate, 16);
+  ASSERT_TRUE(form.FormInitilize());
+  const auto started = std::chrono::steady_clock::now();
+  form.Start_Btn_Click();
+  QTest::qWait(2000);
+  const auto stopped = std::chrono::steady_clock::now();
+  form.Start_Btn_Click();
+  form.Done_Btn_Click();
+  const std::vector<int16_t> heard = CanonicalPcm16Samples(form.RecordFileName, 2, kRate);
+  EXPECT_NEAR(static_cast<double>(heard.size() / 2) / kRate,
+              std::chrono::duration<double>(stopped - started).count(), 0.050);
+  EXPECT_LE(FirstSound(heard, 2, 2000), static_cast<size_t>(kRate / 20));
+  EXPECT_EQ(form.BytesLost(), 0);
 }
 
 TEST_F(Recording, FormatLabelSupportAndMeterFollowTheFormatAndCancelAfterStopDeletesTheFile) {
