@@ -1,6 +1,7 @@
 #include "ui/Recd_Frm.h"
 
 #include <QCloseEvent>
+#include <QComboBox>
 #include <QGridLayout>
 #include <QKeyEvent>
 #include <QLabel>
@@ -20,6 +21,7 @@
 #include "core/FileHelpers.h"
 #include "core/Interaction.h"
 #include "core/Numbers.h"
+#include "core/Settings.h"
 #include "ui/PictureBox.h"
 #include "ui/ShowHelp.h"
 
@@ -34,6 +36,9 @@ constexpr const char* kOpenFailed = "(Open audio device for recording - failed)"
 constexpr const char* kPrepareFailed = "(Prepare recording buffer - Failed)";
 const QColor kStereoMeter(0xFF, 0xFF, 0xFF);
 const QColor kMonoMeter(0xC0, 0xC0, 0xC0);
+// Where the chosen source is kept.
+constexpr const char* kSourceSection = "Setting";
+constexpr const char* kSourceKey = "RecordingSource";
 // How long Stop waits for the sound captured up to it; the server's latency is far less.
 constexpr std::chrono::seconds kLastSoundWait{1};
 // How long the dialog waits for a new stream's first sound. A server can take most of a
@@ -165,6 +170,8 @@ Recd_Frm::Recd_Frm(QWidget* parent, int32_t channels, int32_t rate, int32_t bits
   Done_Btn = button("Done_Btn", "Done");
   Cancel_Btn = button("Cancel_Btn", "Cancel");
   RecSrcBtn = button("RecSrcBtn", "Recording Source && Volume");
+  RecSrc_Cmb = new QComboBox(this);
+  RecSrc_Cmb->setObjectName("RecSrc_Cmb");
   RecShowLPic = new PictureBox(this);
   RecShowRPic = new PictureBox(this);
   for (PictureBox* meter : {RecShowLPic, RecShowRPic}) meter->setFixedSize(16, 100);
@@ -179,11 +186,13 @@ Recd_Frm::Recd_Frm(QWidget* parent, int32_t channels, int32_t rate, int32_t bits
   grid->addWidget(Start_Btn, 4, 0);
   grid->addWidget(Done_Btn, 4, 1);
   grid->addWidget(Cancel_Btn, 4, 2, 1, 2);
-  grid->addWidget(RecSrcBtn, 5, 0, 1, 4);
+  grid->addWidget(RecSrc_Cmb, 5, 0, 1, 4);
+  grid->addWidget(RecSrcBtn, 6, 0, 1, 4);
   connect(Start_Btn, &QPushButton::clicked, this, [this] { Start_Btn_Click(); });
   connect(Done_Btn, &QPushButton::clicked, this, [this] { Done_Btn_Click(); });
   connect(Cancel_Btn, &QPushButton::clicked, this, [this] { Cancel_Btn_Click(); });
   connect(RecSrcBtn, &QPushButton::clicked, this, [this] { RecSrcBtn_Click(); });
+  connect(RecSrc_Cmb, &QComboBox::currentIndexChanged, this, [this] { RecSrc_Cmb_Click(); });
   Rec_Timer.setInterval(10);
   Rec_Timer.setSingleShot(true);
   connect(&Rec_Timer, &QTimer::timeout, this, [this] { Rec_Timer_Timer(); });
@@ -218,6 +227,29 @@ void Recd_Frm::CloseDevice() {
   device_.waveInClose();
 }
 
+std::string Recd_Frm::ListSources() {
+  sources_ = WaveInDevice::InputSources();
+  const std::string kept = SettingGet(kSourceSection, kSourceKey, "");
+  const auto named = [&](const std::string& name) {
+    return std::find_if(sources_.begin(), sources_.end(),
+                        [&](const CaptureSource& source) { return source.name == name; });
+  };
+  auto chosen = named(kept);
+  if (kept.empty() || chosen == sources_.end()) {
+    chosen = std::find_if(sources_.begin(), sources_.end(),
+                          [](const CaptureSource& source) { return source.isDefault; });
+  }
+  if (chosen == sources_.end()) chosen = sources_.begin();
+  const QSignalBlocker quiet(RecSrc_Cmb);
+  RecSrc_Cmb->clear();
+  for (const CaptureSource& source : sources_) {
+    RecSrc_Cmb->addItem(QString::fromStdString(source.description));
+  }
+  if (chosen == sources_.end()) return "";
+  RecSrc_Cmb->setCurrentIndex(static_cast<int>(chosen - sources_.begin()));
+  return chosen->name;
+}
+
 int32_t Recd_Frm::OpenDevice(const std::string& source) {
   BusyPointer busy;
   const int32_t opened = device_.waveInOpen({channels_, rate_, bits_}, WaveInCallback, source);
@@ -238,9 +270,10 @@ bool Recd_Frm::FormInitilize() {
     hide();
     return false;
   };
-  if (WaveInDevice::InputSources().empty()) return fail("Audio Device not found");
+  const std::string source = ListSources();
+  if (sources_.empty()) return fail("Audio Device not found");
   // The stream runs from here on, so that Start finds the sound already flowing.
-  const int32_t opened = OpenDevice("");
+  const int32_t opened = OpenDevice(source);
   if (opened != MMSYSERR_NOERROR) return fail(OpenErrorText(opened));
   uint32_t formats = 0;
   if (device_.waveInGetDevCaps(formats) == MMSYSERR_NOERROR) {
@@ -313,6 +346,7 @@ void Recd_Frm::Start_Btn_Click() {
   Done_Btn->setEnabled(false);
   Cancel_Btn->setEnabled(false);
   RecSrcBtn->setEnabled(false);
+  RecSrc_Cmb->setEnabled(false);
   recording_ = true;
   framesWritten_ = 0;
   Dur_Lbl->setText("0.0");
@@ -519,6 +553,19 @@ void Recd_Frm::RecSrcBtn_Click() {
   UserInterface().Message("The file pavucontrol is not found in " + first + " and " + second +
                           kCrLf + "that is needed to set recording sound source" + kCrLf +
                           "Please set recording source using volume control in windows task bar.");
+}
+
+void Recd_Frm::RecSrc_Cmb_Click() {
+  const int index = RecSrc_Cmb->currentIndex();
+  if (index < 0 || static_cast<size_t>(index) >= sources_.size() || recording_) return;
+  const std::string& source = sources_[static_cast<size_t>(index)].name;
+  SettingPut(kSourceSection, kSourceKey, source);
+  CloseDevice();
+  const int32_t opened = OpenDevice(source);
+  Start_Btn->setEnabled(opened == MMSYSERR_NOERROR);
+  if (opened != MMSYSERR_NOERROR) {
+    UserInterface().Message(OpenErrorText(opened) + kCrLf + kOpenFailed);
+  }
 }
 
 }  // namespace quorvane

@@ -1,14 +1,18 @@
 // The recording dialog on a real sound server: a tone played through the null sink comes
 // back through "loopmic" into the dialog's file at its frequency and level, from Start to
-// Stop; the dialog's labels, buttons and file follow Start, Stop, Done and Cancel.
+// Stop; the dialog lists the server's sources, records from the one chosen and keeps it; its
+// labels, buttons and file follow Start, Stop, Done and Cancel.
 #include <gtest/gtest.h>
 
+#include <QComboBox>
 #include <QLabel>
 #include <QPushButton>
 #include <chrono>
 #include <filesystem>
 
+#include "core/Settings.h"
 #include "tests/devices/PlaybackFixture.h"
+#include "tests/support/ChildProcess.h"
 #include "tests/support/CompressedWavFixtures.h"
 #include "ui/PictureBox.h"
 #include "ui/Recd_Frm.h"
@@ -27,6 +31,49 @@ class Recording : public Playback {
     Load(2, kRate, 16, tone, tone);
     Play(1, seconds * kRate);
     ASSERT_TRUE(QTest::qWaitFor([] { return PlayedSamples() > kRate / 4; }, 5000));
+  }
+
+  // Start, at least half a second, Stop and Done: the take's samples.
+  static std::vector<int16_t> Take(Recd_Frm& form) {
+    form.Start_Btn_Click();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return form.FramesWritten() >= kRate / 2; }, 3000));
+    form.Start_Btn_Click();
+    form.Done_Btn_Click();
+    return CanonicalPcm16Samples(form.RecordFileName, 2, kRate);
+  }
+
+  static double Loudness(const std::vector<int16_t>& take) {
+    return ToneAmplitude(take, 2, kRate, 1000, 0, kRate / 4);
+  }
+};
+
+// A second null sink for as long as it lives: the source "Monitor of OtherSink", on which
+// nothing plays.
+class SilentSink {
+ public:
+  SilentSink()
+      : module_(RunProgram("pactl", {"load-module", "module-null-sink", "sink_name=othersink",
+                                     "sink_properties=device.description=OtherSink"})
+                    .out) {
+    EXPECT_FALSE(module_.empty());
+  }
+  ~SilentSink() { RunProgram("pactl", {"unload-module", module_.substr(0, module_.find('\n'))}); }
+
+ private:
+  std::string module_;
+};
+
+// The server without "loopmic" for as long as it lives: the null sink's monitor is its only
+// source.
+class OnlyMonitorSource {
+ public:
+  OnlyMonitorSource() {
+    EXPECT_EQ(RunProgram("pactl", {"unload-module", "module-remap-source"}).exitStatus, 0);
+  }
+  ~OnlyMonitorSource() {
+    RunProgram("pactl", {"load-module", "module-remap-source", "master=nullsink.monitor",
+                         "source_name=loopmic", "source_properties=device.description=LoopMic"});
+    RunProgram("pactl", {"set-default-source", "loopmic"});
   }
 };
 
@@ -85,6 +132,58 @@ TEST_F(Recording, TakeHoldsTheSoundFromStartToStop) {
               std::chrono::duration<double>(stopped - started).count(), 0.050);
   EXPECT_LE(FirstSound(heard, 2, 2000), static_cast<size_t>(kRate / 20));
   EXPECT_EQ(form.BytesLost(), 0);
+}
+
+// Input devices come first, monitors last; the chosen source is the one recorded from and
+// the one the next dialog starts with; a kept source that has gone gives way to the
+// server's default.
+TEST_F(Recording, ChosenSourceIsRecordedFromAndKept) {
+  PlayTone(8);
+  SilentSink other;
+  const auto description = [](const Recd_Frm& form) {
+    return form.RecSrc_Cmb->currentText().toStdString();
+  };
+  {
+    Recd_Frm form(nullptr, 2, kRate, 16);
+    ASSERT_TRUE(form.FormInitilize());
+    std::vector<std::string> names;
+    for (const CaptureSource& source : form.Sources()) names.push_back(source.name);
+    EXPECT_EQ(names,
+              (std::vector<std::string>{"loopmic", "nullsink.monitor", "othersink.monitor"}));
+    ASSERT_EQ(form.RecSrc_Cmb->count(), 3);
+    EXPECT_EQ(form.RecSrc_Cmb->itemText(2).toStdString(), "Monitor of OtherSink");
+    EXPECT_EQ(description(form), "LoopMic");
+    form.RecSrc_Cmb->setCurrentIndex(2);
+    EXPECT_EQ(SettingGet("Setting", "RecordingSource", ""), "othersink.monitor");
+    EXPECT_LT(Loudness(Take(form)), 50);
+  }
+  {
+    Recd_Frm form(nullptr, 2, kRate, 16);
+    ASSERT_TRUE(form.FormInitilize());
+    EXPECT_EQ(description(form), "Monitor of OtherSink");
+    form.RecSrc_Cmb->setCurrentIndex(1);
+    EXPECT_NEAR(Loudness(Take(form)), 8000, 400);
+  }
+  SettingPut("Setting", "RecordingSource", "gone");
+  Recd_Frm form(nullptr, 2, kRate, 16);
+  ASSERT_TRUE(form.FormInitilize());
+  EXPECT_EQ(description(form), "LoopMic");
+  EXPECT_NEAR(Loudness(Take(form)), 8000, 400);
+  EXPECT_TRUE(ui.Texts().empty());
+}
+
+// A server that offers only the monitor of an output: the dialog opens on it and records
+// what the output plays.
+TEST_F(Recording, MonitorOnlyServerIsListedAndRecordedFrom) {
+  OnlyMonitorSource monitorOnly;
+  PlayTone(4);
+  Recd_Frm form(nullptr, 2, kRate, 16);
+  ASSERT_TRUE(form.FormInitilize());
+  ASSERT_EQ(form.Sources().size(), 1U);
+  EXPECT_TRUE(form.Sources()[0].monitor);
+  EXPECT_EQ(form.RecSrc_Cmb->currentText().toStdString(), "Monitor of NullSink");
+  EXPECT_NEAR(Loudness(Take(form)), 8000, 400);
+  EXPECT_TRUE(ui.Texts().empty());
 }
 
 TEST_F(Recording, FormatLabelSupportAndMeterFollowTheFormatAndCancelAfterStopDeletesTheFile) {
