@@ -12,7 +12,6 @@
 #include <chrono>
 #include <cmath>
 #include <cstring>
-#include <filesystem>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -132,6 +131,26 @@ int MeterPeak(int32_t frames, SampleOfFrame sampleOfFrame) {
     peak = std::max(peak, std::abs(static_cast<int>(sampleOfFrame(position - 1))));
   }
   return peak;
+}
+
+// A sound settings program and how it opens on the recording sources.
+struct SoundSettingsProgram {
+  const char* name;
+  std::vector<QString> arguments;
+};
+
+// pavucontrol first, then the desktops' own sound settings.
+const std::vector<SoundSettingsProgram>& SoundSettingsPrograms() {
+  static const std::vector<SoundSettingsProgram> programs = {
+      {"pavucontrol", {"--tab=4"}},
+      {"pavucontrol-qt", {"--tab=4"}},
+      {"gnome-control-center", {"sound"}},
+      {"systemsettings", {"kcm_pulseaudio"}},
+      {"systemsettings5", {"kcm_pulseaudio"}},
+      {"mate-volume-control", {"--page=input"}},
+      {"cinnamon-settings", {"sound"}},
+  };
+  return programs;
 }
 
 void PutLe32(uint8_t* at, uint32_t value) {
@@ -541,18 +560,30 @@ void Recd_Frm::DiscardRecordFile() {
 
 void Recd_Frm::RecSrcBtn_Click() {
   BusyPointer busy;
-  for (const std::string& folder : VolumeControlFolders) {
-    const std::string program = folder + "/pavucontrol";
-    if (std::filesystem::exists(program)) {
-      QProcess::startDetached(QString::fromStdString(program), {"--tab=4"});
-      return;
+  for (const SoundSettingsProgram& candidate : SoundSettingsPrograms()) {
+    for (const std::string& folder : VolumeControlFolders) {
+      const std::string program = folder + "/" + candidate.name;
+      if (::access(program.c_str(), X_OK) == 0) {
+        QProcess::startDetached(
+            QString::fromStdString(program),
+            QStringList(candidate.arguments.begin(), candidate.arguments.end()));
+        return;
+      }
     }
   }
   const std::string first = VolumeControlFolders.empty() ? "" : VolumeControlFolders.front();
   const std::string second = VolumeControlFolders.size() < 2 ? "" : VolumeControlFolders[1];
+  std::string others;
+  const std::vector<SoundSettingsProgram>& programs = SoundSettingsPrograms();
+  for (size_t i = 1; i < programs.size(); ++i) {
+    if (i > 1) others += i + 1 == programs.size() ? " or " : ", ";
+    others += programs[i].name;
+  }
   UserInterface().Message("The file pavucontrol is not found in " + first + " and " + second +
                           kCrLf + "that is needed to set recording sound source" + kCrLf +
-                          "Please set recording source using volume control in windows task bar.");
+                          "(nor is " + others + ")." + kCrLf +
+                          "Please install pavucontrol, or set the recording source and its "
+                          "volume in the sound settings of your desktop.");
 }
 
 void Recd_Frm::RecSrc_Cmb_Click() {

@@ -52,7 +52,7 @@ class Recd_Frm : public QDialog {
   int64_t BytesLost() const { return device_.BytesLost(); }
   // The sources in the list, in its order.
   const std::vector<CaptureSource>& Sources() const { return sources_; }
-  // Where the volume control program is looked for, in order.
+  // Where the sound settings programs are looked for, in order.
   static std::vector<std::string> VolumeControlFolders;
 
   QPushButton* Start_Btn = nullptr;

@@ -1,7 +1,8 @@
 // The recording dialog on a real sound server: a tone played through the null sink comes
 // back through "loopmic" into the dialog's file at its frequency and level, from Start to
 // Stop; the dialog lists the server's sources, records from the one chosen and keeps it; its
-// labels, buttons and file follow Start, Stop, Done and Cancel.
+// labels, buttons and file follow Start, Stop, Done and Cancel; the volume button runs a
+// sound settings program.
 #include <gtest/gtest.h>
 
 #include <QComboBox>
@@ -9,6 +10,7 @@
 #include <QPushButton>
 #include <chrono>
 #include <filesystem>
+#include <fstream>
 
 #include "core/Settings.h"
 #include "tests/devices/PlaybackFixture.h"
@@ -209,18 +211,55 @@ TEST_F(Recording, FormatLabelSupportAndMeterFollowTheFormatAndCancelAfterStopDel
   EXPECT_FALSE(std::filesystem::exists(form.RecordFileName));
 }
 
-TEST_F(Recording, MissingVolumeControlIsNamedWithTheFoldersSearched) {
+// The volume button runs pavucontrol where it is found, else the desktop's own sound
+// settings, else says what it looked for and where.
+TEST_F(Recording, VolumeButtonRunsTheFirstSoundSettingsProgramFound) {
+  struct Case {
+    std::vector<std::pair<int, std::string>> installed;  // folder (0 or 1), program
+    std::string ran;                                     // what ran, with its arguments
+  };
+  const std::vector<Case> cases = {
+      {{{0, "gnome-control-center"}, {1, "pavucontrol"}}, "pavucontrol --tab=4"},
+      {{{1, "gnome-control-center"}, {0, "mate-volume-control"}}, "gnome-control-center sound"},
+      {{}, ""},
+  };
   const std::vector<std::string> kept = Recd_Frm::VolumeControlFolders;
-  Recd_Frm::VolumeControlFolders = {files.File("bin"), files.File("local")};
-  Recd_Frm form(nullptr, 1, 22050, 16);
-  form.RecSrcBtn_Click();
+  for (const Case& tried : cases) {
+    const TempFolder bin;
+    const TempFolder local;
+    Recd_Frm::VolumeControlFolders = {bin.Path(), local.Path()};
+    const std::string ran = files.File("ran");
+    std::filesystem::remove(ran);
+    for (const auto& [folder, name] : tried.installed) {
+      const std::string program =
+          (folder == 0 ? bin : local)
+              .Write(name, "#!/bin/sh\necho \"$(basename \"$0\") $*\" > " + ran + ".part && mv " +
+                               ran + ".part " + ran + "\n");
+      std::filesystem::permissions(program, std::filesystem::perms::owner_exec,
+                                   std::filesystem::perm_options::add);
+    }
+    ui.messages.clear();
+    Recd_Frm form(nullptr, 1, 22050, 16);
+    form.RecSrcBtn_Click();
+    if (tried.ran.empty()) {
+      EXPECT_EQ(ui.Texts(),
+                std::vector<std::string>{
+                    "The file pavucontrol is not found in " + bin.Path() + " and " + local.Path() +
+                    "\r\nthat is needed to set recording sound source\r\n(nor is "
+                    "pavucontrol-qt, gnome-control-center, systemsettings, systemsettings5, "
+                    "mate-volume-control or cinnamon-settings).\r\nPlease install pavucontrol, "
+                    "or set the recording source and its volume in the sound settings of your "
+                    "desktop."});
+      continue;
+    }
+    ASSERT_TRUE(QTest::qWaitFor([&] { return std::filesystem::exists(ran); }, 5000));
+    std::ifstream said(ran);
+    std::string line;
+    std::getline(said, line);
+    EXPECT_EQ(line, tried.ran);
+    EXPECT_TRUE(ui.Texts().empty());
+  }
   Recd_Frm::VolumeControlFolders = kept;
-  EXPECT_EQ(ui.Texts(),
-            std::vector<std::string>{"The file pavucontrol is not found in " + files.File("bin") +
-                                     " and " + files.File("local") +
-                                     "\r\nthat is needed to set recording sound source\r\n"
-                                     "Please set recording source using volume control in "
-                                     "windows task bar."});
 }
 
 }  // namespace
