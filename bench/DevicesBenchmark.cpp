@@ -2,7 +2,9 @@
 // the time from the play command to the first frames the server has played, for a
 // 10-second and a two-hour range, beside a bare QAudioSink playing from memory; the
 // processor time of the player thread while it plays, beside paplay playing the same file;
-// the resident memory and lost audio of a long recording, beside parec.
+// ten takes through the recording dialog while the player plays, against the time from Start
+// to Stop and the sound playing at Start, and how soon the meters move, beside parec; the
+// resident memory and lost audio of a long recording, beside parec.
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/resource.h>
@@ -15,8 +17,10 @@
 #include <QAudioSink>
 #include <QBuffer>
 #include <QMediaDevices>
+#include <cmath>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -26,9 +30,12 @@
 #include "app/SessionLifetime.h"
 #include "bench/BenchSupport.h"
 #include "core/Environment.h"
+#include "core/FileHelpers.h"
 #include "devices/DsPlayClass.h"
 #include "devices/PlayControl.h"
+#include "platform/CanonicalWaveHeader.h"
 #include "storage/FileMemoClass.h"
+#include "ui/PictureBox.h"
 #include "ui/Recd_Frm.h"
 
 extern char** environ;
@@ -272,6 +279,245 @@ void RecordingFigure(int seconds) {
   Limit(form.BytesLost() == 0, "no recording buffer lost");
 }
 
+// A stereo track in which every frame says where it lies: the left sample is the frame's
+// index modulo 32768, the right one the index divided by 32768, both less 16384. The null
+// sink and "loopmic" pass it unchanged, so the first frame of a take names the frame that
+// sounded when the take began. The right channel stays loud: a tone that never pauses.
+std::string WritePositionCodedProject(const std::string& folder, int seconds) {
+  const int64_t frames = int64_t{seconds} * kRate;
+  std::vector<int16_t> samples(static_cast<size_t>(2 * frames));
+  for (int64_t i = 0; i < frames; ++i) {
+    samples[static_cast<size_t>(2 * i)] = static_cast<int16_t>(i % 32768 - 16384);
+    samples[static_cast<size_t>(2 * i + 1)] = static_cast<int16_t>(i / 32768 - 16384);
+  }
+  const auto header = CanonicalWaveHeader(2, kRate, 16, frames);
+  std::ofstream out(folder + "/track.wav", std::ios::binary | std::ios::trunc);
+  out.write(reinterpret_cast<const char*>(header.data()),
+            static_cast<std::streamsize>(header.size()));
+  out.write(reinterpret_cast<const char*>(samples.data()),
+            static_cast<std::streamsize>(samples.size() * 2));
+  out.close();
+  std::ofstream(folder + "/project.ini")
+      << "[Project]\nTargetFolder=" << folder << "\nSlideCount=1\nBaseFrequency=" << kRate
+      << "\nBaseBits=16\n[1]\nSlideTitle=One\nSlideTrack=track.wav\nDuration=" << seconds << ".0\n";
+  return folder + "/project.ini";
+}
+
+int64_t CodedPosition(const std::vector<int16_t>& samples, size_t frame) {
+  return (int64_t{samples[2 * frame + 1]} + 16384) * 32768 + samples[2 * frame] + 16384;
+}
+
+// Whether every frame of a take names the frame after the one before: the code came through
+// unchanged and nothing is missing inside the take.
+bool CodeRunsOn(const std::vector<int16_t>& samples) {
+  for (size_t frame = 1; frame < samples.size() / 2; ++frame) {
+    if (CodedPosition(samples, frame) != CodedPosition(samples, frame - 1) + 1) return false;
+  }
+  return samples.size() >= 2;
+}
+
+std::vector<int16_t> RawSamples(const std::string& path, std::streamoff from) {
+  std::ifstream in(path, std::ios::binary);
+  in.seekg(from);
+  std::vector<char> bytes((std::istreambuf_iterator<char>(in)), {});
+  std::vector<int16_t> samples(bytes.size() / 4 * 2);
+  std::memcpy(samples.data(), bytes.data(), samples.size() * 2);
+  return samples;
+}
+
+// Milliseconds from the start of the take to its first frame louder than a twentieth of
+// full scale.
+double FirstSoundMilliseconds(const std::vector<int16_t>& samples) {
+  size_t frame = 0;
+  while (frame < samples.size() / 2 && std::abs(samples[2 * frame]) <= 1600 &&
+         std::abs(samples[2 * frame + 1]) <= 1600) {
+    ++frame;
+  }
+  return static_cast<double>(frame) * 1000 / kRate;
+}
+
+// Whether the meter shows a level: its bottom row is drawn.
+bool MeterShowsLevel(const PictureBox& meter) {
+  const QImage image = meter.Image().toImage();
+  return !image.isNull() && image.pixelColor(image.width() / 2, image.height() - 1) == Qt::black;
+}
+
+struct Take {
+  double openMs = 0;         // FormInitilize, which waits for the stream's first sound
+  double lengthErrorMs = 0;  // recorded length less the time from Start to Stop
+  double firstSoundMs = 0;   // the tone's first loud frame in the take
+  double meterMs = 0;        // from Start until the left meter shows the tone
+  double startOffsetMs = 0;  // the take's first frame against the frame sounding at Start
+  double endOffsetMs = 0;    // its last frame against the frame sounding at Stop
+  bool coded = false;        // whether the position code came through whole
+};
+
+// One take through the dialog while the player plays the coded track: opened, Start after
+// half a second (a narrator reads the dialog), Stop after `seconds`, Done.
+Take RecordTake(double seconds) {
+  Take take;
+  Recd_Frm form(nullptr, 2, kRate, 16);
+  const auto opening = Clock::now();
+  if (!form.FormInitilize()) return take;
+  take.openMs = Milliseconds(Clock::now() - opening);
+  Pump(500);
+  const auto started = Clock::now();
+  const int64_t soundingAtStart = PlayedSamples();
+  form.Start_Btn_Click();
+  take.meterMs = -1;
+  while (Seconds(Clock::now() - started) < seconds) {
+    QCoreApplication::processEvents(QEventLoop::AllEvents, 1);
+    if (take.meterMs < 0 && MeterShowsLevel(*form.RecShowLPic)) {
+      take.meterMs = Milliseconds(Clock::now() - started);
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  const auto stopped = Clock::now();
+  const int64_t soundingAtStop = PlayedSamples();
+  form.Start_Btn_Click();
+  Pump(300);
+  form.Done_Btn_Click();
+  const std::vector<int16_t> samples = RawSamples(form.RecordFileName, 44);
+  DeleteFileIfExists(form.RecordFileName);
+  const size_t frames = samples.size() / 2;
+  take.lengthErrorMs = (static_cast<double>(frames) / kRate - Seconds(stopped - started)) * 1000;
+  take.firstSoundMs = FirstSoundMilliseconds(samples);
+  take.coded = CodeRunsOn(samples);
+  if (take.coded) {
+    take.startOffsetMs =
+        static_cast<double>(CodedPosition(samples, 0) - soundingAtStart) * 1000 / kRate;
+    take.endOffsetMs =
+        static_cast<double>(CodedPosition(samples, frames - 1) + 1 - soundingAtStop) * 1000 / kRate;
+  }
+  return take;
+}
+
+// The same span recorded by parec, started at "Start" and ended at "Stop".
+Take ParecTake(const std::string& folder, double seconds) {
+  const std::string raw = folder + "/peer.raw";
+  const auto started = Clock::now();
+  const int64_t soundingAtStart = PlayedSamples();
+  RunChild({"parec", "--rate=44100", "--channels=2", "--format=s16le", "--raw", raw}, seconds);
+  const auto stopped = Clock::now();
+  const std::vector<int16_t> samples = RawSamples(raw, 0);
+  Take take;
+  take.lengthErrorMs =
+      (static_cast<double>(samples.size() / 2) / kRate - Seconds(stopped - started)) * 1000;
+  take.firstSoundMs = FirstSoundMilliseconds(samples);
+  take.coded = CodeRunsOn(samples);
+  if (take.coded) {
+    take.startOffsetMs =
+        static_cast<double>(CodedPosition(samples, 0) - soundingAtStart) * 1000 / kRate;
+  }
+  return take;
+}
+
+// Milliseconds from starting parec with pieces of 25 ms (the meters' interval) until its
+// first sound comes out: how soon a plain client hears the source.
+double ParecFirstSoundMilliseconds() {
+  int pipeEnds[2];
+  if (pipe(pipeEnds) != 0) return -1;
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_adddup2(&actions, pipeEnds[1], 1);
+  posix_spawn_file_actions_addclose(&actions, pipeEnds[0]);
+  posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
+  std::vector<std::string> arguments = {"parec",          "--rate=44100", "--channels=2",
+                                        "--format=s16le", "--raw",        "--latency-msec=25"};
+  std::vector<char*> argv;
+  for (std::string& argument : arguments) argv.push_back(argument.data());
+  argv.push_back(nullptr);
+  const auto started = Clock::now();
+  pid_t child = 0;
+  const int spawned = posix_spawnp(&child, argv[0], &actions, nullptr, argv.data(), environ);
+  posix_spawn_file_actions_destroy(&actions);
+  close(pipeEnds[1]);
+  double elapsed = -1;
+  char first[4];
+  if (spawned == 0 && read(pipeEnds[0], first, sizeof first) > 0) {
+    elapsed = Milliseconds(Clock::now() - started);
+  }
+  close(pipeEnds[0]);
+  if (spawned == 0) {
+    kill(child, SIGTERM);
+    waitpid(child, nullptr, 0);
+  }
+  return elapsed;
+}
+
+// Ten takes of 2 to 4.25 seconds while the player plays into the null sink that "loopmic"
+// records: the worst length error, delay of the first loud frame, meter delay, and where
+// the takes begin and end against the sound at Start and Stop.
+void TakeFigures() {
+  const std::string folder = BenchFolder("takes");
+  std::unique_ptr<FileMemoClass> document = PrepareSession(WritePositionCodedProject(folder, 100));
+  if (!document) {
+    Limit(false, "session of the coded track opened");
+    return;
+  }
+  CreatePlayer();
+  SoundDriverSwitch(true, 1);
+  SetPlayDocument(document.get());
+  PlayFrom = 1;
+  PlayTo = document->WavWaveINos;
+  PlayControl(11);
+  Pump(1000);
+  Take worst;
+  Take peerWorst;
+  bool allCoded = true;
+  double peerMeterMs = 0;
+  const auto worse = [](double& kept, double value) {
+    if (std::abs(value) > std::abs(kept)) kept = value;
+  };
+  for (int i = 0; i < 10; ++i) {
+    const double seconds = 2.0 + 0.25 * i;
+    const Take take = RecordTake(seconds);
+    const Take peer = ParecTake(folder, seconds);
+    peerMeterMs = std::max(peerMeterMs, ParecFirstSoundMilliseconds());
+    std::printf(
+        "  take %2d (%.2f s): opened in %.0f ms, length error %+.1f ms, first loud frame %.1f "
+        "ms, meter %.1f ms, start %+.1f ms, end %+.1f ms%s; parec: length error %+.1f ms, "
+        "start %+.1f ms\n",
+        i + 1, seconds, take.openMs, take.lengthErrorMs, take.firstSoundMs, take.meterMs,
+        take.startOffsetMs, take.endOffsetMs, take.coded ? "" : " (code broken)",
+        peer.lengthErrorMs, peer.startOffsetMs);
+    allCoded = allCoded && take.coded;
+    worse(worst.openMs, take.openMs);
+    worse(worst.lengthErrorMs, take.lengthErrorMs);
+    worse(worst.firstSoundMs, take.firstSoundMs);
+    worse(worst.meterMs, take.meterMs < 0 ? 1e9 : take.meterMs);
+    worse(worst.startOffsetMs, take.startOffsetMs);
+    worse(worst.endOffsetMs, take.endOffsetMs);
+    worse(peerWorst.lengthErrorMs, peer.lengthErrorMs);
+    worse(peerWorst.firstSoundMs, peer.firstSoundMs);
+    worse(peerWorst.startOffsetMs, peer.startOffsetMs);
+  }
+  std::cout.flush();
+  Figure("10 takes: recorded length less Start to Stop, worst (goal: within 50 ms)",
+         worst.lengthErrorMs, "ms", "parec run for the same span", peerWorst.lengthErrorMs, "ms");
+  Limit(std::abs(worst.lengthErrorMs) <= 50, "take length within 50 ms of Start to Stop");
+  Figure("10 takes: first loud frame after Start, worst (goal: at most 50 ms)", worst.firstSoundMs,
+         "ms", "parec, after its start", peerWorst.firstSoundMs, "ms");
+  Limit(worst.firstSoundMs <= 50, "tone in the take within 50 ms of Start");
+  Figure("10 takes: Start to the meter showing the tone, worst (goal: at most 100 ms)",
+         worst.meterMs, "ms", "parec in 25 ms pieces, start to its first sound, worst", peerMeterMs,
+         "ms");
+  Limit(worst.meterMs <= 100, "meter moves within 100 ms of Start");
+  Figure("10 takes: first frame against the frame sounding at Start, worst (goal: within 50 ms)",
+         worst.startOffsetMs, "ms", "parec, against its start", peerWorst.startOffsetMs, "ms");
+  Limit(allCoded && std::abs(worst.startOffsetMs) <= 50,
+        "take begins with the sound of Start, within 50 ms");
+  std::printf("  last frame against the frame sounding at Stop, worst: %+.1f ms\n",
+              worst.endOffsetMs);
+  std::printf("  dialog opening, with the wait for the stream's first sound, worst: %.0f ms\n",
+              worst.openMs);
+  std::cout.flush();
+  PlayControl(2);
+  SetPlayDocument(nullptr);
+  ReleasePlayer();
+  EndSession(document);
+}
+
 }  // namespace
 }  // namespace quorvane::bench
 
@@ -282,6 +528,7 @@ int main(int argc, char** argv) {
   std::cout << "(figures are noisy: other builds share this machine's two cores)\n";
   PlayStartFigures();
   PlayerCpuFigure();
+  TakeFigures();
   const char* chosen = std::getenv("QUORVANE_BENCH_RECORD_SECONDS");
   const int seconds = chosen != nullptr ? std::atoi(chosen) : 60;
   std::cout << "(the recording runs " << seconds

@@ -1,249 +1,253 @@
 #include "devices/WaveInDevice.h"
 
-#include <QAudioDevice>
-#include <QAudioFormat>
-#include <QAudioSource>
-#include <QIODevice>
-#include <QMediaDevices>
 #include <algorithm>
-#include <deque>
-#include "devices/OnThread.h"
+#include <cstring>
 
 namespace quorvane {
 
 namespace {
 
-QAudioFormat QtFormat(const WaveInFormat& format) {
-  QAudioFormat qt;
-  qt.setSampleRate(format.SamplesPerSec);
-  qt.setChannelCount(format.Channels);
-  qt.setSampleFormat(format.BitsPerSample == 8 ? QAudioFormat::UInt8 : QAudioFormat::Int16);
-  return qt;
-}
+// How much of the stream's past Start can still reach: more than an output runs ahead of
+// what it plays, which is what a monitor source delivers early.
+constexpr int64_t kHistorySeconds = 3;
 
 }  // namespace
 
-// The audio source and the queue of buffers; everything but the queue is touched only on
-// the device thread. Filled buffers are handed back outside the lock, so the callback may
-// queue the next one.
-class WaveInDevice::Input : public QObject {
- public:
-  int32_t Open(const QAudioDevice& device, const WaveInFormat& format,
-               std::function<void(uint32_t)> callback) {
-    const QAudioFormat qt = QtFormat(format);
-    if (!device.isFormatSupported(qt)) return WAVERR_BADFORMAT;
-    source_ = std::make_unique<QAudioSource>(device, qt);
-    // A tenth of the buffers' length ahead, so that each fills as the audio arrives.
-    source_->setBufferSize(std::max(qt.bytesForDuration(20'000), 256));
-    callback_ = std::move(callback);
-    return MMSYSERR_NOERROR;
-  }
-
-  int32_t Start() {
-    if (!source_) return MMSYSERR_INVALHANDLE;
-    if (io_ != nullptr) return MMSYSERR_NOERROR;
-    io_ = source_->start();
-    if (io_ == nullptr || source_->error() != QAudio::NoError) {
-      io_ = nullptr;
-      return MMSYSERR_ALLOCATED;
-    }
-    QObject::connect(io_, &QIODevice::readyRead, this, [this] { Drain(); });
-    return MMSYSERR_NOERROR;
-  }
-
-  // Stops taking audio; the partly filled buffer goes back with what it holds.
-  void Stop() {
-    if (io_ == nullptr) return;
-    Drain();
-    source_->stop();
-    io_ = nullptr;
-    WAVEHDR* partial = nullptr;
-    {
-      std::lock_guard lock(mutex_);
-      if (!queue_.empty() && queue_.front()->dwBytesRecorded > 0) {
-        partial = queue_.front();
-        queue_.pop_front();
-        partial->Done = true;
-      }
-    }
-    if (partial != nullptr && callback_) callback_(WIM_DATA);
-  }
-
-  // Stops and hands back every queued buffer.
-  void Reset() {
-    Stop();
-    std::deque<WAVEHDR*> returned;
-    {
-      std::lock_guard lock(mutex_);
-      returned.swap(queue_);
-      for (WAVEHDR* header : returned) header->Done = true;
-    }
-    for (size_t i = 0; i < returned.size(); ++i) {
-      if (callback_) callback_(WIM_DATA);
-    }
-  }
-
-  void Close() {
-    Reset();
-    source_.reset();
-    callback_ = nullptr;
-  }
-
-  void Add(WAVEHDR& header) {
-    std::lock_guard lock(mutex_);
-    header.Done = false;
-    header.dwBytesRecorded = 0;
-    queue_.push_back(&header);
-  }
-
-  int64_t Lost() const {
-    std::lock_guard lock(mutex_);
-    return lost_;
-  }
-
-  void Shutdown(QThread* home) {
-    Close();
-    moveToThread(home);
-  }
-
- private:
-  void Drain() {
-    if (io_ == nullptr) return;
-    for (;;) {
-      int filled = 0;
-      {
-        std::lock_guard lock(mutex_);
-        while (!queue_.empty()) {
-          WAVEHDR& header = *queue_.front();
-          const qint64 room = header.dwBufferLength - header.dwBytesRecorded;
-          const qint64 got =
-              room > 0
-                  ? io_->read(reinterpret_cast<char*>(header.lpData) + header.dwBytesRecorded, room)
-                  : 0;
-          if (got > 0) header.dwBytesRecorded += static_cast<uint32_t>(got);
-          if (header.dwBytesRecorded < header.dwBufferLength) break;
-          header.Done = true;
-          queue_.pop_front();
-          ++filled;
-        }
-        if (queue_.empty()) {
-          // No buffer to take the audio: it is lost, as on a device without buffers.
-          char scratch[4096];
-          qint64 got = 0;
-          while ((got = io_->read(scratch, sizeof scratch)) > 0) lost_ += got;
-        }
-      }
-      if (filled == 0) return;
-      for (int i = 0; i < filled; ++i) {
-        if (callback_) callback_(WIM_DATA);
-      }
-    }
-  }
-
-  std::unique_ptr<QAudioSource> source_;
-  QIODevice* io_ = nullptr;
-  std::function<void(uint32_t)> callback_;
-  mutable std::mutex mutex_;
-  std::deque<WAVEHDR*> queue_;
-  int64_t lost_ = 0;
-};
-
-WaveInDevice::WaveInDevice() : input_(std::make_unique<Input>()) {
-  thread_.setObjectName("WaveInDevice");
-  input_->moveToThread(&thread_);
-  thread_.start();
-}
-
 WaveInDevice::~WaveInDevice() {
-  QThread* home = QThread::currentThread();
-  OnThread(input_.get(), [this, home] { input_->Shutdown(home); });
-  thread_.quit();
-  thread_.wait();
+  if (IsOpen()) waveInClose();
 }
 
-int32_t WaveInDevice::waveInGetNumDevs() {
-  return static_cast<int32_t>(QMediaDevices::audioInputs().size());
-}
+std::vector<CaptureSource> WaveInDevice::InputSources() { return ListCaptureSources(); }
 
 int32_t WaveInDevice::waveInOpen(const WaveInFormat& format,
-                                 std::function<void(uint32_t message)> callback) {
-  if (open_) return MMSYSERR_ALLOCATED;
-  const QAudioDevice device = QMediaDevices::defaultAudioInput();
-  if (device.isNull()) return MMSYSERR_BADDEVICEID;
+                                 std::function<void(uint32_t message)> callback,
+                                 const std::string& source) {
+  if (IsOpen()) return MMSYSERR_ALLOCATED;
   if ((format.BitsPerSample != 8 && format.BitsPerSample != 16) || format.Channels < 1 ||
       format.Channels > 2 || format.SamplesPerSec <= 0) {
     return WAVERR_BADFORMAT;
   }
-  int32_t result = MMSYSERR_ERROR;
-  OnThread(input_.get(), [&] { result = input_->Open(device, format, std::move(callback)); });
-  open_ = result == MMSYSERR_NOERROR;
-  return result;
+  {
+    std::lock_guard lock(mutex_);
+    frameBytes_ = format.BitsPerSample / 8 * format.Channels;
+    historyBytes_ = kHistorySeconds * format.SamplesPerSec * frameBytes_;
+    queue_.clear();
+    received_ = 0;
+    history_.clear();
+    historyFrom_ = 0;
+    startAt_ = kNone;
+    stopAt_ = kNone;
+    takenTo_ = 0;
+    stopped_ = false;
+    lost_ = 0;
+  }
+  callback_ = std::move(callback);
+  const PulseCaptureStream::OpenResult opened =
+      stream_.Open(source, format.Channels, format.SamplesPerSec, format.BitsPerSample,
+                   [this](const uint8_t* data, size_t bytes) { Receive(data, bytes); });
+  switch (opened) {
+    case PulseCaptureStream::OpenResult::Opened:
+      return MMSYSERR_NOERROR;
+    case PulseCaptureStream::OpenResult::NoServer:
+      callback_ = nullptr;
+      return MMSYSERR_NODRIVER;
+    case PulseCaptureStream::OpenResult::NoSource:
+      callback_ = nullptr;
+      return MMSYSERR_BADDEVICEID;
+    case PulseCaptureStream::OpenResult::Failed:
+      break;
+  }
+  callback_ = nullptr;
+  return MMSYSERR_ERROR;
 }
 
 int32_t WaveInDevice::waveInGetDevCaps(uint32_t& dwFormats) {
   dwFormats = 0;
-  const QAudioDevice device = QMediaDevices::defaultAudioInput();
-  if (!open_ || device.isNull()) return MMSYSERR_INVALHANDLE;
-  // WAVE_FORMAT_1M08 = 1 ... WAVE_FORMAT_4S16 = 2048: four bits per rate, in the order
-  // 8-bit mono, 8-bit stereo, 16-bit mono, 16-bit stereo.
-  uint32_t bit = 1;
-  for (const int rate : {11025, 22050, 44100}) {
-    for (const int bits : {8, 16}) {
-      for (const int channels : {1, 2}) {
-        if (device.isFormatSupported(QtFormat({channels, rate, bits}))) dwFormats |= bit;
-        bit <<= 1;
-      }
-    }
-  }
+  if (!IsOpen()) return MMSYSERR_INVALHANDLE;
+  // WAVE_FORMAT_1M08 = 1 ... WAVE_FORMAT_4S16 = 2048: the server converts whatever the
+  // source delivers into any of the twelve.
+  dwFormats = 0xFFF;
   return MMSYSERR_NOERROR;
 }
 
 int32_t WaveInDevice::waveInPrepareHeader(WAVEHDR& header) {
-  if (!open_) return MMSYSERR_INVALHANDLE;
+  if (!IsOpen()) return MMSYSERR_INVALHANDLE;
   if (header.lpData == nullptr || header.dwBufferLength == 0) return MMSYSERR_INVALPARAM;
   header.Prepared = true;
   return MMSYSERR_NOERROR;
 }
 
 int32_t WaveInDevice::waveInUnprepareHeader(WAVEHDR& header) {
-  if (!open_) return MMSYSERR_INVALHANDLE;
+  if (!IsOpen()) return MMSYSERR_INVALHANDLE;
   header.Prepared = false;
   return MMSYSERR_NOERROR;
 }
 
 int32_t WaveInDevice::waveInAddBuffer(WAVEHDR& header) {
-  if (!open_) return MMSYSERR_INVALHANDLE;
+  if (!IsOpen()) return MMSYSERR_INVALHANDLE;
   if (!header.Prepared) return MMSYSERR_INVALPARAM;
-  input_->Add(header);
+  std::lock_guard lock(mutex_);
+  header.Done = false;
+  header.dwBytesRecorded = 0;
+  queue_.push_back(&header);
   return MMSYSERR_NOERROR;
 }
 
 int32_t WaveInDevice::waveInStart() {
-  if (!open_) return MMSYSERR_INVALHANDLE;
-  int32_t result = MMSYSERR_ERROR;
-  OnThread(input_.get(), [&] { result = input_->Start(); });
-  return result;
+  if (!IsOpen()) return MMSYSERR_INVALHANDLE;
+  // Asked before taking the lock: the answer comes through the stream's thread, which
+  // needs the lock to hand over the audio that arrives meanwhile.
+  const int64_t position = stream_.CapturePosition();
+  int handed = 0;
+  {
+    std::lock_guard lock(mutex_);
+    if (Taking()) return MMSYSERR_NOERROR;
+    const int64_t start = position >= 0 ? FrameAligned(position) : received_;
+    startAt_ = std::max(start, historyFrom_);
+    stopAt_ = kNone;
+    stopped_ = false;
+    takenTo_ = startAt_;
+    handed = Take(history_.data(), historyFrom_, history_.size());
+  }
+  HandBack(handed);
+  return MMSYSERR_NOERROR;
 }
 
 int32_t WaveInDevice::waveInStop() {
-  if (!open_) return MMSYSERR_INVALHANDLE;
-  OnThread(input_.get(), [this] { input_->Stop(); });
+  if (!IsOpen()) return MMSYSERR_INVALHANDLE;
+  const int64_t position = stream_.CapturePosition();
+  int handed = 0;
+  {
+    std::lock_guard lock(mutex_);
+    if (!Taking() || stopAt_ != kNone) return MMSYSERR_NOERROR;
+    stopAt_ = std::max(startAt_, position >= 0 ? FrameAligned(position) : received_);
+    if (received_ >= stopAt_ || stream_.Lost()) handed = FinishStop();
+  }
+  HandBack(handed);
   return MMSYSERR_NOERROR;
 }
 
 int32_t WaveInDevice::waveInReset() {
-  if (!open_) return MMSYSERR_INVALHANDLE;
-  OnThread(input_.get(), [this] { input_->Reset(); });
+  if (!IsOpen()) return MMSYSERR_INVALHANDLE;
+  std::deque<WAVEHDR*> returned;
+  {
+    std::lock_guard lock(mutex_);
+    startAt_ = kNone;
+    stopAt_ = kNone;
+    stopped_ = false;
+    returned.swap(queue_);
+    for (WAVEHDR* header : returned) header->Done = true;
+    ++handedBackCount_;
+  }
+  HandBack(static_cast<int>(returned.size()));
   return MMSYSERR_NOERROR;
 }
 
 int32_t WaveInDevice::waveInClose() {
-  if (!open_) return MMSYSERR_INVALHANDLE;
-  OnThread(input_.get(), [this] { input_->Close(); });
-  open_ = false;
+  if (!IsOpen()) return MMSYSERR_INVALHANDLE;
+  waveInReset();
+  stream_.Close();
+  callback_ = nullptr;
   return MMSYSERR_NOERROR;
 }
 
-int64_t WaveInDevice::BytesLost() const { return input_->Lost(); }
+bool WaveInDevice::StopPending() const {
+  std::lock_guard lock(mutex_);
+  return Taking() && stopAt_ != kNone && !stream_.Lost();
+}
+
+void WaveInDevice::WaitForBuffer(std::chrono::milliseconds timeout) {
+  std::unique_lock lock(mutex_);
+  const uint64_t seen = handedBackCount_;
+  changed_.wait_for(lock, timeout, [&] { return handedBackCount_ != seen; });
+}
+
+bool WaveInDevice::WaitForSound(std::chrono::milliseconds timeout) {
+  std::unique_lock lock(mutex_);
+  return changed_.wait_for(lock, timeout, [&] { return received_ > 0 || stream_.Lost(); }) &&
+         received_ > 0;
+}
+
+int64_t WaveInDevice::BytesLost() const {
+  std::lock_guard lock(mutex_);
+  return lost_;
+}
+
+void WaveInDevice::Receive(const uint8_t* data, size_t bytes) {
+  int handed = 0;
+  {
+    std::lock_guard lock(mutex_);
+    const int64_t from = received_;
+    received_ += static_cast<int64_t>(bytes);
+    history_.insert(history_.end(), data, data + bytes);
+    if (static_cast<int64_t>(history_.size()) > 2 * historyBytes_) {
+      const int64_t dropped = FrameAligned(static_cast<int64_t>(history_.size()) - historyBytes_);
+      history_.erase(history_.begin(), history_.begin() + dropped);
+      historyFrom_ += dropped;
+    }
+    if (Taking()) {
+      handed = Take(data, from, bytes);
+      if (received_ >= stopAt_) handed += FinishStop();
+    }
+  }
+  HandBack(handed);
+}
+
+int WaveInDevice::Take(const uint8_t* data, int64_t from, size_t bytes) {
+  const int64_t first = std::max(from, takenTo_);
+  const int64_t end = std::min(from + static_cast<int64_t>(bytes), stopAt_);
+  if (first >= end) return 0;
+  const uint8_t* at = data + (first - from);
+  int64_t left = end - first;
+  int filled = 0;
+  while (left > 0 && !queue_.empty()) {
+    WAVEHDR& header = *queue_.front();
+    const uint32_t recorded = header.dwBytesRecorded.load(std::memory_order_relaxed);
+    const auto count =
+        static_cast<uint32_t>(std::min<int64_t>(left, header.dwBufferLength - recorded));
+    std::memcpy(header.lpData + recorded, at, count);
+    header.dwBytesRecorded.store(recorded + count, std::memory_order_release);
+    at += count;
+    left -= count;
+    if (recorded + count == header.dwBufferLength) {
+      header.Done = true;
+      queue_.pop_front();
+      ++filled;
+    }
+  }
+  // No buffer to take the audio: it is lost, as on a device without buffers.
+  lost_ += left;
+  takenTo_ = end;
+  handedBackCount_ += static_cast<uint64_t>(filled);
+  return filled;
+}
+
+int WaveInDevice::FinishStop() {
+  stopped_ = true;
+  ++handedBackCount_;
+  if (queue_.empty()) return 0;
+  WAVEHDR& header = *queue_.front();
+  // Sound that a monitor delivered ahead of the end is in the buffer already: it goes.
+  if (takenTo_ > stopAt_) {
+    const uint32_t recorded = header.dwBytesRecorded;
+    header.dwBytesRecorded =
+        recorded - static_cast<uint32_t>(std::min<int64_t>(takenTo_ - stopAt_, recorded));
+  }
+  if (header.dwBytesRecorded == 0) return 0;
+  header.Done = true;
+  queue_.pop_front();
+  return 1;
+}
+
+void WaveInDevice::HandBack(int count) {
+  changed_.notify_all();
+  for (int i = 0; i < count; ++i) {
+    if (callback_) callback_(WIM_DATA);
+  }
+}
+
+int64_t WaveInDevice::FrameAligned(int64_t position) const {
+  return position - position % frameBytes_;
+}
 
 }  // namespace quorvane

@@ -1,6 +1,7 @@
 #include "ui/Recd_Frm.h"
 
 #include <QCloseEvent>
+#include <QComboBox>
 #include <QGridLayout>
 #include <QKeyEvent>
 #include <QLabel>
@@ -8,9 +9,9 @@
 #include <QProcess>
 #include <QPushButton>
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <cstring>
-#include <filesystem>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -19,6 +20,7 @@
 #include "core/FileHelpers.h"
 #include "core/Interaction.h"
 #include "core/Numbers.h"
+#include "core/Settings.h"
 #include "ui/PictureBox.h"
 #include "ui/ShowHelp.h"
 
@@ -33,6 +35,17 @@ constexpr const char* kOpenFailed = "(Open audio device for recording - failed)"
 constexpr const char* kPrepareFailed = "(Prepare recording buffer - Failed)";
 const QColor kStereoMeter(0xFF, 0xFF, 0xFF);
 const QColor kMonoMeter(0xC0, 0xC0, 0xC0);
+// Where the chosen source is kept.
+constexpr const char* kSourceSection = "Setting";
+constexpr const char* kSourceKey = "RecordingSource";
+// How long Stop waits for the sound captured up to it; the server's latency is far less.
+constexpr std::chrono::seconds kLastSoundWait{1};
+// How long the dialog waits for a new stream's first sound. A server can take most of a
+// second to start a stream (the first one on a source, or one on an output's monitor that
+// works in long blocks); sound from before would never reach the take.
+constexpr std::chrono::seconds kFirstSoundWait{2};
+// How often the meters look at the buffer being filled.
+constexpr int kLevelIntervalMs = 25;
 
 // The timer of the dialog that records now; the device's callback starts it.
 std::atomic<QTimer*> g_recTimer{nullptr};
@@ -101,6 +114,45 @@ uint32_t FormatBit(int32_t rate, int32_t bits, int32_t channels) {
   return mono * static_cast<uint32_t>(channels);
 }
 
+// Sample `index` (counting interleaved values) of the bytes recorded, as a signed value.
+int16_t SampleValue(const uint8_t* data, size_t size, int32_t bits, size_t index) {
+  if (bits == 8) return index < size ? static_cast<int16_t>(data[index] - 128) : 0;
+  const size_t at = 2 * index;
+  return at + 1 < size ? static_cast<int16_t>(data[at] | (data[at + 1] << 8)) : 0;
+}
+
+// The meter's peak: the largest absolute value among the samples at a quarter, half and
+// three quarters of the frames and the last one.
+template <typename SampleOfFrame>
+int MeterPeak(int32_t frames, SampleOfFrame sampleOfFrame) {
+  int peak = 0;
+  for (const double part : {0.25, 0.5, 0.75, 1.0}) {
+    const int32_t position = std::clamp(RoundHalfEven(frames * part), 1, frames);
+    peak = std::max(peak, std::abs(static_cast<int>(sampleOfFrame(position - 1))));
+  }
+  return peak;
+}
+
+// A sound settings program and how it opens on the recording sources.
+struct SoundSettingsProgram {
+  const char* name;
+  std::vector<QString> arguments;
+};
+
+// pavucontrol first, then the desktops' own sound settings.
+const std::vector<SoundSettingsProgram>& SoundSettingsPrograms() {
+  static const std::vector<SoundSettingsProgram> programs = {
+      {"pavucontrol", {"--tab=4"}},
+      {"pavucontrol-qt", {"--tab=4"}},
+      {"gnome-control-center", {"sound"}},
+      {"systemsettings", {"kcm_pulseaudio"}},
+      {"systemsettings5", {"kcm_pulseaudio"}},
+      {"mate-volume-control", {"--page=input"}},
+      {"cinnamon-settings", {"sound"}},
+  };
+  return programs;
+}
+
 void PutLe32(uint8_t* at, uint32_t value) {
   for (int i = 0; i < 4; ++i) at[i] = static_cast<uint8_t>(value >> (8 * i));
 }
@@ -137,6 +189,8 @@ Recd_Frm::Recd_Frm(QWidget* parent, int32_t channels, int32_t rate, int32_t bits
   Done_Btn = button("Done_Btn", "Done");
   Cancel_Btn = button("Cancel_Btn", "Cancel");
   RecSrcBtn = button("RecSrcBtn", "Recording Source && Volume");
+  RecSrc_Cmb = new QComboBox(this);
+  RecSrc_Cmb->setObjectName("RecSrc_Cmb");
   RecShowLPic = new PictureBox(this);
   RecShowRPic = new PictureBox(this);
   for (PictureBox* meter : {RecShowLPic, RecShowRPic}) meter->setFixedSize(16, 100);
@@ -151,14 +205,18 @@ Recd_Frm::Recd_Frm(QWidget* parent, int32_t channels, int32_t rate, int32_t bits
   grid->addWidget(Start_Btn, 4, 0);
   grid->addWidget(Done_Btn, 4, 1);
   grid->addWidget(Cancel_Btn, 4, 2, 1, 2);
-  grid->addWidget(RecSrcBtn, 5, 0, 1, 4);
+  grid->addWidget(RecSrc_Cmb, 5, 0, 1, 4);
+  grid->addWidget(RecSrcBtn, 6, 0, 1, 4);
   connect(Start_Btn, &QPushButton::clicked, this, [this] { Start_Btn_Click(); });
   connect(Done_Btn, &QPushButton::clicked, this, [this] { Done_Btn_Click(); });
   connect(Cancel_Btn, &QPushButton::clicked, this, [this] { Cancel_Btn_Click(); });
   connect(RecSrcBtn, &QPushButton::clicked, this, [this] { RecSrcBtn_Click(); });
+  connect(RecSrc_Cmb, &QComboBox::currentIndexChanged, this, [this] { RecSrc_Cmb_Click(); });
   Rec_Timer.setInterval(10);
   Rec_Timer.setSingleShot(true);
   connect(&Rec_Timer, &QTimer::timeout, this, [this] { Rec_Timer_Timer(); });
+  levelTimer_.setInterval(kLevelIntervalMs);
+  connect(&levelTimer_, &QTimer::timeout, this, [this] { ShowLevelSoFar(); });
   g_recTimer = &Rec_Timer;
 }
 
@@ -181,10 +239,41 @@ void Recd_Frm::keyPressEvent(QKeyEvent* event) {
 }
 
 void Recd_Frm::CloseDevice() {
+  levelTimer_.stop();
   if (!device_.IsOpen()) return;
   recording_ = false;
   device_.waveInReset();
   device_.waveInClose();
+}
+
+std::string Recd_Frm::ListSources() {
+  sources_ = WaveInDevice::InputSources();
+  const std::string kept = SettingGet(kSourceSection, kSourceKey, "");
+  const auto named = [&](const std::string& name) {
+    return std::find_if(sources_.begin(), sources_.end(),
+                        [&](const CaptureSource& source) { return source.name == name; });
+  };
+  auto chosen = named(kept);
+  if (kept.empty() || chosen == sources_.end()) {
+    chosen = std::find_if(sources_.begin(), sources_.end(),
+                          [](const CaptureSource& source) { return source.isDefault; });
+  }
+  if (chosen == sources_.end()) chosen = sources_.begin();
+  const QSignalBlocker quiet(RecSrc_Cmb);
+  RecSrc_Cmb->clear();
+  for (const CaptureSource& source : sources_) {
+    RecSrc_Cmb->addItem(QString::fromStdString(source.description));
+  }
+  if (chosen == sources_.end()) return "";
+  RecSrc_Cmb->setCurrentIndex(static_cast<int>(chosen - sources_.begin()));
+  return chosen->name;
+}
+
+int32_t Recd_Frm::OpenDevice(const std::string& source) {
+  BusyPointer busy;
+  const int32_t opened = device_.waveInOpen({channels_, rate_, bits_}, WaveInCallback, source);
+  if (opened == MMSYSERR_NOERROR) device_.WaitForSound(kFirstSoundWait);
+  return opened;
 }
 
 bool Recd_Frm::FormInitilize() {
@@ -200,8 +289,10 @@ bool Recd_Frm::FormInitilize() {
     hide();
     return false;
   };
-  if (WaveInDevice::waveInGetNumDevs() == 0) return fail("Audio Device not found");
-  const int32_t opened = device_.waveInOpen({channels_, rate_, bits_}, WaveInCallback);
+  const std::string source = ListSources();
+  if (sources_.empty()) return fail("Audio Device not found");
+  // The stream runs from here on, so that Start finds the sound already flowing.
+  const int32_t opened = OpenDevice(source);
   if (opened != MMSYSERR_NOERROR) return fail(OpenErrorText(opened));
   uint32_t formats = 0;
   if (device_.waveInGetDevCaps(formats) == MMSYSERR_NOERROR) {
@@ -246,10 +337,19 @@ void Recd_Frm::Start_Btn_Click() {
     Start_Btn->setProperty("tag", "0");
     Start_Btn->setEnabled(false);
     Start_Btn->setText("Start/Stop");
-    recording_ = false;
+    levelTimer_.stop();
     {
       BusyPointer busy;
       device_.waveInStop();
+      // The sound captured up to Stop is still on its way from the server: the buffers go
+      // on being handled and queued again until the last of it is in.
+      const auto giveUp = std::chrono::steady_clock::now() + kLastSoundWait;
+      while (device_.StopPending() && std::chrono::steady_clock::now() < giveUp) {
+        device_.WaitForBuffer(std::chrono::milliseconds(10));
+        HandleReturnedBuffers();
+      }
+      HandleReturnedBuffers();
+      recording_ = false;
       device_.waveInReset();
     }
     Done_Btn->setEnabled(true);
@@ -265,6 +365,7 @@ void Recd_Frm::Start_Btn_Click() {
   Done_Btn->setEnabled(false);
   Cancel_Btn->setEnabled(false);
   RecSrcBtn->setEnabled(false);
+  RecSrc_Cmb->setEnabled(false);
   recording_ = true;
   framesWritten_ = 0;
   Dur_Lbl->setText("0.0");
@@ -284,6 +385,7 @@ void Recd_Frm::Start_Btn_Click() {
     } else {
       Rec_Stat_Lbl->setText("Recording");
       device_.waveInStart();
+      levelTimer_.start();
     }
   }
   if (!failure.empty()) UserInterface().Message(failure + kCrLf + kPrepareFailed);
@@ -294,6 +396,10 @@ void Recd_Frm::Rec_Timer_Timer() {
   Rec_Timer.stop();
   if (!RecBufferReady) return;
   RecBufferReady = false;
+  HandleReturnedBuffers();
+}
+
+void Recd_Frm::HandleReturnedBuffers() {
   // The buffers come back strictly in turn; when the handler came late and both are
   // back, both are handled, so that no audio is dropped.
   while (buffers_[static_cast<size_t>(expected_)].header.Done) {
@@ -320,27 +426,41 @@ void Recd_Frm::HandleBuffer(RecordBuffer& buffer) {
   if (frames <= 0) return;
   left_.resize(static_cast<size_t>(frames));
   right_.resize(channels_ == 2 ? static_cast<size_t>(frames) : 0);
-  const auto sample = [&](size_t index) -> int16_t {
-    if (bits_ == 8) return index < taken_.size() ? static_cast<int16_t>(taken_[index] - 128) : 0;
-    const size_t at = 2 * index;
-    return at + 1 < taken_.size() ? static_cast<int16_t>(taken_[at] | (taken_[at + 1] << 8)) : 0;
+  const auto sample = [&](size_t index) {
+    return SampleValue(taken_.data(), taken_.size(), bits_, index);
   };
   for (int32_t i = 0; i < frames; ++i) {
     const auto at = static_cast<size_t>(i);
     left_[at] = sample(at * static_cast<size_t>(channels_));
     if (channels_ == 2) right_[at] = sample(2 * at + 1);
   }
-  DrawMeter(*RecShowLPic, left_, frames);
-  if (channels_ == 2) DrawMeter(*RecShowRPic, right_, frames);
+  DrawMeter(*RecShowLPic,
+            MeterPeak(frames, [&](int32_t i) { return left_[static_cast<size_t>(i)]; }));
+  if (channels_ == 2) {
+    DrawMeter(*RecShowRPic,
+              MeterPeak(frames, [&](int32_t i) { return right_[static_cast<size_t>(i)]; }));
+  }
   WriteRecordedBlock(static_cast<int32_t>(offset), frames);
 }
 
-void Recd_Frm::DrawMeter(PictureBox& meter, const std::vector<int16_t>& samples, int32_t frames) {
-  int peak = 0;
-  for (const double part : {0.25, 0.5, 0.75, 1.0}) {
-    const int32_t position = std::clamp(RoundHalfEven(frames * part), 1, frames);
-    peak = std::max(peak, std::abs(static_cast<int>(samples[static_cast<size_t>(position - 1)])));
+void Recd_Frm::ShowLevelSoFar() {
+  if (!recording_) return;
+  const RecordBuffer& filling = buffers_[static_cast<size_t>(expected_)];
+  if (filling.header.Done) return;  // the timer takes it whole
+  // The device writes only beyond the bytes it has counted.
+  const uint32_t bytes = filling.header.dwBytesRecorded.load(std::memory_order_acquire);
+  const int32_t frames = static_cast<int32_t>(bytes / static_cast<uint32_t>(bits_ / 8 * channels_));
+  if (frames <= 0) return;
+  for (int32_t channel = 0; channel < channels_; ++channel) {
+    const int peak = MeterPeak(frames, [&](int32_t frame) {
+      return SampleValue(filling.data.data(), bytes, bits_,
+                         static_cast<size_t>(frame * channels_ + channel));
+    });
+    DrawMeter(channel == 0 ? *RecShowLPic : *RecShowRPic, peak);
   }
+}
+
+void Recd_Frm::DrawMeter(PictureBox& meter, int peak) {
   meter.Clear();
   QPainter painter(&meter.Image());
   const int height = static_cast<int>(std::lround(peak * scale_));
@@ -440,18 +560,43 @@ void Recd_Frm::DiscardRecordFile() {
 
 void Recd_Frm::RecSrcBtn_Click() {
   BusyPointer busy;
-  for (const std::string& folder : VolumeControlFolders) {
-    const std::string program = folder + "/pavucontrol";
-    if (std::filesystem::exists(program)) {
-      QProcess::startDetached(QString::fromStdString(program), {"--tab=4"});
-      return;
+  for (const SoundSettingsProgram& candidate : SoundSettingsPrograms()) {
+    for (const std::string& folder : VolumeControlFolders) {
+      const std::string program = folder + "/" + candidate.name;
+      if (::access(program.c_str(), X_OK) == 0) {
+        QProcess::startDetached(
+            QString::fromStdString(program),
+            QStringList(candidate.arguments.begin(), candidate.arguments.end()));
+        return;
+      }
     }
   }
   const std::string first = VolumeControlFolders.empty() ? "" : VolumeControlFolders.front();
   const std::string second = VolumeControlFolders.size() < 2 ? "" : VolumeControlFolders[1];
+  std::string others;
+  const std::vector<SoundSettingsProgram>& programs = SoundSettingsPrograms();
+  for (size_t i = 1; i < programs.size(); ++i) {
+    if (i > 1) others += i + 1 == programs.size() ? " or " : ", ";
+    others += programs[i].name;
+  }
   UserInterface().Message("The file pavucontrol is not found in " + first + " and " + second +
                           kCrLf + "that is needed to set recording sound source" + kCrLf +
-                          "Please set recording source using volume control in windows task bar.");
+                          "(nor is " + others + ")." + kCrLf +
+                          "Please install pavucontrol, or set the recording source and its "
+                          "volume in the sound settings of your desktop.");
+}
+
+void Recd_Frm::RecSrc_Cmb_Click() {
+  const int index = RecSrc_Cmb->currentIndex();
+  if (index < 0 || static_cast<size_t>(index) >= sources_.size() || recording_) return;
+  const std::string& source = sources_[static_cast<size_t>(index)].name;
+  SettingPut(kSourceSection, kSourceKey, source);
+  CloseDevice();
+  const int32_t opened = OpenDevice(source);
+  Start_Btn->setEnabled(opened == MMSYSERR_NOERROR);
+  if (opened != MMSYSERR_NOERROR) {
+    UserInterface().Message(OpenErrorText(opened) + kCrLf + kOpenFailed);
+  }
 }
 
 }  // namespace quorvane

@@ -1,7 +1,8 @@
-// The recording dialog: records from the default input into a temporary WAV file in the
-// session's working format, showing the recorded duration and a level meter per channel.
-// Two 0.1-second buffers take turns on the device; a 10 ms timer started by the device's
-// callback handles each filled buffer on this thread and appends it to the file.
+// The recording dialog: records from a capture source of the sound server into a temporary
+// WAV file in the session's working format, showing the recorded duration and a level meter
+// per channel. Two 0.1-second buffers take turns on the device; a 10 ms timer started by
+// the device's callback handles each filled buffer on this thread and appends it to the
+// file. The source is chosen in a list of the server's sources and kept in the settings.
 #pragma once
 
 #include <QDialog>
@@ -15,6 +16,7 @@
 #include "devices/WaveInDevice.h"
 #include "platform/FileHandle.h"
 
+class QComboBox;
 class QLabel;
 class QPushButton;
 
@@ -41,18 +43,23 @@ class Recd_Frm : public QDialog {
   void Done_Btn_Click();
   void Cancel_Btn_Click();
   void RecSrcBtn_Click();
+  // A source chosen in the list: recorded from from now on, and kept in the settings.
+  void RecSrc_Cmb_Click();
   void Rec_Timer_Timer();
 
   // Frames written so far, and buffers whose audio arrived with no buffer queued.
   int64_t FramesWritten() const { return framesWritten_; }
   int64_t BytesLost() const { return device_.BytesLost(); }
-  // Where the volume control program is looked for, in order.
+  // The sources in the list, in its order.
+  const std::vector<CaptureSource>& Sources() const { return sources_; }
+  // Where the sound settings programs are looked for, in order.
   static std::vector<std::string> VolumeControlFolders;
 
   QPushButton* Start_Btn = nullptr;
   QPushButton* Done_Btn = nullptr;
   QPushButton* Cancel_Btn = nullptr;
   QPushButton* RecSrcBtn = nullptr;
+  QComboBox* RecSrc_Cmb = nullptr;
   QLabel* Fmt_Lbl = nullptr;
   QLabel* FmtSup_Lbl = nullptr;
   QLabel* Dur_Lbl = nullptr;
@@ -80,14 +87,26 @@ class Recd_Frm : public QDialog {
   uint32_t BufferBytes() const;
   void SizeBuffer(RecordBuffer& buffer);
   void ClearMeters();
-  void DrawMeter(PictureBox& meter, const std::vector<int16_t>& samples, int32_t frames);
+  void DrawMeter(PictureBox& meter, int peak);
+  // Handles, in turn, every buffer the device has handed back.
+  void HandleReturnedBuffers();
   void HandleBuffer(RecordBuffer& buffer);
+  // The meters from what the buffer being filled holds so far, so that they follow the
+  // voice more closely than one whole buffer.
+  void ShowLevelSoFar();
+  // Fills the list and returns the source to record from: the kept one while the server
+  // offers it, else the server's default.
+  std::string ListSources();
+  // Opens the device on `source` and waits for its stream's first sound.
+  int32_t OpenDevice(const std::string& source);
   void CloseDevice();
 
   int32_t channels_;
   int32_t rate_;
   int32_t bits_;
   WaveInDevice device_;
+  std::vector<CaptureSource> sources_;
+  QTimer levelTimer_;
   FileHandle file_;
   std::array<RecordBuffer, 2> buffers_;
   int expected_ = 0;  // index of the buffer expected next
