@@ -11,7 +11,6 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
-#include <cstring>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -21,6 +20,8 @@
 #include "core/Interaction.h"
 #include "core/Numbers.h"
 #include "core/Settings.h"
+#include "platform/CanonicalWaveHeader.h"
+#include "platform/WaveSamples.h"
 #include "ui/PictureBox.h"
 #include "ui/ShowHelp.h"
 
@@ -116,9 +117,8 @@ uint32_t FormatBit(int32_t rate, int32_t bits, int32_t channels) {
 
 // Sample `index` (counting interleaved values) of the bytes recorded, as a signed value.
 int16_t SampleValue(const uint8_t* data, size_t size, int32_t bits, size_t index) {
-  if (bits == 8) return index < size ? static_cast<int16_t>(data[index] - 128) : 0;
-  const size_t at = 2 * index;
-  return at + 1 < size ? static_cast<int16_t>(data[at] | (data[at + 1] << 8)) : 0;
+  const size_t at = index * static_cast<size_t>(bits / 8);
+  return at + static_cast<size_t>(bits / 8) <= size ? DecodeWaveSample(data + at, bits / 8) : 0;
 }
 
 // The meter's peak: the largest absolute value among the samples at a quarter, half and
@@ -151,15 +151,6 @@ const std::vector<SoundSettingsProgram>& SoundSettingsPrograms() {
       {"cinnamon-settings", {"sound"}},
   };
   return programs;
-}
-
-void PutLe32(uint8_t* at, uint32_t value) {
-  for (int i = 0; i < 4; ++i) at[i] = static_cast<uint8_t>(value >> (8 * i));
-}
-
-void PutLe16(uint8_t* at, uint16_t value) {
-  at[0] = static_cast<uint8_t>(value);
-  at[1] = static_cast<uint8_t>(value >> 8);
 }
 
 }  // namespace
@@ -507,20 +498,15 @@ void Recd_Frm::WriteRecordedBlock(int32_t frameOffset, int32_t frameCount) {
   const int32_t sampleBytes = bits_ / 8;
   const size_t values = static_cast<size_t>(frameCount) * static_cast<size_t>(channels_);
   fileBytes_.resize(values * static_cast<size_t>(sampleBytes));
-  size_t at = 0;
+  uint8_t* at = fileBytes_.data();
   for (int32_t i = 0; i < frameCount; ++i) {
     for (int32_t channel = 0; channel < channels_; ++channel) {
-      const int16_t value = (channel == 0 ? left_ : right_)[static_cast<size_t>(i)];
-      if (sampleBytes == 1) {
-        fileBytes_[at++] = static_cast<uint8_t>(value + 128);
-      } else {
-        PutLe16(&fileBytes_[at], static_cast<uint16_t>(value));
-        at += 2;
-      }
+      at = EncodeWaveSample((channel == 0 ? left_ : right_)[static_cast<size_t>(i)], sampleBytes,
+                            at);
     }
   }
-  const off_t position =
-      44 + static_cast<off_t>(frameOffset) * static_cast<off_t>(sampleBytes * channels_);
+  const off_t position = kCanonicalHeaderBytes + static_cast<off_t>(frameOffset) *
+                                                     static_cast<off_t>(sampleBytes * channels_);
   if (file_.IsOpen() && ::pwrite(file_.Descriptor(), fileBytes_.data(), fileBytes_.size(),
                                  position) != static_cast<ssize_t>(fileBytes_.size())) {
     UserInterface().Message(ErrorDescription(std::system_error(errno, std::generic_category())) +
@@ -529,23 +515,10 @@ void Recd_Frm::WriteRecordedBlock(int32_t frameOffset, int32_t frameCount) {
 }
 
 void Recd_Frm::WriteRecordHeader(int64_t frames) {
-  const uint32_t frameBytes = static_cast<uint32_t>(bits_ / 8 * channels_);
-  const auto dataSize = static_cast<uint32_t>(frames * frameBytes);
-  uint8_t header[44];
-  std::memcpy(header, "RIFF", 4);
-  PutLe32(header + 4, dataSize + 36);
-  std::memcpy(header + 8, "WAVEfmt ", 8);
-  PutLe32(header + 16, 16);
-  PutLe16(header + 20, 1);
-  PutLe16(header + 22, static_cast<uint16_t>(channels_));
-  PutLe32(header + 24, static_cast<uint32_t>(rate_));
-  PutLe32(header + 28, static_cast<uint32_t>(rate_) * frameBytes);
-  PutLe16(header + 32, static_cast<uint16_t>(frameBytes));
-  PutLe16(header + 34, static_cast<uint16_t>(bits_));
-  std::memcpy(header + 36, "data", 4);
-  PutLe32(header + 40, dataSize);
+  const auto header = CanonicalWaveHeader(channels_, rate_, bits_, frames);
   if (file_.IsOpen()) {
-    if (::pwrite(file_.Descriptor(), header, sizeof header, 0) != sizeof header) {
+    if (::pwrite(file_.Descriptor(), header.data(), header.size(), 0) !=
+        static_cast<ssize_t>(header.size())) {
       UserInterface().Message(ErrorDescription(std::system_error(errno, std::generic_category())) +
                               kCrLf + RecordFileName);
     }
