@@ -13,6 +13,7 @@
 #include <functional>
 #include <iostream>
 
+#include "app/CuePoints.h"
 #include "app/ProjectFile.h"
 #include "app/SessionLifetime.h"
 #include "bench/BenchSupport.h"
@@ -150,7 +151,9 @@ void SaveStraightOver(FileMemoClass& document) {
     // The markers as the presentation has them.
     WriteProfileString(project.ProjectPath, section, "ClickMarkerTimes", "1.5,30.25");
     WriteProfileString(project.ProjectPath, section, "AutoMarkerTimes", "12.0");
-    files.FileWriteWavePart(document, slide.Start, end - 1, 0, project.TargetFolder + slide.Track);
+    // And the markers in the track, as the real save writes them.
+    files.FileWriteWavePart(document, slide.Start, end - 1, 0, project.TargetFolder + slide.Track,
+                            CueChunkBytes(SlideCuePoints(n)));
   }
 }
 
@@ -215,7 +218,9 @@ void SavingFigures(const std::string& folder) {
 
   const SessionRun run = SaveInChild(project, tracks);
   Limit(run.length == 120 * kRate * kSavedSlides, "the saved session did not open whole");
-  Limit(std::filesystem::file_size(tracks.back()) == 44 + 120ULL * kRate * 4,
+  // The samples, and the slide's two click markers and one automatic marker as cue points.
+  const size_t cues = CueChunkBytes({{0, "Click 1"}, {0, "Click 2"}, {0, "Auto 1"}}).size();
+  Limit(std::filesystem::file_size(tracks.back()) == 44 + 120ULL * kRate * 4 + cues,
         "the saved slide has the wrong size");
   const double ours = run.milliseconds / 1000.0;
   Figure("Saving a one-hour 30-slide session as WAV, each slide over its own track", ours, "s",
