@@ -117,7 +117,12 @@ void WaveEditor_Frm::PlayCursorPositioning() {
     return;
   }
   const int32_t position = std::min(PlayingFirst() + played, PlayingLast());
-  const EditorState& editor = Editor();
+  EditorState& editor = Editor();
+  // The view pages on when the play cursor passes its right edge.
+  if (position > editor.ViewStart + editor.ViewLength) {
+    editor.ViewStart = position;
+    Refresh_Wave_View();
+  }
   const bool inView =
       position >= editor.ViewStart && position <= editor.ViewStart + editor.ViewLength;
   moveMarks(inView ? PixelOf(position) : kPlayMarkOutside);

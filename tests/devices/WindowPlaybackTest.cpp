@@ -15,6 +15,7 @@
 #include "tests/ui/EditorWindowFixture.h"
 #include "ui/InsertPosDialog.h"
 #include "ui/Recd_Frm.h"
+#include "ui/ViewState.h"
 
 namespace quorvane::testing {
 namespace {
@@ -85,6 +86,23 @@ TEST_F(WindowPlayback, ASelectionPlayedWithSpaceEndsAndSpacePlaysItAgain) {
   const std::vector<double> heard = SoundLengths(ear.Samples(), 2, kRate);
   ASSERT_EQ(heard.size(), 2u);
   for (const double seconds : heard) EXPECT_NEAR(seconds, 0.5, 0.05);
+}
+
+// Zoomed in, the view pages on with the play cursor, which stays in sight.
+TEST_F(WindowPlayback, TheViewPagesOnWithThePlayCursor) {
+  WaveEditor_Frm& window = Open();
+  View().ViewAll = false;
+  Editor().ViewStart = 1;
+  Editor().ViewLength = kRate / 10;
+  Editor().CursorPos = Editor().SelStart = Editor().SelEnd = 1;
+  window.Refresh_Wave_View();
+  window.PlayToolbar_ButtonClick("PlayNew");
+  ASSERT_TRUE(QTest::qWaitFor([] { return PlayedSamples() > kRate / 2; }, 3000));
+  const int32_t position = PlayingFirst() + PlayedSamples();
+  EXPECT_GT(Editor().ViewStart, kRate / 4);
+  EXPECT_LE(Editor().ViewStart, position);
+  EXPECT_EQ(Editor().ViewLength, kRate / 10);
+  window.PlayToolbar_ButtonClick("Stop");
 }
 
 TEST_F(WindowPlayback, RecordButtonInsertsTheRecordingAtTheCursor) {
