@@ -34,25 +34,25 @@ std::vector<WaveCuePoint> SlideCuePoints(int32_t n) {
   return points;
 }
 
-std::vector<int32_t> InsertedCuePositions(const std::string& file, int32_t position, int32_t frames,
-                                          int32_t rate) {
+std::vector<int32_t> CueOffsets(const std::string& file, int32_t frames, int32_t rate) {
   const WaveCueList list = ReadWaveCuePoints(file);
-  std::vector<int32_t> positions;
-  if (list.Rate == 0 || rate <= 0) return positions;
+  std::vector<int32_t> offsets;
+  if (list.Rate == 0 || rate <= 0) return offsets;
   for (const WaveCuePoint& point : list.Points) {
     // Frames count at the file's rate; the audio may have been resampled to the document's.
     const auto frame = static_cast<int64_t>(
         std::llround(static_cast<double>(point.Frame) * rate / static_cast<double>(list.Rate)));
-    if (frame < frames) positions.push_back(position + static_cast<int32_t>(frame));
+    if (frame < frames) offsets.push_back(static_cast<int32_t>(frame));
   }
-  return positions;
+  return offsets;
 }
 
-void AddClickMarkers(FileMemoClass& document, const std::vector<int32_t>& positions,
+void AddClickMarkers(FileMemoClass& document, int32_t first, const std::vector<int32_t>& offsets,
                      const std::string& undoName) {
   const ProjectData& project = Project();
   std::vector<MarkerInfo> markers;
-  for (const int32_t position : positions) {
+  for (const int32_t offset : offsets) {
+    const int32_t position = first + offset;
     int32_t slide = 0;
     for (int32_t i = 1; i <= project.SlideCount; ++i) {
       if (project.Slides[static_cast<size_t>(i)].Start <= position &&

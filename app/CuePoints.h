@@ -19,14 +19,13 @@ bool CuePointsWanted();
 // "Click 1", "Auto 1", ... by kind, in order along the slide.
 std::vector<WaveCuePoint> SlideCuePoints(int32_t n);
 
-// The positions in the document of the cue points of `file` once its audio, `frames`
-// frames at `rate` Hz, is inserted before `position`: one for each point inside the audio.
-std::vector<int32_t> InsertedCuePositions(const std::string& file, int32_t position, int32_t frames,
-                                          int32_t rate);
+// The cue points of `file`, whose audio is `frames` frames at `rate` Hz once loaded, as
+// offsets from its first frame: one for each point inside the audio.
+std::vector<int32_t> CueOffsets(const std::string& file, int32_t frames, int32_t rate);
 
-// Adds a click marker at each position, in the slide that holds it, and records them as
-// the end of the operation named `undoName`.
-void AddClickMarkers(FileMemoClass& document, const std::vector<int32_t>& positions,
+// Adds a click marker at `first` plus each offset, in the slide that holds it, and records
+// them as the end of the operation named `undoName`.
+void AddClickMarkers(FileMemoClass& document, int32_t first, const std::vector<int32_t>& offsets,
                      const std::string& undoName);
 
 }  // namespace quorvane

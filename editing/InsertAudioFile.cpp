@@ -83,14 +83,11 @@ bool InsertAudioFile(FileMemoClass& document, const std::string& FileName, int32
     if (!track || track->WavWaveINos == 0) return false;
     const int32_t before = document.WavWaveINos;
     // A WAV file's cue points come in as click markers, ending the insert's undo item.
-    const bool cues = CuePointsWanted() && LowerEnding(name, 4) == ".wav" &&
-                      !ReadWaveCuePoints(name).Points.empty();
-    const int32_t at = AppendTrack(document, *track, position, UndoName, !cues);
-    if (cues && at > 0) {
-      AddClickMarkers(document,
-                      InsertedCuePositions(name, at, track->WavWaveINos, track->WavFmtFreq),
-                      UndoName);
-    }
+    const std::vector<int32_t> cues = CuePointsWanted() && LowerEnding(name, 4) == ".wav"
+                                          ? CueOffsets(name, track->WavWaveINos, track->WavFmtFreq)
+                                          : std::vector<int32_t>{};
+    const int32_t at = AppendTrack(document, *track, position, UndoName, cues.empty());
+    if (!cues.empty() && at > 0) AddClickMarkers(document, at, cues, UndoName);
     EditorState& editor = Editor();
     editor.CurrentFmtBits = document.WavFmtBits;
     editor.CurrentFmtChannel = document.WavFmtChannel;
