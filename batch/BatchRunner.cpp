@@ -19,6 +19,7 @@
 #include "editing/VolumeChgFrm.h"
 #include "editing/VolumeEffects.h"
 #include "storage/DocumentWindow.h"
+#include "storage/EditorContext.h"
 #include "storage/EditorState.h"
 #include "storage/FileMemoClass.h"
 
@@ -113,6 +114,7 @@ void DynamicCommand(FileMemoClass& document, const BatchCommand& command) {
 }  // namespace
 
 int RunBatchScript(const BatchScript& script, std::ostream& out, std::ostream& errors) {
+  const SessionContext context;
   UndoCaption undoMenu;
   SetDocumentWindow(&undoMenu);
   std::string failure;

@@ -108,9 +108,9 @@ void SequentialReads() {
   std::vector<int32_t> blocks;
   for (int32_t start = 1; start <= samples; start += carrier.BlockSize()) {
     const int32_t block = NewBlock(std::min(carrier.BlockSize(), samples - start + 1), BlockMemory);
-    BlockTable[block].Start = start;
-    for (int32_t i = 0; i < BlockTable[block].Length; ++i) {
-      BlockTable[block].Data[static_cast<size_t>(i)] = Tone(0, start + i);
+    SetBlockStart(block, start);
+    for (int32_t i = 0; i < RecordOf(block).Length; ++i) {
+      WritableSamples(block)[static_cast<size_t>(i)] = Tone(0, start + i);
     }
     blocks.push_back(block);
   }
@@ -177,7 +177,7 @@ void DisplayReads(FileMemoClass& document, const std::string& wavPath) {
   Limit(median < 5.0, "QuickBuffGet of 2,300 positions under 5 ms");
   int32_t resident = 0;
   for (const int32_t block : document.LeftChannel().Blocks()) {
-    resident += IsResidentKind(BlockTable[block].Kind) ? 1 : 0;
+    resident += IsResidentKind(RecordOf(block).Kind) ? 1 : 0;
   }
   Limit(resident == 0, "display reads load no block");
   if (checksum == 42) std::cout << "";
@@ -284,8 +284,8 @@ void EditsInARow(FileMemoClass& document, double soxMilliseconds) {
     } else {
       document.Undo();
     }
-    highest = std::max(highest, MemoryInUse);
-    if (MemoryInUse > budget) ++overBudget;
+    highest = std::max(highest, MemoryInUse());
+    if (MemoryInUse() > budget) ++overBudget;
   }
   const double perEdit = Milliseconds(Clock::now() - started) / 1000.0;
   Figure("1,000 random edits: highest MemoryInUse after an operation",

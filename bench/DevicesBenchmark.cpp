@@ -96,8 +96,7 @@ uintmax_t FolderBytes(const std::string& folder) {
 // Milliseconds from PlayControl(11) until the server has played the first frames.
 double PlayStartMilliseconds(FileMemoClass& document, int64_t& bytesWritten) {
   const uintmax_t before = FolderBytes(Env().SessionFolder);
-  PlayFrom = 1;
-  PlayTo = document.WavWaveINos;
+  SetPlayRange(1, document.WavWaveINos);
   const auto started = Clock::now();
   PlayControl(11);
   while (PlayedSamples() == 0 && Clock::now() - started < std::chrono::seconds(5)) {
@@ -229,8 +228,7 @@ void PlayerCpuFigure() {
       [&tid] { tid = static_cast<pid_t>(syscall(SYS_gettid)); }, Qt::BlockingQueuedConnection);
   const double before = ThreadCpuSeconds(tid);
   const auto started = Clock::now();
-  PlayFrom = 1;
-  PlayTo = document->WavWaveINos;
+  SetPlayRange(1, document->WavWaveINos);
   PlayControl(11);
   while (CurrentPlayState() != 0) Pump(50);
   const double wall = Seconds(Clock::now() - started);
@@ -458,8 +456,7 @@ void TakeFigures() {
   CreatePlayer();
   SoundDriverSwitch(true, 1);
   SetPlayDocument(document.get());
-  PlayFrom = 1;
-  PlayTo = document->WavWaveINos;
+  SetPlayRange(1, document->WavWaveINos);
   PlayControl(11);
   Pump(1000);
   Take worst;

@@ -18,6 +18,7 @@
 #include "editing/DynamicCompress.h"
 #include "editing/EditCommands.h"
 #include "editing/VolumeEffects.h"
+#include "storage/EditorContext.h"
 #include "storage/EditorState.h"
 #include "storage/FileMemoClass.h"
 
@@ -128,7 +129,7 @@ void CopyPasteFigures(const std::string& project) {
     Editor().SelStart = 1001;
     Editor().SelEnd = 1000 + kHalf;
     if (!EditCopy(document)) return false;
-    ClipPointer += 1;  // the clipboard now names a clip this editor did not make
+    Context().ClipPointer += 1;  // the clipboard now names a clip this editor did not make
     Editor().SelStart = Editor().SelEnd = 500;
     const auto started = Clock::now();
     EditPaste(document);

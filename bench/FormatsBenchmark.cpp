@@ -48,7 +48,7 @@ void LoadFigures(const std::string& hourWav) {
     times.push_back(Milliseconds(Clock::now() - started));
     mostRead = std::max(mostRead, BytesRead() - before);
     Limit(loaded && document.WavWaveINos == kHourFrames, "the hour did not load whole");
-    Limit(MemoryInUse == 0, "loading put samples in memory");
+    Limit(MemoryInUse() == 0, "loading put samples in memory");
   }
   const ProgramRun soxi = RunProgram({"soxi", hourWav});
   Figure("FileLoadWave of a one-hour stereo 16-bit WAV (635 MB)", Median(times), "ms",

@@ -11,7 +11,7 @@ bool HoldsSourceFile(const BlockCarrBuffClass& carrier) {
   std::vector<int32_t> blocks;
   carrier.BuffBlocksGet(blocks);
   for (const int32_t block : blocks) {
-    if (BlockTable[static_cast<size_t>(block)].Kind == BlockOrgFile) return true;
+    if (RecordOf(block).Kind == BlockOrgFile) return true;
   }
   return false;
 }

@@ -5,6 +5,7 @@
 #include "core/ErrorReport.h"
 #include "core/Interaction.h"
 #include "devices/DsPlayClass.h"
+#include "storage/EditorContext.h"
 #include "storage/FileMemoClass.h"
 
 namespace quorvane {
@@ -13,7 +14,6 @@ namespace {
 
 std::unique_ptr<DsPlayClass> g_player;
 PlayToolbarLink g_toolbar;
-FileMemoClass* g_document = nullptr;
 int32_t g_soundDriverHandle = 0;
 int32_t g_playingFirst = 0;
 int32_t g_playingLast = 0;
@@ -63,7 +63,12 @@ void SetPlayToolbar(PlayToolbarLink link) {
   if (g_player) g_player->DisablePauseButton = g_toolbar.DisablePauseButton;
 }
 
-void SetPlayDocument(FileMemoClass* document) { g_document = document; }
+void SetPlayDocument(FileMemoClass* document) { Context().PlayDocument = document; }
+
+void SetPlayRange(int32_t from, int32_t to) {
+  Context().PlayFrom = from;
+  Context().PlayTo = to;
+}
 
 void CreatePlayer(bool loop) {
   g_player = std::make_unique<DsPlayClass>(loop);
@@ -130,10 +135,12 @@ void PlayControl(int32_t command, int32_t /*argument*/) {
       g_player->PlayCarrierR = BlockCarrBuffClass();
       break;
     case 11: {
-      if (g_document == nullptr) break;
-      const int32_t first = PlayFrom;
-      const int32_t last = PlayFrom == PlayTo ? g_document->WavWaveINos : PlayTo;
-      if (!PreparePlayData(*g_document, first, last)) break;
+      const EditorContext& context = Context();
+      if (context.PlayDocument == nullptr) break;
+      const int32_t first = context.PlayFrom;
+      const int32_t last =
+          first == context.PlayTo ? context.PlayDocument->WavWaveINos : context.PlayTo;
+      if (!PreparePlayData(*context.PlayDocument, first, last)) break;
       dll.Play();
       break;
     }

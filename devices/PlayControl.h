@@ -10,10 +10,6 @@ namespace quorvane {
 class DsPlayClass;
 class FileMemoClass;
 
-// The requested range, set by the window before command 11.
-inline int32_t PlayFrom = 0;
-inline int32_t PlayTo = 0;
-
 // What the routine shows on the play toolbar.
 struct PlayToolbarLink {
   // After every command: 0 stopped, 1 or 2 playing, 3 paused.
@@ -22,8 +18,10 @@ struct PlayToolbarLink {
   std::function<void()> DisablePauseButton;
 };
 void SetPlayToolbar(PlayToolbarLink link);
-// The document that command 11 plays from.
+// The document that command 11 plays from, and the range it plays (the whole document
+// when `from` equals `to`), both kept in the editor's context.
 void SetPlayDocument(FileMemoClass* document);
+void SetPlayRange(int32_t from, int32_t to);
 
 // The player wrapper of the session: made at start-up with the loop switch as it stands,
 // dropped at its end.
@@ -36,7 +34,7 @@ int32_t SoundDriverHandle();
 // fails; off: closes it.
 void SoundDriverSwitch(bool on, int32_t windowHandle);
 
-// 2 stop, 3 pause or continue, 6 stop and release, 11 play PlayFrom..PlayTo. The argument
+// 2 stop, 3 pause or continue, 6 stop and release, 11 play the play range. The argument
 // is not used by these commands.
 void PlayControl(int32_t command, int32_t argument = 0);
 

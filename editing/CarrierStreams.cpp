@@ -19,13 +19,13 @@ CarrierReader::CarrierReader(const BlockCarrBuffClass& carrier) {
 }
 
 void CarrierReader::Refill() {
-  while (slot_ < blocks_.size() && offset_ >= BlockTable[blocks_[slot_]].Length) {
+  while (slot_ < blocks_.size() && offset_ >= RecordOf(blocks_[slot_]).Length) {
     ++slot_;
     offset_ = 0;
   }
   if (slot_ >= blocks_.size()) ThrowError(9, "Subscript out of range");
   const int32_t block = blocks_[slot_];
-  const int32_t last = std::min(BlockTable[block].Length - 1, offset_ + kReadRun - 1);
+  const int32_t last = std::min(RecordOf(block).Length - 1, offset_ + kReadRun - 1);
   ReadBlockRange(block, offset_, last, buffer_.data());
   at_ = buffer_.data();
   end_ = at_ + (last - offset_ + 1);
@@ -40,19 +40,19 @@ CarrierWriter::~CarrierWriter() {
 }
 
 void CarrierWriter::NextBlock() {
-  if (!blocks_.empty()) written_ += BlockTable[blocks_.back()].Length;
+  if (!blocks_.empty()) written_ += RecordOf(blocks_.back()).Length;
   const int32_t size = std::min(blockSize_, length_ - written_);
   if (size < 1) ThrowError(9, "Subscript out of range");
   const int32_t block = NewBlock(size, BlockMemory);
   if (block == 0) ThrowError(kErrorOutOfMemory, "Out of memory");
-  BlockTable[block].Start = written_ + 1;
+  SetBlockStart(block, written_ + 1);
   blocks_.push_back(block);
-  at_ = BlockTable[block].Data.data();
+  at_ = WritableSamples(block).data();
   end_ = at_ + size;
 }
 
 void CarrierWriter::HandTo(BlockCarrBuffClass& carrier) {
-  const int32_t total = blocks_.empty() ? 0 : written_ + BlockTable[blocks_.back()].Length;
+  const int32_t total = blocks_.empty() ? 0 : written_ + RecordOf(blocks_.back()).Length;
   if (at_ != end_ || total != length_) ThrowError(9, "Subscript out of range");
   carrier.BuffBlocksPutFresh(blocks_);
   blocks_.clear();

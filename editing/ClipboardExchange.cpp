@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <memory>
 #include <random>
 #include <utility>
 #include <vector>
@@ -17,34 +18,28 @@
 #include "editing/TextClipboard.h"
 #include "storage/BlockCarrBuffClass.h"
 #include "storage/BlockList.h"
+#include "storage/EditorContext.h"
 #include "storage/FileMemoClass.h"
 
 namespace quorvane {
-
-int32_t ClipPointer = 0;
 
 namespace {
 
 constexpr size_t kClipFields = 7;
 constexpr const char* kPasteFailed = "No Waveform found (or invalid data) in Clipboard";
 
-// The clip buffers live from a copy until ClipboardRelease; a process that ends without
-// the release leaves their blocks to the end of the process, not to static destruction,
-// which may come after the block table's.
-BlockCarrBuffClass* g_clipLeft = nullptr;
-BlockCarrBuffClass* g_clipRight = nullptr;
-
-BlockCarrBuffClass& ClipBuffer(BlockCarrBuffClass*& buffer) {
-  if (!buffer) buffer = new BlockCarrBuffClass();
+// The clip buffers live in the editor's context from a copy until ClipboardRelease.
+BlockCarrBuffClass& ClipBuffer(std::unique_ptr<BlockCarrBuffClass>& buffer) {
+  if (!buffer) buffer = std::make_unique<BlockCarrBuffClass>();
   return *buffer;
 }
 
-BlockCarrBuffClass& ClipLeft() { return ClipBuffer(g_clipLeft); }
-BlockCarrBuffClass& ClipRight() { return ClipBuffer(g_clipRight); }
+BlockCarrBuffClass& ClipLeft() { return ClipBuffer(Context().ClipLeft); }
+BlockCarrBuffClass& ClipRight() { return ClipBuffer(Context().ClipRight); }
 
 void DropClipBuffers() {
-  delete std::exchange(g_clipLeft, nullptr);
-  delete std::exchange(g_clipRight, nullptr);
+  Context().ClipLeft.reset();
+  Context().ClipRight.reset();
 }
 
 // The clipboard text split at ",". A folder holding "," would split into more fields: the
@@ -170,12 +165,12 @@ bool PasteClip(const FileMemoClass& document, BlockCarrBuffClass& LeftBuffer,
   const size_t colon = fields[5].find(':');
   const int32_t identifier =
       colon == std::string::npos ? 0 : RoundHalfEven(LeadingNumber(fields[5].substr(colon + 1)));
-  if (identifier != ClipPointer) {
-    ClipPointer = 0;
+  if (identifier != Context().ClipPointer) {
+    Context().ClipPointer = 0;
     DropClipBuffers();
     AdoptDescription(DescriptionFile(fields[6], true), ClipLeft());
     if (fields[1] == "2") AdoptDescription(DescriptionFile(fields[6], false), ClipRight());
-    ClipPointer = identifier;
+    Context().ClipPointer = identifier;
   }
   if (channelCount == 1) {
     if (Channels == 0 || Channels == 1) CopyOfClip(ClipLeft(), LeftBuffer);
@@ -207,6 +202,8 @@ bool PasteClip(const FileMemoClass& document, BlockCarrBuffClass& LeftBuffer,
 
 }  // namespace
 
+int32_t ClipPointer() { return Context().ClipPointer; }
+
 std::string ClipboardFolder() {
   const std::string& settings = Env().SettingsFile;
   if (settings.empty()) return Env().AppPath;
@@ -221,16 +218,17 @@ bool ClipboardCopy(int32_t Channels, int32_t BitsPerSample, int32_t SampleRate,
     const BlockCarrBuffClass& first = Channels == 2 ? RightBuffer : LeftBuffer;
     CopyChannel(first, ClipLeft(), DescriptionFile(folder, true));
     if (Channels == 0) CopyChannel(RightBuffer, ClipRight(), DescriptionFile(folder, false));
-    ClipPointer = NewClipIdentifier();
+    Context().ClipPointer = NewClipIdentifier();
     const std::string text = std::string(kClipTag) + "," + (Channels == 0 ? "2" : "1") + "," +
                              DecimalText(first.WaveINos) + "," + DecimalText(BitsPerSample) + "," +
-                             DecimalText(SampleRate) + ",ClipPointer:" + DecimalText(ClipPointer) +
-                             "," + folder;
+                             DecimalText(SampleRate) +
+                             ",ClipPointer:" + DecimalText(Context().ClipPointer) + "," + folder;
     // Made from the clip, while it is still this editor's, when a program asks.
     std::function<std::string()> wav;
     if (first.WaveINos <= int64_t{kLongestClipboardWavSeconds} * SampleRate) {
-      wav = [identifier = ClipPointer, stereo = Channels == 0, BitsPerSample, SampleRate] {
-        if (identifier != ClipPointer) return std::string();
+      wav = [identifier = Context().ClipPointer, stereo = Channels == 0, BitsPerSample,
+             SampleRate] {
+        if (identifier != Context().ClipPointer) return std::string();
         return CarriersAsWav(ClipLeft(), stereo ? &ClipRight() : nullptr, BitsPerSample,
                              SampleRate);
       };
@@ -266,9 +264,9 @@ void ClipboardRelease() {
     const size_t colon = fields[5].find(':');
     const int32_t identifier =
         colon == std::string::npos ? 0 : RoundHalfEven(LeadingNumber(fields[5].substr(colon + 1)));
-    if (identifier == ClipPointer) SystemClipboard().Clear();
+    if (identifier == Context().ClipPointer) SystemClipboard().Clear();
   }
-  ClipPointer = 0;
+  Context().ClipPointer = 0;
   DropClipBuffers();
 }
 

@@ -15,7 +15,7 @@ class FileMemoClass;
 inline constexpr const char* kClipTag = "TarnuvoWaveEditorClip";
 
 // The identifier of this editor's clip on the clipboard; 0 when it has none.
-extern int32_t ClipPointer;
+int32_t ClipPointer();
 
 // The folder of the description files: the settings file's folder, named by field 6.
 std::string ClipboardFolder();

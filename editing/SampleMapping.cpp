@@ -17,7 +17,7 @@ constexpr int32_t kTableZero = 32768;
 
 // A new block of the carrier's block `block`, its samples mapped through the table.
 int32_t MappedBlock(int32_t block, const SampleTable& table, const EffectProgress& progress) {
-  const BlockRecord& source = BlockTable[block];
+  const BlockRecord& source = RecordOf(block);
   const int32_t start = source.Start;
   const int32_t length = source.Length;
   if (source.Kind == BlockSilence && table[kTableZero] == 0) {
@@ -27,8 +27,8 @@ int32_t MappedBlock(int32_t block, const SampleTable& table, const EffectProgres
   }
   const int32_t mapped = NewBlock(length, BlockMemory);
   if (mapped == 0) ThrowError(kErrorOutOfMemory, "Out of memory");
-  BlockTable[mapped].Start = start;
-  int16_t* samples = BlockTable[mapped].Data.data();
+  SetBlockStart(mapped, start);
+  int16_t* samples = WritableSamples(mapped).data();
   ReadBlockRange(block, 0, length - 1, samples);
   for (int32_t first = start; first < start + length;) {
     const int32_t last = EffectProgress::RunEnd(first, start + length - 1);
@@ -79,11 +79,11 @@ int32_t CarrierPeak(const BlockCarrBuffClass& carrier, const EffectProgress& pro
   std::vector<int16_t> run(kProgressStep);
   int32_t peak = 0;
   for (const int32_t block : blocks) {
-    const int32_t start = BlockTable[block].Start;
-    const int32_t end = start + BlockTable[block].Length - 1;
+    const int32_t start = RecordOf(block).Start;
+    const int32_t end = start + RecordOf(block).Length - 1;
     for (int32_t first = start; first <= end;) {
       const int32_t last = EffectProgress::RunEnd(first, end);
-      if (BlockTable[block].Kind != BlockSilence) {
+      if (RecordOf(block).Kind != BlockSilence) {
         ReadBlockRange(block, first - start, last - start, run.data());
         for (int32_t k = 0; k <= last - first; ++k) {
           peak = std::max(peak, std::abs(int32_t{run[static_cast<size_t>(k)]}));

@@ -109,14 +109,13 @@ inline std::string WhatTheBlockListStillHolds() {
   if (BlocksInUse() != 0) {
     return std::to_string(BlocksInUse()) + " blocks are still in use after the reset";
   }
-  for (size_t entry = 1; entry < OrgFileTable.size(); ++entry) {
-    if (OrgFileTable[entry].UseCount != 0) return "a source file is still in use after the reset";
+  for (int32_t entry = 1; entry < OriginalFileCount(); ++entry) {
+    if (OriginalFile(entry).UseCount != 0) return "a source file is still in use after the reset";
   }
-  for (size_t slot = 1; slot < TempFileTable.size(); ++slot) {
-    if (TempFileTable[slot].UseCount != 0)
-      return "a temporary file is still in use after the reset";
+  for (int32_t slot = 1; slot < TempFileCount(); ++slot) {
+    if (TempFile(slot).UseCount != 0) return "a temporary file is still in use after the reset";
   }
-  if (MemoryInUse != 0) return "sample memory is still counted after the reset";
+  if (MemoryInUse() != 0) return "sample memory is still counted after the reset";
   return "";
 }
 

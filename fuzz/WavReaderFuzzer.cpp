@@ -115,11 +115,11 @@ void ReadEverySample(FileMemoClass& document) {
 
   // The file the document describes, and where its samples start.
   const int32_t entry = document.OrgRoFileInUse;
-  if (entry < 1 || entry >= static_cast<int32_t>(OrgFileTable.size())) {
+  if (entry < 1 || entry >= OriginalFileCount()) {
     Fail("the document names no source file");
   }
-  const std::string source = ReadWholeFile(OrgFileTable[static_cast<size_t>(entry)].FileName);
-  const BlockRecord& first = BlockTable[static_cast<size_t>(leftBlocks.front())];
+  const std::string source = ReadWholeFile(OriginalFile(entry).FileName);
+  const BlockRecord& first = RecordOf(leftBlocks.front());
   if (first.Kind != BlockOrgFile || first.FilePosition < 1)
     Fail("the first block is not in the file");
   const size_t dataStart = static_cast<size_t>(first.FilePosition) - 1;

@@ -7,6 +7,7 @@
 #include "core/Environment.h"
 #include "core/Interaction.h"
 #include "core/Numbers.h"
+#include "storage/BlockListParts.h"
 #include "storage/StorageChecks.h"
 
 namespace quorvane {

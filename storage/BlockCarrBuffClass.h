@@ -63,7 +63,7 @@ class BlockCarrBuffClass {
 // one range check and one array access.
 inline int16_t BlockCarrBuffClass::WaveLR(int32_t WavPos) {
   if (currentBlock_ >= 0) {
-    const BlockRecord& record = BlockTable[static_cast<size_t>(blocks_[currentBlock_])];
+    const BlockRecord& record = RecordOf(blocks_[currentBlock_]);
     const uint32_t offset = static_cast<uint32_t>(WavPos - record.Start);
     if (offset < static_cast<uint32_t>(record.Length) && IsResidentKind(record.Kind)) {
       return record.Data[offset];
@@ -74,7 +74,7 @@ inline int16_t BlockCarrBuffClass::WaveLR(int32_t WavPos) {
 
 inline void BlockCarrBuffClass::WaveLR(int32_t WavPos, int16_t NewVal) {
   if (currentBlock_ >= 0) {
-    BlockRecord& record = BlockTable[static_cast<size_t>(blocks_[currentBlock_])];
+    BlockRecord& record = detail::blockRecords[static_cast<size_t>(blocks_[currentBlock_])];
     const uint32_t offset = static_cast<uint32_t>(WavPos - record.Start);
     if (offset < static_cast<uint32_t>(record.Length) && record.Kind == BlockMemory) {
       record.Data[offset] = NewVal;

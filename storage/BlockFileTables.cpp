@@ -10,6 +10,10 @@
 
 namespace quorvane {
 
+std::vector<OrgFileEntry> OrgFileTable(1);
+std::vector<TempFileSlot> TempFileTable(1);
+std::vector<ChannelPair> ChannelPairTable(1);
+
 namespace block_list {
 
 namespace {
@@ -192,5 +196,10 @@ void ReleaseAllFiles() {
     entry.FileName.clear();
   }
 }
+
+const OrgFileEntry& OriginalFile(int32_t entry) { return OrgFileTable[static_cast<size_t>(entry)]; }
+int32_t OriginalFileCount() { return static_cast<int32_t>(OrgFileTable.size()); }
+const TempFileSlot& TempFile(int32_t slot) { return TempFileTable[static_cast<size_t>(slot)]; }
+int32_t TempFileCount() { return static_cast<int32_t>(TempFileTable.size()); }
 
 }  // namespace quorvane

@@ -7,7 +7,6 @@
 
 #include <cstdint>
 #include <string>
-#include <vector>
 
 namespace quorvane {
 
@@ -29,10 +28,12 @@ struct ChannelPair {
   int32_t BlockB = 0;  // the right block of the same stretch
 };
 
-// 1-based: element 0 of each is a placeholder that is never used.
-inline std::vector<OrgFileEntry> OrgFileTable(1);
-inline std::vector<TempFileSlot> TempFileTable(1);
-inline std::vector<ChannelPair> ChannelPairTable(1);
+// The entries, read-only, and their number with the placeholder at index 0 (valid
+// indexes are 1 .. count - 1).
+const OrgFileEntry& OriginalFile(int32_t entry);
+int32_t OriginalFileCount();
+const TempFileSlot& TempFile(int32_t slot);
+int32_t TempFileCount();
 
 int32_t RegisterOriginalFile(const std::string& name, int32_t channels, int32_t bits,
                              int32_t rate = 0);

@@ -6,7 +6,21 @@
 #include <string>
 #include <vector>
 
+#include "storage/BlockFileTables.h"
+#include "storage/BlockTable.h"
 #include "storage/OpenFileCache.h"
+
+namespace quorvane {
+
+// The tables themselves, 1-based: element 0 of each is a placeholder that is never used.
+inline std::vector<BlockRecord>& BlockTable = detail::blockRecords;
+extern std::vector<OrgFileEntry> OrgFileTable;
+extern std::vector<TempFileSlot> TempFileTable;
+extern std::vector<ChannelPair> ChannelPairTable;
+// Bytes of sample data held by blocks of kinds 1 and 2.
+extern int64_t ResidentBytes;
+
+}  // namespace quorvane
 
 namespace quorvane::block_list {
 
@@ -17,7 +31,7 @@ bool ValidOriginal(int32_t entry);
 bool ValidSlot(int32_t slot);
 
 // Every kind change goes through here: it keeps the free and resident sets exact and
-// counts the block's samples in MemoryInUse while its kind is a resident one.
+// counts the block's samples in ResidentBytes while its kind is a resident one.
 void SetKind(int32_t block, int32_t kind);
 // A cleared record taken out of the free set (the first free one, or the last one), or a
 // new one at the end of the table. Its kind stays BlockFree until the caller sets it.

@@ -13,6 +13,12 @@
 
 namespace quorvane {
 
+namespace detail {
+std::vector<BlockRecord> blockRecords(1);
+}  // namespace detail
+
+int64_t ResidentBytes = 0;
+
 namespace block_list {
 
 namespace {
@@ -39,13 +45,13 @@ void SetKind(int32_t block, int32_t kind) {
   if (record.Kind == BlockFree) g_freeRecords.erase(block);
   if (IsResidentKind(record.Kind)) {
     g_residentBlocks.erase(block);
-    MemoryInUse -= bytes;
+    ResidentBytes -= bytes;
   }
   record.Kind = kind;
   if (kind == BlockFree) g_freeRecords.insert(block);
   if (IsResidentKind(kind)) {
     g_residentBlocks.insert(block);
-    MemoryInUse += bytes;
+    ResidentBytes += bytes;
   }
 }
 
@@ -435,19 +441,19 @@ void SaveBlockCopy(int32_t block) {
 
 void EnforceMemoryBudget() {
   const int64_t budget = Env().MemoryBudget;
-  if (MemoryInUse <= budget) return;
+  if (ResidentBytes <= budget) return;
   std::vector<int32_t> listed(g_residentBlocks.begin(), g_residentBlocks.end());
   if (++g_budgetChecks >= 100) {
     g_budgetChecks = 0;
     int64_t total = 0;
     for (const int32_t block : listed) total += BlockTable[block].Length;
-    MemoryInUse = 2 * total;
+    ResidentBytes = 2 * total;
   }
   if (listed.size() < 5) return;
   std::stable_sort(listed.begin(), listed.end(), [](int32_t a, int32_t b) {
     return BlockTable[a].UseStamp > BlockTable[b].UseStamp;
   });
-  while (listed.size() >= 5 && MemoryInUse >= budget) {
+  while (listed.size() >= 5 && ResidentBytes >= budget) {
     const int32_t oldest = listed.back();
     listed.pop_back();
     // A write that fails (full disk) keeps the block in memory; trying the others now
@@ -455,6 +461,19 @@ void EnforceMemoryBudget() {
     if (!SwapOutBlock(oldest)) break;
   }
 }
+
+int32_t BlockRecordCount() { return static_cast<int32_t>(BlockTable.size()); }
+
+std::span<int16_t> WritableSamples(int32_t block) {
+  if (!ValidBlock(block) || BlockTable[block].Kind != BlockMemory) return {};
+  return BlockTable[block].Data;
+}
+
+void SetBlockStart(int32_t block, int32_t start) {
+  if (ValidBlock(block)) BlockTable[block].Start = start;
+}
+
+int64_t MemoryInUse() { return ResidentBytes; }
 
 int32_t BlocksInUse() {
   return static_cast<int32_t>(BlockTable.size()) - 1 - static_cast<int32_t>(g_freeRecords.size());
@@ -468,7 +487,7 @@ void ResetBlockList() {
   OrgFileTable.assign(1, OrgFileEntry{});
   TempFileTable.assign(1, TempFileSlot{});
   ChannelPairTable.assign(1, ChannelPair{});
-  MemoryInUse = 0;
+  ResidentBytes = 0;
   g_freeRecords.clear();
   g_residentBlocks.clear();
   g_useClock = 0;

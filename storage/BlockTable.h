@@ -7,7 +7,9 @@
 // of memory held by blocks.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 namespace quorvane {
@@ -30,11 +32,26 @@ struct BlockRecord {
   uint32_t UseStamp = 0;      // use clock at the last access
 };
 
-// 1-based: element 0 is a placeholder that is never used.
-inline std::vector<BlockRecord> BlockTable(1);
+namespace detail {
+// The records, 1-based (element 0 is a placeholder that is never used). Only the block
+// list's own files change them; everyone else reads through RecordOf.
+extern std::vector<BlockRecord> blockRecords;
+}  // namespace detail
+
+// One record, read-only. Inline: per-sample access goes through here.
+inline const BlockRecord& RecordOf(int32_t block) {
+  return detail::blockRecords[static_cast<size_t>(block)];
+}
+// Number of records, the placeholder included: valid indexes are 1 .. BlockRecordCount() - 1.
+int32_t BlockRecordCount();
+// The samples of a BlockMemory block, for a writer that fills a block it has just made;
+// empty for any other kind.
+std::span<int16_t> WritableSamples(int32_t block);
+// Places the block at `start` in the sequence that owns it.
+void SetBlockStart(int32_t block, int32_t start);
 
 // Bytes of sample data held by blocks of kinds 1 and 2.
-inline int64_t MemoryInUse = 0;
+int64_t MemoryInUse();
 
 // True for the kinds whose samples are in memory (BlockMemFile, BlockMemory).
 inline bool IsResidentKind(int32_t kind) { return kind == BlockMemFile || kind == BlockMemory; }

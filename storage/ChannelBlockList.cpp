@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "storage/BlockList.h"
+#include "storage/BlockListParts.h"
 #include "storage/StorageChecks.h"
 
 namespace quorvane {

@@ -1,5 +1,7 @@
 #include "storage/DocumentWindow.h"
 
+#include "storage/EditorContext.h"
+
 namespace quorvane {
 
 namespace {
@@ -12,15 +14,14 @@ class NoWindow : public DocumentWindow {
   UndoClearChoice ShowUndoClearFrm(const std::vector<std::string>&) override { return {}; }
 };
 
-DocumentWindow* g_window = nullptr;
-
 }  // namespace
 
 DocumentWindow& TheDocumentWindow() {
   static NoWindow noWindow;
-  return g_window ? *g_window : noWindow;
+  DocumentWindow* const installed = Context().Window;
+  return installed != nullptr ? *installed : noWindow;
 }
 
-void SetDocumentWindow(DocumentWindow* window) { g_window = window; }
+void SetDocumentWindow(DocumentWindow* window) { Context().Window = window; }
 
 }  // namespace quorvane

@@ -1,6 +1,7 @@
 // The editor's values that the wave document reads and writes: the selection, the view
 // range and cursor, the modified flag, the undo setting and the copies of the document's
-// format that playback and recording read. The editor window uses this struct as it is.
+// format that playback and recording read. The editor window uses this struct as it is,
+// and keeps its own view of the timeline beside it in a ViewState.
 #pragma once
 
 #include <cstdint>
@@ -18,6 +19,19 @@ struct EditorState {
   int32_t CurrentFmtChannel = 0;
   int32_t CurrentFmtFreq = 0;
   int32_t CurrentFmtBits = 0;
+};
+
+// The editor window's view of the timeline beyond what the document keeps in the editor
+// state (selection, cursor, view start and length): the scales the last redraw computed
+// and the current slide and marker.
+struct ViewState {
+  bool ViewAll = true;           // every redraw shows the whole document
+  int32_t ViewPixels = 0;        // width of the left wave picture
+  double PixelsPerSample = 1.0;  // (ViewPixels - 1) / ViewLength
+  double AmplitudeScale = 1e-6;  // pixels per sample unit
+  double CentreY = 0.0;          // the zero line
+  int32_t CurrentSlide = 1;      // index into Slides
+  int32_t CurrentMarker = 1;     // index into Markers
 };
 
 EditorState& Editor();

@@ -172,7 +172,7 @@ void FileMemoClass::WaveCollectBuff(int32_t FromPos, int32_t ToPos, int32_t Work
     for (size_t slot = from; slot < to; ++slot) {
       const int32_t block = channel.Blocks()[slot];
       LoadBlock(block);
-      const BlockRecord& record = BlockTable[block];
+      const BlockRecord& record = RecordOf(block);
       const int32_t first = std::max(FromPos, record.Start);
       const int32_t last = std::min(ToPos, record.Start + record.Length - 1);
       if (first > last) continue;
@@ -209,7 +209,7 @@ void FileMemoClass::QuickBuffGet(int32_t FromPos, int32_t BuffSz, int32_t WorkCh
     channel.Overlapping(FromPos, last, from, to);
     for (size_t slot = from; slot < to; ++slot) {
       const int32_t block = channel.Blocks()[slot];
-      const BlockRecord& record = BlockTable[block];
+      const BlockRecord& record = RecordOf(block);
       const int32_t first = std::max(FromPos, record.Start);
       const int32_t end = std::min(last, record.Start + record.Length - 1);
       if (first > end) continue;
@@ -238,13 +238,13 @@ bool FileMemoClass::ForEachPairStretch(int32_t FromPos, int32_t last, Read read)
   right_.Overlapping(FromPos, last, rightFrom, rightTo);
   if (from == to || to - from != rightTo - rightFrom) return false;
   for (size_t slot = from; slot < to; ++slot) {
-    const BlockRecord& a = BlockTable[left_.Blocks()[slot]];
-    const BlockRecord& b = BlockTable[right_.Blocks()[rightFrom + slot - from]];
+    const BlockRecord& a = RecordOf(left_.Blocks()[slot]);
+    const BlockRecord& b = RecordOf(right_.Blocks()[rightFrom + slot - from]);
     if (a.Start != b.Start || a.Length != b.Length) return false;
   }
   for (size_t slot = from; slot < to; ++slot) {
     const int32_t block = left_.Blocks()[slot];
-    const BlockRecord& record = BlockTable[block];
+    const BlockRecord& record = RecordOf(block);
     const int32_t first = std::max(FromPos, record.Start);
     const int32_t end = std::min(last, record.Start + record.Length - 1);
     if (first > end) continue;
@@ -346,8 +346,8 @@ void FileMemoClass::WavePair(int32_t LeftPos, int32_t RightPos, int16_t& Left,
   const int32_t leftBlock = left_.BlockAt(LeftPos);
   const int32_t rightBlock = right_.BlockAt(RightPos);
   if (leftBlock != 0 && rightBlock != 0 && std::abs(RightPos - LeftPos) < kLongestPairSpan) {
-    const BlockRecord& a = BlockTable[leftBlock];
-    const BlockRecord& b = BlockTable[rightBlock];
+    const BlockRecord& a = RecordOf(leftBlock);
+    const BlockRecord& b = RecordOf(rightBlock);
     if (a.Kind == BlockOrgFile && b.Kind == BlockOrgFile && a.Start == b.Start &&
         a.Length == b.Length && a.FileRef == b.FileRef) {
       const int32_t first = std::min(LeftPos, RightPos);

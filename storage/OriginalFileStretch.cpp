@@ -18,13 +18,13 @@ bool MixChannel(const FileMemoClass& document, const ChannelBlockList& channel, 
   channel.Overlapping(first, last, from, to);
   if (from >= to) return false;
   const std::vector<int32_t>& blocks = channel.Blocks();
-  if (BlockTable[blocks[from]].Start != first) return false;
-  const BlockRecord& lastBlock = BlockTable[blocks[to - 1]];
+  if (RecordOf(blocks[from]).Start != first) return false;
+  const BlockRecord& lastBlock = RecordOf(blocks[to - 1]);
   if (lastBlock.Start + lastBlock.Length - 1 != last) return false;
   for (size_t slot = from; slot < to; ++slot) {
-    const BlockRecord& block = BlockTable[blocks[slot]];
+    const BlockRecord& block = RecordOf(blocks[slot]);
     if (block.Kind != BlockOrgFile) return false;
-    const OrgFileEntry& file = OrgFileTable[static_cast<size_t>(block.FileRef)];
+    const OrgFileEntry& file = OriginalFile(block.FileRef);
     if (file.FileName != fileName || file.Channels != document.WavFmtChannel ||
         file.Bits != document.WavFmtBits || file.Rate != document.WavFmtFreq) {
       return false;
@@ -54,9 +54,9 @@ std::string OriginalFileAt(const FileMemoClass& document, int32_t position) {
   size_t to = 0;
   document.LeftChannel().Overlapping(position, position, from, to);
   if (from >= to) return "";
-  const BlockRecord& block = BlockTable[document.LeftChannel().Blocks()[from]];
+  const BlockRecord& block = RecordOf(document.LeftChannel().Blocks()[from]);
   if (block.Kind != BlockOrgFile) return "";
-  return OrgFileTable[static_cast<size_t>(block.FileRef)].FileName;
+  return OriginalFile(block.FileRef).FileName;
 }
 
 }  // namespace quorvane

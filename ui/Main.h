@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "storage/EditorContext.h"
 #include "ui/DesktopClipboard.h"
 #include "ui/QtInteraction.h"
 
@@ -33,6 +34,7 @@ class EditorSession {
  private:
   EditorSession() = default;
 
+  SessionContext context_;  // first in, last out: everything below works in it
   QtInteraction qtInteraction_;
   DesktopClipboard clipboard_;
   Interaction* interaction_ = nullptr;

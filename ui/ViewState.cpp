@@ -1,16 +1,14 @@
 #include "ui/ViewState.h"
 
-namespace quorvane {
+#include "storage/EditorContext.h"
 
-namespace {
-ViewState g_view;
-}
+namespace quorvane {
 
 std::array<float, 36> ScaleSteps{};
 
-ViewState& View() { return g_view; }
+ViewState& View() { return Context().View; }
 
-void ResetViewState() { g_view = ViewState{}; }
+void ResetViewState() { Context().View = ViewState{}; }
 
 void InitScaleSteps() {
   ScaleSteps = {5400.0F, 3600.0F, 2400.0F, 1800.0F, 1200.0F, 900.0F, 600.0F, 480.0F, 300.0F,

@@ -1,22 +1,13 @@
-// The editor window's view of the timeline beyond what the document keeps in the editor
-// state (selection, cursor, view start and length): the scales the last redraw computed,
-// the current slide and marker, and the table of time-scale spacings.
+// The editor window's view of the timeline (kept in the editor's context) and the table
+// of time-scale spacings.
 #pragma once
 
 #include <array>
 #include <cstdint>
 
-namespace quorvane {
+#include "storage/EditorState.h"
 
-struct ViewState {
-  bool ViewAll = true;           // every redraw shows the whole document
-  int32_t ViewPixels = 0;        // width of the left wave picture
-  double PixelsPerSample = 1.0;  // (ViewPixels - 1) / ViewLength
-  double AmplitudeScale = 1e-6;  // pixels per sample unit
-  double CentreY = 0.0;          // the zero line
-  int32_t CurrentSlide = 1;      // index into Slides
-  int32_t CurrentMarker = 1;     // index into Markers
-};
+namespace quorvane {
 
 ViewState& View();
 void ResetViewState();

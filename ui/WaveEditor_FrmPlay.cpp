@@ -80,8 +80,7 @@ void WaveEditor_Frm::PlayToolbar_ButtonClick(const QString& key) {
     return;
   }
   if (to > length || from < 1 || from >= to) return;
-  PlayFrom = from;
-  PlayTo = to;
+  SetPlayRange(from, to);
   SetPlayDocument(document_);
   PlayControl(11);
 }

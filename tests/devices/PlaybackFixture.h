@@ -40,8 +40,7 @@ class Playback : public SessionTest {
   }
 
   void Play(int32_t from, int32_t to) {
-    PlayFrom = from;
-    PlayTo = to;
+    SetPlayRange(from, to);
     PlayControl(11);
   }
 

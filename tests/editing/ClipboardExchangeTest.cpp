@@ -46,7 +46,7 @@ TEST_F(Clipboard, CopyLeavesSevenFieldsAndADescriptionPerChannel) {
   ASSERT_EQ(field.size(), 7u);
   EXPECT_EQ((std::vector<std::string>(field.begin(), field.begin() + 5)),
             (std::vector<std::string>{"TarnuvoWaveEditorClip", "2", "800", "16", "44100"}));
-  EXPECT_EQ(field[5], "ClipPointer:" + std::to_string(ClipPointer));
+  EXPECT_EQ(field[5], "ClipPointer:" + std::to_string(ClipPointer()));
   EXPECT_EQ(field[6], files.Path());
   EXPECT_TRUE(std::filesystem::exists(files.File("InfoLeft.dat")));
   EXPECT_TRUE(std::filesystem::exists(files.File("InfoRight.dat")));
@@ -124,7 +124,7 @@ TEST_F(Clipboard, ReleaseClearsOnlyThisEditorsClipAndPasteThenFails) {
   ASSERT_TRUE(EditCopy(source));
   ClipboardRelease();
   EXPECT_EQ(SystemClipboard().Text(), "");
-  EXPECT_EQ(ClipPointer, 0);
+  EXPECT_EQ(ClipPointer(), 0);
   PasteAt(source, 1);
   EXPECT_EQ(ui.Texts().back(), "No Waveform found (or invalid data) in Clipboard");
   EXPECT_EQ(source.WavWaveINos, 100);

@@ -47,9 +47,9 @@ TEST_F(WaveReaderTest, PcmFilesOfEveryFormatLoadWithoutReadingASampleAndSaveByte
     EXPECT_EQ(document.WavFmtBits, bits);
     EXPECT_EQ(document.WavFmtFreq, rate);
     EXPECT_EQ(document.WavWaveINos, 1000);
-    EXPECT_EQ(MemoryInUse, 0);  // described, not read
+    EXPECT_EQ(MemoryInUse(), 0);  // described, not read
     for (int32_t block : document.LeftChannel().Blocks()) {
-      EXPECT_EQ(BlockTable[static_cast<size_t>(block)].Kind, BlockOrgFile);
+      EXPECT_EQ(RecordOf(block).Kind, BlockOrgFile);
     }
     EXPECT_EQ(ChannelSamples(document, 1), left);
     if (channels == 2) {
@@ -61,7 +61,7 @@ TEST_F(WaveReaderTest, PcmFilesOfEveryFormatLoadWithoutReadingASampleAndSaveByte
     reader.FileWriteWave(document, files.File("out.wav"));
     EXPECT_EQ(testing::ReadFileBytes(files.File("out.wav")),
               PcmWave(channels, rate, bits, Interleave(left, right)));
-    EXPECT_EQ(MemoryInUse, 0);
+    EXPECT_EQ(MemoryInUse(), 0);
     EXPECT_TRUE(ui.messages.empty());
   }
   EXPECT_FALSE(ui.progress.IsVisible());
@@ -171,7 +171,7 @@ TEST_F(WaveReaderTest, CompressedFilesAreDecodedAndDescribed) {
             30);
   // The decoded file lies in the session folder, the user's alone; the source stays where
   // it was.
-  const std::string decoded = OrgFileTable[static_cast<size_t>(document.OrgRoFileInUse)].FileName;
+  const std::string decoded = OriginalFile(document.OrgRoFileInUse).FileName;
   EXPECT_EQ(decoded.rfind(session.Path(), 0), 0u);
   EXPECT_EQ(std::filesystem::status(decoded).permissions(),
             std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);

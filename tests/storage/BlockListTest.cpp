@@ -2,6 +2,7 @@
 // memory budget) and the carriers that hold runs of blocks.
 #include "storage/BlockCarrBuffClass.h"
 #include "storage/BlockList.h"
+#include "storage/BlockListParts.h"
 #include "storage/BlockWriteBehind.h"
 
 #include <gtest/gtest.h>
@@ -33,20 +34,20 @@ TEST_F(BlockList, BudgetWritesOutTheLeastRecentlyUsedButKeepsTheFourMostRecent) 
   }
   for (int i = 0; i < 6; ++i)
     EXPECT_EQ(BlockTable[blocks[i]].Kind, i < 2 ? BlockFile : BlockMemory);
-  EXPECT_EQ(MemoryInUse, 4 * 2 * 1'048'576);
+  EXPECT_EQ(ResidentBytes, 4 * 2 * 1'048'576);
   EXPECT_EQ(TempFilesOnDisk(), 2);
   EXPECT_EQ(PeekSample(blocks[1], 1000), 2);
   // Four blocks that are over the budget on their own stay.
   for (int i = 0; i < 4; ++i) blocks.push_back(NewBlock(2'000'000, BlockMemory));
   for (int i = 0; i < 10; ++i)
     EXPECT_EQ(BlockTable[blocks[i]].Kind, i < 6 ? BlockFile : BlockMemory);
-  EXPECT_EQ(MemoryInUse, 16'000'000);
+  EXPECT_EQ(ResidentBytes, 16'000'000);
   // The total is kept as it goes and recomputed on every hundredth check over budget.
-  MemoryInUse += 4444;
+  ResidentBytes += 4444;
   EnforceMemoryBudget();
-  EXPECT_EQ(MemoryInUse, 16'004'444);
+  EXPECT_EQ(ResidentBytes, 16'004'444);
   for (int i = 0; i < 99; ++i) EnforceMemoryBudget();
-  EXPECT_EQ(MemoryInUse, 16'000'000);
+  EXPECT_EQ(ResidentBytes, 16'000'000);
 }
 
 TEST_F(BlockList, ASourceBlockLoadsWithItsPairAndSplitsOfSourceOrSilenceReadNothing) {
@@ -55,7 +56,7 @@ TEST_F(BlockList, ASourceBlockLoadsWithItsPairAndSplitsOfSourceOrSilenceReadNoth
   DescribeWav(files.File("s.wav"), 2, 16, samples, 1000, left, right);
   LoadBlock(BlocksOf(left)[0]);
   EXPECT_EQ(ChannelPairTable.size(), 2u);  // the loaded pair is gone
-  EXPECT_EQ(MemoryInUse, 4000);
+  EXPECT_EQ(ResidentBytes, 4000);
   int32_t head = 0, tail = 0;
   SplitBlock(BlocksOf(right)[1], 1401, head, tail);
   EXPECT_EQ(BlockTable[tail].Kind, BlockOrgFile);
@@ -63,7 +64,7 @@ TEST_F(BlockList, ASourceBlockLoadsWithItsPairAndSplitsOfSourceOrSilenceReadNoth
   SplitBlock(NewBlock(500, BlockSilence), 200, head, tail);
   EXPECT_EQ(BlockTable[tail].Kind, BlockSilence);
   EXPECT_EQ(BlockTable[tail].Length, 300);
-  EXPECT_EQ(MemoryInUse, 4000);
+  EXPECT_EQ(ResidentBytes, 4000);
   std::filesystem::remove(files.File("s.wav"));  // the right block needs it no more
   EXPECT_EQ(BlockTable[BlocksOf(right)[0]].Kind, BlockMemory);
   EXPECT_EQ(right.WaveLR(1000), samples[1999]);
@@ -88,7 +89,7 @@ TEST_F(BlockList, FilesGoWithTheirLastBlockOnlyFromTheSessionFolderAndReleasedBy
   EXPECT_FALSE(std::filesystem::exists(session.File("decoded.wav")));
   EXPECT_TRUE(std::filesystem::exists(files.File("track.wav")));
   EXPECT_TRUE(OrgFileTable[1].FileName.empty());
-  EXPECT_EQ(MemoryInUse, 0);  // nothing was read on the way out
+  EXPECT_EQ(ResidentBytes, 0);  // nothing was read on the way out
   EXPECT_EQ(BlocksInUse(), 0);
   // Released by its name in any case, a file lets go of its blocks, loaded.
   BlockCarrBuffClass left, right;
@@ -110,7 +111,7 @@ TEST_F(BlockList, FilesSetAsideMoveIntoTheSessionFolderAndTheirBlocksFollowUnloa
     const std::string moved = OrgFileTable[1].FileName;
     EXPECT_EQ(std::filesystem::path(moved).parent_path(), Env().SessionFolder);
     for (const int32_t block : BlocksOf(left)) EXPECT_EQ(BlockTable[block].Kind, BlockOrgFile);
-    EXPECT_EQ(MemoryInUse, 0);
+    EXPECT_EQ(ResidentBytes, 0);
     // A new file at the old name changes nothing the blocks read.
     BlockCarrBuffClass other, unused;
     DescribeWav(name, 1, 16, SignalRun(9, 0, 100), 30, other, unused);
@@ -210,7 +211,7 @@ TEST_F(BlockList, FaultAFailedWriteOutKeepsTheBlockInMemory) {
   EXPECT_FALSE(SwapOutBlock(block));
   EXPECT_EQ(BlockTable[block].Kind, BlockMemory);
   EXPECT_EQ(BlockTable[block].Data, SignalRun(0, 0, 1000));
-  EXPECT_EQ(MemoryInUse, 2000);
+  EXPECT_EQ(ResidentBytes, 2000);
   ASSERT_EQ(ui.messages.size(), 1u);
   EXPECT_NE(ui.messages[0].text.find(next), std::string::npos);
   EXPECT_TRUE(SwapOutBlock(block));  // space is back
@@ -284,7 +285,7 @@ TEST_F(Carrier, GrowingAppendsSilenceOfTheBlockSizeShrinkingCutsAndZeroIsRefused
   EXPECT_EQ(BlockTable[blocks[1]].Kind, BlockSilence);
   for (const int32_t position : {1, 524'288, 524'289, 1'000'000})
     EXPECT_EQ(carrier.WaveLR(position), 0);
-  EXPECT_EQ(MemoryInUse, 0);
+  EXPECT_EQ(ResidentBytes, 0);
   carrier.ReDimSize(0);
   EXPECT_EQ(carrier.WaveINos, 1'000'000);
   ASSERT_EQ(ui.messages.size(), 1u);
@@ -314,7 +315,7 @@ TEST_F(Carrier, QuickReadsAndPeeksLeaveAFileBlockReadingLoadsItAndWritingMakesIt
   EXPECT_EQ(quick, Joined({{7}, SignalRun(0, 50, 250), std::vector<int16_t>(50, 7)}));
   EXPECT_EQ(PeekSample(block, 111), Signal(0, 110));
   EXPECT_EQ(BlockTable[block].Kind, BlockFile);
-  EXPECT_EQ(MemoryInUse, 400);  // the other two blocks'
+  EXPECT_EQ(ResidentBytes, 400);  // the other two blocks'
   EXPECT_EQ(carrier.WaveLR(105), Signal(0, 104));
   EXPECT_EQ(BlockTable[block].Kind, BlockMemFile);
   carrier.WaveLR(105, 1234);

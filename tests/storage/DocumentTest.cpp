@@ -6,6 +6,7 @@
 #include "core/Environment.h"
 #include "core/ProjectTables.h"
 #include "storage/BlockList.h"
+#include "storage/EditorContext.h"
 #include "storage/EditorState.h"
 #include "storage/FileMemoClass.h"
 #include "storage/SlidesAndMarkers.h"
@@ -19,6 +20,24 @@ class Document : public StorageTest {
  protected:
   FileMemoClass document;
 };
+
+TEST_F(Document, AnEditInASessionsContextLeavesTheOtherEditorsStateAndWindowAlone) {
+  Editor().SelStart = 5;
+  {
+    const SessionContext own;
+    RecordingWindow sessionMenu;
+    SetDocumentWindow(&sessionMenu);
+    EXPECT_EQ(Editor().SelStart, 0);
+    LoadDocument(document, SignalRun(0, 0, 300), SignalRun(1, 0, 300), 100);
+    document.WaveDataDelete(1, 0, 10, "Delete", true);
+    EXPECT_TRUE(Editor().WaveChanged);
+    EXPECT_EQ(sessionMenu.menuCaption, "Undo [Delete]");
+  }
+  EXPECT_EQ(Editor().SelStart, 5);
+  EXPECT_FALSE(Editor().WaveChanged);
+  EXPECT_EQ(menu.menuCaption, "");
+  EXPECT_EQ(&TheDocumentWindow(), &menu);
+}
 
 TEST_F(Document, InsertingAtEitherEndOrABlockStartSplitsNothingAndDeletingAllEmptiesTheLists) {
   LoadDocument(document, SignalRun(0, 0, 300), SignalRun(1, 0, 300), 100);
@@ -62,7 +81,7 @@ TEST_F(Document, SourceFileAudioIsReadOnlyForPlainBuffers) {
   document.WaveCollectData(500, 1499, 0, left, right);
   document.WaveDataDelete(500, 0, 1000, "Cut", true);
   document.WaveDataInsert(2500, 0, &left, &right, "Paste", true);
-  EXPECT_EQ(MemoryInUse, 0);
+  EXPECT_EQ(MemoryInUse(), 0);
   EXPECT_EQ(QuickSamples(document, 2), Joined({SignalRun(1, 0, 499), SignalRun(1, 1499, 2000),
                                                SignalRun(1, 499, 1000), SignalRun(1, 3499, 1501)}));
   // Positions 999 to 1002 end the cut block's tail and start the next block.
@@ -70,9 +89,9 @@ TEST_F(Document, SourceFileAudioIsReadOnlyForPlainBuffers) {
   EXPECT_EQ(leftRead, std::vector<int16_t>{0});
   EXPECT_EQ(rightRead, SignalRun(1, 1998, 4));
   const auto blocks = document.RightChannel().Blocks();
-  EXPECT_EQ(BlockTable[blocks[1]].Kind, BlockMemory);
-  EXPECT_EQ(BlockTable[blocks[2]].Kind, BlockMemory);
-  EXPECT_EQ(BlockTable[blocks[3]].Kind, BlockOrgFile);
+  EXPECT_EQ(RecordOf(blocks[1]).Kind, BlockMemory);
+  EXPECT_EQ(RecordOf(blocks[2]).Kind, BlockMemory);
+  EXPECT_EQ(RecordOf(blocks[3]).Kind, BlockOrgFile);
 }
 
 #if defined(QUORVANE_CHECKS) && QUORVANE_CHECKS

@@ -59,8 +59,8 @@ inline void DescribeWav(const std::string& path, int32_t channels, int32_t bits,
 // A memory block holding the values, starting at position `start`.
 inline int32_t MemoryBlock(const std::vector<int16_t>& values, int32_t start = 1) {
   const int32_t block = NewBlock(static_cast<int32_t>(values.size()), BlockMemory);
-  std::copy(values.begin(), values.end(), BlockTable[block].Data.begin());
-  BlockTable[block].Start = start;
+  std::copy(values.begin(), values.end(), WritableSamples(block).begin());
+  SetBlockStart(block, start);
   return block;
 }
 

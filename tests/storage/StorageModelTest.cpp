@@ -265,8 +265,8 @@ class StorageModel : public StorageTest {
     for (const ChannelBlockList* channel : {&document_.LeftChannel(), &document_.RightChannel()}) {
       int32_t start = 1;
       for (const int32_t block : channel->Blocks()) {
-        ASSERT_EQ(BlockTable[block].Start, start);
-        start += BlockTable[block].Length;
+        ASSERT_EQ(RecordOf(block).Start, start);
+        start += RecordOf(block).Length;
         owned.push_back(block);
       }
     }
@@ -281,20 +281,22 @@ class StorageModel : public StorageTest {
     ASSERT_EQ(static_cast<int32_t>(owned.size()), BlocksInUse()) << "blocks leaked";
     // Memory and file use counts are what the records say.
     int64_t memory = 0;
-    std::vector<int32_t> uses[2] = {std::vector<int32_t>(TempFileTable.size()),
-                                    std::vector<int32_t>(OrgFileTable.size())};
-    for (const BlockRecord& record : BlockTable) {
+    std::vector<int32_t> uses[2] = {std::vector<int32_t>(size_t(TempFileCount())),
+                                    std::vector<int32_t>(size_t(OriginalFileCount()))};
+    for (int32_t block = 0; block < BlockRecordCount(); ++block) {
+      const BlockRecord& record = RecordOf(block);
       ASSERT_EQ(record.Data.size(), IsResidentKind(record.Kind) ? size_t(record.Length) : 0u);
       memory += IsResidentKind(record.Kind) ? 2 * int64_t{record.Length} : 0;
-      if (record.Kind == BlockMemFile || record.Kind == BlockFile) ++uses[0][record.FileRef];
-      if (record.Kind == BlockOrgFile) ++uses[1][record.FileRef];
+      if (record.Kind == BlockMemFile || record.Kind == BlockFile)
+        ++uses[0][size_t(record.FileRef)];
+      if (record.Kind == BlockOrgFile) ++uses[1][size_t(record.FileRef)];
     }
-    ASSERT_EQ(memory, MemoryInUse);
-    for (size_t slot = 1; slot < TempFileTable.size(); ++slot) {
-      ASSERT_EQ(TempFileTable[slot].UseCount, uses[0][slot]) << "slot " << slot;
+    ASSERT_EQ(memory, MemoryInUse());
+    for (int32_t slot = 1; slot < TempFileCount(); ++slot) {
+      ASSERT_EQ(TempFile(slot).UseCount, uses[0][slot]) << "slot " << slot;
     }
-    for (size_t entry = 1; entry < OrgFileTable.size(); ++entry) {
-      ASSERT_EQ(OrgFileTable[entry].UseCount, uses[1][entry]) << "entry " << entry;
+    for (int32_t entry = 1; entry < OriginalFileCount(); ++entry) {
+      ASSERT_EQ(OriginalFile(entry).UseCount, uses[1][entry]) << "entry " << entry;
     }
   }
 
@@ -334,7 +336,7 @@ class StorageModel : public StorageTest {
       const int32_t to = Random(from, Length(0));
       BlockCarrBuffClass parts[2];
       document_.WaveCollectData_ForPlay(from, to, 0, parts[0], parts[1]);
-      for (const int32_t block : BlocksOf(parts[0])) ASSERT_NE(BlockTable[block].Kind, BlockMemory);
+      for (const int32_t block : BlocksOf(parts[0])) ASSERT_NE(RecordOf(block).Kind, BlockMemory);
       ASSERT_EQ(CarrierSamples(parts[1]),
                 Samples(model_.channel[1].begin() + from - 1, model_.channel[1].begin() + to));
     }
@@ -406,7 +408,7 @@ class StorageModel : public StorageTest {
     ASSERT_NO_FATAL_FAILURE(Check(3));
     document_.StorageReset();
     EXPECT_EQ(BlocksInUse(), 0);
-    EXPECT_EQ(MemoryInUse, 0);
+    EXPECT_EQ(MemoryInUse(), 0);
     EXPECT_EQ(TempFilesOnDisk(), 0);
   }
 
