@@ -176,6 +176,7 @@ void BlockCarrBuffClass::WriteSlow(int32_t WavPos, int16_t NewVal) {
   BlockRecord& record = BlockTable[block];
   if (record.Kind != BlockMemory) return;
   record.Data[static_cast<size_t>(WavPos - record.Start)] = NewVal;
+  record.Peaks.reset();
 }
 
 void BlockCarrBuffClass::BuffBlocksPutFresh(const std::vector<int32_t>& NewBlkSet) {

@@ -78,6 +78,7 @@ inline void BlockCarrBuffClass::WaveLR(int32_t WavPos, int16_t NewVal) {
     const uint32_t offset = static_cast<uint32_t>(WavPos - record.Start);
     if (offset < static_cast<uint32_t>(record.Length) && record.Kind == BlockMemory) {
       record.Data[offset] = NewVal;
+      if (record.Peaks) record.Peaks.reset();
       return;
     }
   }

@@ -20,6 +20,7 @@ namespace {
 
 OpenFileCache g_originalFiles;
 OpenFileCache g_tempFiles;
+uint64_t g_registrations = 0;
 
 // Closes and deletes the file of every unused slot (but one named `keep`) and gives the
 // last unused slot, or a new one at the end of the table.
@@ -110,7 +111,7 @@ int32_t AdoptTempFile(const std::string& name, bool& fresh) {
   }
   fresh = true;
   const int32_t reuse = FreeTempSlot(name);
-  TempFileTable[reuse] = TempFileSlot{name, 0};
+  TempFileTable[reuse] = TempFileSlot{name, 0, ++g_registrations, nullptr};
   return reuse;
 }
 
@@ -155,7 +156,8 @@ int32_t RegisterOriginalFile(const std::string& name, int32_t channels, int32_t 
     OrgFileTable.emplace_back();
     reuse = static_cast<int32_t>(OrgFileTable.size()) - 1;
   }
-  OrgFileTable[reuse] = OrgFileEntry{name, channels, bits, 0, rate};
+  OrgFileTable[reuse] =
+      OrgFileEntry{name, channels, bits, 0, rate, ++g_registrations, 0, 0, nullptr};
   return reuse;
 }
 
@@ -165,7 +167,7 @@ void RegisterChannelPair(int32_t blockA, int32_t blockB) {
 
 int32_t NewTempFileSlot() {
   const int32_t reuse = FreeTempSlot("");
-  TempFileTable[reuse] = TempFileSlot{NewTempFileName("tmp"), 0};
+  TempFileTable[reuse] = TempFileSlot{NewTempFileName("tmp"), 0, ++g_registrations, nullptr};
   return reuse;
 }
 

@@ -6,9 +6,13 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
+#include <vector>
 
 namespace quorvane {
+
+class PeakRuns;
 
 struct OrgFileEntry {
   std::string FileName;  // full path; empty once released
@@ -16,11 +20,20 @@ struct OrgFileEntry {
   int32_t Bits = 0;      // 8 or 16
   int32_t UseCount = 0;  // kind-4 blocks that refer to it
   int32_t Rate = 0;      // samples per second, 0 where not known
+  uint64_t Serial = 0;   // which registration of the entry this is
+  // The bytes the registered runs cover (1-based, inclusive), and the summary of each
+  // channel over them once the builder has made it.
+  int32_t FirstByte = 0;
+  int32_t LastByte = 0;
+  std::shared_ptr<const std::vector<PeakRuns>> Peaks;
 };
 
 struct TempFileSlot {
   std::string FileName;  // empty once the file is deleted
   int32_t UseCount = 0;  // blocks of kinds 1 and 3 that refer to it
+  uint64_t Serial = 0;   // which registration of the slot this is
+  // The summary of the file's samples from its first byte, once made.
+  std::shared_ptr<const PeakRuns> Peaks;
 };
 
 struct ChannelPair {

@@ -8,7 +8,9 @@
 #include "core/Interaction.h"
 #include "storage/BlockFileTables.h"
 #include "storage/BlockListParts.h"
+#include "storage/BlockPeaks.h"
 #include "storage/OriginalFileBlocks.h"
+#include "storage/PeakBuilder.h"
 #include "storage/StorageChecks.h"
 
 namespace quorvane {
@@ -48,7 +50,11 @@ void SetKind(int32_t block, int32_t kind) {
     ResidentBytes -= bytes;
   }
   record.Kind = kind;
-  if (kind == BlockFree) g_freeRecords.insert(block);
+  record.EdgePeaksRead = false;
+  if (kind == BlockFree) {
+    g_freeRecords.insert(block);
+    record.Peaks.reset();
+  }
   if (IsResidentKind(kind)) {
     g_residentBlocks.insert(block);
     ResidentBytes += bytes;
@@ -391,6 +397,7 @@ bool SwapOutBlock(int32_t block) {
       int32_t slot = 0;
       // While writes fail (a full disk), each is tried at once, so that the first failure
       // stops the budget's round instead of handing over one doomed write after another.
+      SummarizeBlock(block);
       if (WritingBehind() && !WritesFailing()) {
         slot = NewTempFileSlot();
         TempFileTable[slot].UseCount = 1;
@@ -401,6 +408,7 @@ bool SwapOutBlock(int32_t block) {
       }
       BlockTable[block].FileRef = slot;
       BlockTable[block].FilePosition = 1;
+      TempFileTable[slot].Peaks = BlockTable[block].Peaks;
       break;
     }
     default:
@@ -426,6 +434,7 @@ void SaveBlockCopy(int32_t block) {
     BlockRecord& record = BlockTable[block];
     record.Data.assign(static_cast<size_t>(record.Length), 0);
   }
+  SummarizeBlock(block);
   const int32_t slot = WriteToNewSlot(block);
   BlockRecord& record = BlockTable[block];
   if (slot == 0) {
@@ -434,6 +443,7 @@ void SaveBlockCopy(int32_t block) {
   }
   record.FileRef = slot;
   record.FilePosition = 1;
+  TempFileTable[slot].Peaks = record.Peaks;
   record.UseStamp = NextUseStamp();
   SetKind(block, BlockMemFile);
   if (kind == BlockSilence) EnforceMemoryBudget();
@@ -466,6 +476,7 @@ int32_t BlockRecordCount() { return static_cast<int32_t>(BlockTable.size()); }
 
 std::span<int16_t> WritableSamples(int32_t block) {
   if (!ValidBlock(block) || BlockTable[block].Kind != BlockMemory) return {};
+  BlockTable[block].Peaks.reset();
   return BlockTable[block].Data;
 }
 
@@ -480,6 +491,7 @@ int32_t BlocksInUse() {
 }
 
 void ResetBlockList() {
+  StopPeakBuilder();
   SettleWrites();
   TempFiles().Close();
   OriginalFiles().Close();

@@ -9,10 +9,13 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <vector>
 
 namespace quorvane {
+
+class PeakRuns;
 
 // Block kinds.
 inline constexpr int32_t BlockFree = 0;     // unused record, reusable
@@ -30,6 +33,13 @@ struct BlockRecord {
   std::vector<int16_t> Data;  // the samples while resident (kinds 1 and 2), else empty
   int32_t Length = 0;         // number of samples
   uint32_t UseStamp = 0;      // use clock at the last access
+  // The summary of exactly these samples, from offset 0; empty until made, and emptied by
+  // every write to the samples.
+  std::shared_ptr<const PeakRuns> Peaks;
+  // Where a file's summary serves the block: the peaks of the block's samples in the runs
+  // it shares with samples outside it, at its head and its tail (read once).
+  bool EdgePeaksRead = false;
+  int16_t EdgePeaks[4] = {};  // head min, head max, tail min, tail max
 };
 
 namespace detail {

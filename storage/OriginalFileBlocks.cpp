@@ -1,5 +1,7 @@
 #include "storage/OriginalFileBlocks.h"
 
+#include <algorithm>
+
 #include <filesystem>
 #include <system_error>
 
@@ -64,6 +66,14 @@ int32_t AddOriginalFileRun(int32_t entry, int32_t filePosition, int32_t start, i
   record.Start = start;
   SetKind(block, BlockOrgFile);
   AddOriginalUse(entry, 1);
+  if (ValidOriginal(entry)) {
+    OrgFileEntry& file = OrgFileTable[entry];
+    const int32_t sampleBytes = SampleBytes(entry);
+    const int32_t lastByte =
+        filePosition + (length - 1) * sampleBytes * FileChannels(entry) + sampleBytes - 1;
+    file.FirstByte = file.FirstByte == 0 ? filePosition : std::min(file.FirstByte, filePosition);
+    file.LastByte = std::max(file.LastByte, lastByte);
+  }
   return block;
 }
 

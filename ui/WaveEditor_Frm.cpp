@@ -23,6 +23,7 @@
 #include "editing/EditCommands.h"
 #include "storage/EditorState.h"
 #include "storage/FileMemoClass.h"
+#include "storage/PeakBuilder.h"
 #include "ui/EditorWindowProc.h"
 #include "ui/HostWindow.h"
 #include "ui/PlayerLink.h"
@@ -75,6 +76,16 @@ WaveEditor_Frm::WaveEditor_Frm() {
     connect(&blinkMarkerTimer_, &QTimer::timeout, this, [this] { BlinkMarkerTimer_Timer(); });
     connect(&mouseMoveWaitTimer_, &QTimer::timeout, this, [this] { MouseMoveWaitTimer_Timer(); });
     ConnectPlayback();
+    peaksReadyTimer_.setSingleShot(true);
+    peaksReadyTimer_.setInterval(40);
+    connect(&peaksReadyTimer_, &QTimer::timeout, this, [this] {
+      if (drawnFromPoints_ && isVisible()) Refresh_Wave_View();
+    });
+    // Called on the summary builder's thread; the redraw happens on this one.
+    SetPeaksReadyNotice([this] {
+      QMetaObject::invokeMethod(
+          this, [this] { peaksReadyTimer_.start(); }, Qt::QueuedConnection);
+    });
 
     labels_["PlayPosLbl"]->setText("00");
     markHilitShape_->bounds = QRect(kParkedX, 9, 4, 21);
@@ -91,6 +102,7 @@ WaveEditor_Frm::WaveEditor_Frm() {
 }
 
 WaveEditor_Frm::~WaveEditor_Frm() {
+  SetPeaksReadyNotice(nullptr);
   if (&TheDocumentWindow() == this) SetDocumentWindow(nullptr);
 }
 

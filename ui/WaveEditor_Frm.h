@@ -167,6 +167,9 @@ class WaveEditor_Frm : public QMainWindow, public DocumentWindow, public InsertF
   void MouseMoveWaitTimer_Timer();
   void LayoutWaveArea();
   void DrawWaveforms(int32_t last, int32_t step, bool stereo);
+  // Each column from its lowest to its highest sample, from the summaries; false (drawing
+  // nothing) while a summary in view is still being made.
+  bool DrawColumnPeaks(int32_t last, bool stereo);
   void DrawDragSelection(int32_t anchor, int32_t position);
   void DrawFlagLines();
   void MoveMouseLines(int x);
@@ -211,6 +214,8 @@ class WaveEditor_Frm : public QMainWindow, public DocumentWindow, public InsertF
   QTimer blinkMarkerTimer_;
   QTimer mouseMoveWaitTimer_;
   QTimer playPosTimer_;
+  QTimer peaksReadyTimer_;        // a redraw soon after summaries came in
+  bool drawnFromPoints_ = false;  // the last redraw waited for no summary
   bool blinkCursorOn_ = false;
   bool blinkMarkerOn_ = false;
 

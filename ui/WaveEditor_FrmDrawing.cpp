@@ -6,6 +6,7 @@
 #include <QPainter>
 #include <QScrollBar>
 #include <array>
+#include <cmath>
 #include <optional>
 #include <vector>
 
@@ -175,9 +176,51 @@ void WaveEditor_Frm::Refresh_Wave_View() {
   }
 }
 
+bool WaveEditor_Frm::DrawColumnPeaks(int32_t last, bool stereo) {
+  const EditorState& editor = Editor();
+  const ViewState& view = View();
+  const double perColumn = 1.0 / view.PixelsPerSample;
+  const int channels = stereo ? 2 : 1;
+  std::array<std::vector<PeakPair>, 3> peaks;
+  for (int index = 1; index <= channels; ++index) {
+    if (!document_->ColumnPeaks(index, editor.ViewStart, perColumn, view.ViewPixels, last,
+                                peaks[static_cast<size_t>(index)])) {
+      return false;
+    }
+  }
+  for (int index = 1; index <= channels; ++index) {
+    std::vector<QLineF> inside;
+    std::vector<QLineF> outside;
+    const std::vector<PeakPair>& columns = peaks[static_cast<size_t>(index)];
+    for (size_t c = 0; c < columns.size(); ++c) {
+      const PeakPair peak = columns[c];
+      if (peak.Min > peak.Max) continue;  // past the end
+      const double x = static_cast<double>(c);
+      const auto position =
+          static_cast<int32_t>(editor.ViewStart + std::ceil(static_cast<double>(c) * perColumn));
+      const bool selected = editor.SelStart <= position && position <= editor.SelEnd;
+      (selected ? inside : outside)
+          .emplace_back(x, view.CentreY - peak.Max * view.AmplitudeScale, x,
+                        view.CentreY - peak.Min * view.AmplitudeScale);
+    }
+    QPainter painter(&Wave_Pic(index)->Image());
+    painter.setPen(kWaveOutside);
+    painter.drawLines(outside.data(), static_cast<int>(outside.size()));
+    painter.setPen(kWaveInside);
+    painter.drawLines(inside.data(), static_cast<int>(inside.size()));
+  }
+  return true;
+}
+
 void WaveEditor_Frm::DrawWaveforms(int32_t last, int32_t step, bool stereo) {
   const EditorState& editor = Editor();
   const ViewState& view = View();
+  // Where a column covers more than one sample it shows all of them, lowest to highest.
+  drawnFromPoints_ = false;
+  if (view.PixelsPerSample < 1.0) {
+    if (DrawColumnPeaks(last, stereo)) return;
+    drawnFromPoints_ = true;  // redrawn once the summaries in view are made
+  }
   // The left channel's lines start on a multiple of the step, the right one's at the view's
   // start; line k of both is read together.
   const int32_t firstLeft = FirstLeftPosition(step);

@@ -6,7 +6,10 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
+#include <cmath>
 #include <random>
+#include <thread>
 #include <tuple>
 
 #include "core/Environment.h"
@@ -14,6 +17,7 @@
 #include "storage/BlockList.h"
 #include "storage/EditorState.h"
 #include "storage/FileMemoClass.h"
+#include "storage/PeakRuns.h"
 #include "tests/storage/StorageFixtures.h"
 
 namespace quorvane::testing {
@@ -351,7 +355,50 @@ class StorageModel : public StorageTest {
     ASSERT_TRUE(history_.empty() || menu.buttonToolTip == caption) << menu.buttonToolTip;
     ASSERT_EQ(menu.redoCaption,
               future_.empty() ? "Redo [Nothing]" : "Redo [" + future_.back().second + "]");
+    if (step % 3 == 0) CheckColumnPeaks();
     CheckBookkeeping();
+  }
+
+  // What the waveform draws: each column's lowest and highest sample. Where a column
+  // covers a few samples they are read; where it covers many, the summaries may add up to
+  // a run of the document's own neighbouring samples, never audio from outside it.
+  void CheckColumnPeaks() {
+    const int32_t channel = Random(1, 2);
+    const Samples& samples = model_.channel[channel - 1];
+    const auto length = static_cast<int32_t>(samples.size());
+    if (length < 1) return;
+    const int32_t first = Random(1, length);
+    for (const double perColumn : {2.5, 1100.0}) {
+      const int32_t columns = 10;
+      std::vector<PeakPair> drawn;
+      // Source files are summarized on a thread of their own.
+      for (int wait = 0; !document_.ColumnPeaks(channel, first, perColumn, columns, length, drawn);
+           ++wait) {
+        ASSERT_LT(wait, 1000) << "the summaries were never made";
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+      }
+      const auto peakOver = [&](int64_t a, int64_t b) {
+        PeakPair peak = kNoPeak;
+        for (int64_t p = std::max<int64_t>(a, 1); p <= std::min<int64_t>(b, length); ++p) {
+          Widen(peak, PeakPair{samples[size_t(p - 1)], samples[size_t(p - 1)]});
+        }
+        return peak;
+      };
+      for (int32_t c = 0; c < columns; ++c) {
+        const auto a = first + static_cast<int64_t>(std::ceil(c * perColumn));
+        const auto b = first + static_cast<int64_t>(std::ceil((c + 1) * perColumn)) - 1;
+        const PeakPair exact = peakOver(a, b);
+        const PeakPair got = drawn[size_t(c)];
+        if (perColumn < kPeakRun || exact.Min > exact.Max) {
+          ASSERT_EQ(std::tie(got.Min, got.Max), std::tie(exact.Min, exact.Max))
+              << "column " << c << " of " << perColumn;
+          continue;
+        }
+        const PeakPair near = peakOver(a - kPeakRun + 1, b + kPeakRun - 1);
+        ASSERT_TRUE(got.Min <= exact.Min && got.Max >= exact.Max) << "column " << c;
+        ASSERT_TRUE(got.Min >= near.Min && got.Max <= near.Max) << "column " << c;
+      }
+    }
   }
 
   void Run(uint32_t seed, int steps) {

@@ -1,0 +1,76 @@
+// The peaks of the pixel columns the waveform draws, from the blocks' summaries where a
+// column covers many samples and from the samples themselves where it covers few.
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+#include "storage/BlockList.h"
+#include "storage/BlockPeaks.h"
+#include "storage/FileMemoClass.h"
+#include "storage/PeakBuilder.h"
+
+namespace quorvane {
+
+namespace {
+
+// Below this many samples a column, the samples are read: a summary's runs would widen a
+// column by up to a run on either side.
+constexpr double kSummaryFromSamples = 4.0 * kPeakRun;
+
+}  // namespace
+
+bool FileMemoClass::ColumnPeaks(int32_t channel, int32_t first, double perColumn, int32_t columns,
+                                int32_t last, std::vector<PeakPair>& out) const {
+  out.assign(static_cast<size_t>(std::max(columns, 0)), kNoPeak);
+  const ChannelBlockList& list = channel == 2 ? right_ : left_;
+  last = std::min(last, list.Length());
+  if (columns < 1 || first > last || !(perColumn > 0.0)) return true;
+  // Positions first + ceil(c * perColumn) .. first + ceil((c + 1) * perColumn) - 1 are
+  // column c's.
+  const auto columnStart = [&](int64_t c) {
+    return first + static_cast<int64_t>(std::ceil(static_cast<double>(c) * perColumn));
+  };
+  last = static_cast<int32_t>(std::min<int64_t>(last, columnStart(columns) - 1));
+  AdoptFinishedPeaks();
+  size_t from = 0;
+  size_t to = 0;
+  list.Overlapping(first, last, from, to);
+  bool ready = true;
+  if (perColumn < kSummaryFromSamples) {
+    std::vector<int16_t> samples;
+    for (size_t slot = from; slot < to; ++slot) {
+      const int32_t block = list.Blocks()[slot];
+      const BlockRecord& record = RecordOf(block);
+      const int32_t a = std::max(first, record.Start);
+      const int32_t b = std::min(last, record.Start + record.Length - 1);
+      if (a > b) continue;
+      samples.resize(static_cast<size_t>(b - a + 1));
+      ReadBlockRange(block, a - record.Start, b - record.Start, samples.data());
+      for (int32_t p = a; p <= b; ++p) {
+        const auto c = static_cast<size_t>((p - first) / perColumn);
+        if (c < out.size()) Widen(out[c], PeakPair{samples[size_t(p - a)], samples[size_t(p - a)]});
+      }
+    }
+    return true;
+  }
+  int64_t column = 0;
+  for (size_t slot = from; slot < to && column < columns; ++slot) {
+    const int32_t block = list.Blocks()[slot];
+    const int32_t start = RecordOf(block).Start;
+    const int32_t end = start + RecordOf(block).Length - 1;
+    while (column < columns) {
+      const int64_t a = std::max<int64_t>(columnStart(column), start);
+      const int64_t b = std::min<int64_t>(columnStart(column + 1) - 1, end);
+      if (a <= b) {
+        ready &= CoverBlock(block, static_cast<int32_t>(a - start), static_cast<int32_t>(b - start),
+                            out[static_cast<size_t>(column)], true);
+      }
+      if (columnStart(column + 1) - 1 > end) break;  // the column goes on in the next block
+      ++column;
+    }
+  }
+  if (!ready) RequestAllPeaks();
+  return ready;
+}
+
+}  // namespace quorvane

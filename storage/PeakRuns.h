@@ -1,0 +1,66 @@
+// The minimum and maximum of each run of samples of one stream: what the waveform draws
+// when a pixel column covers many samples. Fine runs of kPeakRun samples, and coarse runs
+// of kPeakRunsPerCoarse fine runs for the widest views. A summary is made once, from the
+// samples as they are written or read, and never changes; blocks that share samples share
+// their summary.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace quorvane {
+
+struct PeakPair {
+  int16_t Min = 0;
+  int16_t Max = 0;
+};
+
+inline constexpr int32_t kPeakRun = 256;
+inline constexpr int32_t kPeakRunsPerCoarse = 64;
+
+// The empty pair that any Widen replaces.
+inline constexpr PeakPair kNoPeak{INT16_MAX, INT16_MIN};
+
+// Widens `into` by `other`.
+inline void Widen(PeakPair& into, PeakPair other) {
+  if (other.Min < into.Min) into.Min = other.Min;
+  if (other.Max > into.Max) into.Max = other.Max;
+}
+
+class PeakRuns {
+ public:
+  // Collects a stream given in pieces of any size.
+  class Builder {
+   public:
+    void Add(const int16_t* samples, size_t count);
+    // Adds `count` samples taken every `stride` samples from samples[0] (one channel of
+    // interleaved frames).
+    void AddStrided(const int16_t* samples, size_t count, size_t stride);
+    PeakRuns Finish();
+
+   private:
+    void Take(int16_t sample);
+
+    std::vector<PeakPair> fine_;
+    PeakPair open_ = kNoPeak;
+    int32_t inOpen_ = 0;
+    int64_t samples_ = 0;
+  };
+
+  static PeakRuns Of(const int16_t* samples, size_t count);
+
+  // Widens `into` by the runs that hold stream indexes first..last (0-based, inclusive):
+  // every sample in the range, and at most a run's worth on either side.
+  void Cover(int64_t first, int64_t last, PeakPair& into) const;
+
+  int64_t Samples() const { return samples_; }
+  size_t Bytes() const { return (fine_.size() + coarse_.size()) * sizeof(PeakPair); }
+
+ private:
+  std::vector<PeakPair> fine_;
+  std::vector<PeakPair> coarse_;
+  int64_t samples_ = 0;
+};
+
+}  // namespace quorvane
