@@ -4,6 +4,7 @@
 
 #include "core/ErrorReport.h"
 #include "storage/BlockList.h"
+#include "storage/BlockPeaks.h"
 
 namespace quorvane {
 
@@ -40,7 +41,10 @@ CarrierWriter::~CarrierWriter() {
 }
 
 void CarrierWriter::NextBlock() {
-  if (!blocks_.empty()) written_ += RecordOf(blocks_.back()).Length;
+  if (!blocks_.empty()) {
+    SummarizeBlock(blocks_.back());  // full now, its samples still at hand
+    written_ += RecordOf(blocks_.back()).Length;
+  }
   const int32_t size = std::min(blockSize_, length_ - written_);
   if (size < 1) ThrowError(9, "Subscript out of range");
   const int32_t block = NewBlock(size, BlockMemory);
@@ -54,6 +58,7 @@ void CarrierWriter::NextBlock() {
 void CarrierWriter::HandTo(BlockCarrBuffClass& carrier) {
   const int32_t total = blocks_.empty() ? 0 : written_ + RecordOf(blocks_.back()).Length;
   if (at_ != end_ || total != length_) ThrowError(9, "Subscript out of range");
+  if (!blocks_.empty()) SummarizeBlock(blocks_.back());
   carrier.BuffBlocksPutFresh(blocks_);
   blocks_.clear();
   at_ = end_ = nullptr;

@@ -8,6 +8,7 @@
 #include "core/Numbers.h"
 #include "storage/BlockCarrBuffClass.h"
 #include "storage/BlockList.h"
+#include "storage/BlockPeaks.h"
 
 namespace quorvane {
 
@@ -38,6 +39,7 @@ int32_t MappedBlock(int32_t block, const SampleTable& table, const EffectProgres
     progress.Reached(last);
     first = last + 1;
   }
+  SummarizeBlock(mapped);  // while its samples are at hand
   return mapped;
 }
 

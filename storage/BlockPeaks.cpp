@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <set>
 #include <vector>
 
 #include "storage/BlockListParts.h"
@@ -63,6 +64,23 @@ void RequestAllPeaks() {
     const OrgFileEntry& file = OrgFileTable[static_cast<size_t>(entry)];
     if (file.UseCount > 0 && !file.Peaks) AskForOriginal(entry, false);
   }
+}
+
+int64_t PeakSummaryBytes() {
+  std::set<const void*> counted;
+  int64_t bytes = 0;
+  const auto count = [&](const PeakRuns* runs) {
+    if (runs != nullptr && counted.insert(runs).second)
+      bytes += static_cast<int64_t>(runs->Bytes());
+  };
+  for (const BlockRecord& record : BlockTable) count(record.Peaks.get());
+  for (const TempFileSlot& slot : TempFileTable) count(slot.Peaks.get());
+  for (const OrgFileEntry& file : OrgFileTable) {
+    if (file.Peaks) {
+      for (const PeakRuns& runs : *file.Peaks) count(&runs);
+    }
+  }
+  return bytes;
 }
 
 void SummarizeBlock(int32_t block) {

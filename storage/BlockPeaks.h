@@ -18,6 +18,9 @@ bool CoverBlock(int32_t block, int32_t first, int32_t last, PeakPair& into, bool
 // for in view.
 void RequestAllPeaks();
 
+// Bytes held by the summaries of blocks and files, each counted once.
+int64_t PeakSummaryBytes();
+
 // A memory block's summary, made now when it has none: its samples are about to be
 // written to a temporary file whose summary it becomes.
 void SummarizeBlock(int32_t block);

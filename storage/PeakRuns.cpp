@@ -43,10 +43,12 @@ PeakRuns PeakRuns::Builder::Finish() {
   if (inOpen_ > 0) fine_.push_back(open_);
   PeakRuns runs;
   runs.samples_ = samples_;
-  runs.fine_ = std::move(fine_);
-  runs.coarse_.assign((runs.fine_.size() + kPeakRunsPerCoarse - 1) / kPeakRunsPerCoarse, kNoPeak);
-  for (size_t k = 0; k < runs.fine_.size(); ++k) {
-    Widen(runs.coarse_[k / kPeakRunsPerCoarse], runs.fine_[k]);
+  runs.levels_[0] = std::move(fine_);
+  for (int level = 1; level < kPeakLevels; ++level) {
+    const std::vector<PeakPair>& below = runs.levels_[level - 1];
+    std::vector<PeakPair>& above = runs.levels_[level];
+    above.assign((below.size() + kPeakLevelStep - 1) / kPeakLevelStep, kNoPeak);
+    for (size_t k = 0; k < below.size(); ++k) Widen(above[k / kPeakLevelStep], below[k]);
   }
   *this = Builder();
   return runs;
@@ -62,17 +64,27 @@ void PeakRuns::Cover(int64_t first, int64_t last, PeakPair& into) const {
   first = std::max<int64_t>(first, 0);
   last = std::min(last, samples_ - 1);
   if (first > last) return;
+  // In runs of the lowest level: each step takes the widest run that starts here and ends
+  // inside the range.
   int64_t run = first / kPeakRun;
   const int64_t lastRun = last / kPeakRun;
   while (run <= lastRun) {
-    if (run % kPeakRunsPerCoarse == 0 && run + kPeakRunsPerCoarse - 1 <= lastRun) {
-      Widen(into, coarse_[static_cast<size_t>(run / kPeakRunsPerCoarse)]);
-      run += kPeakRunsPerCoarse;
-    } else {
-      Widen(into, fine_[static_cast<size_t>(run)]);
-      ++run;
+    int level = 0;
+    int64_t width = 1;
+    while (level + 1 < kPeakLevels && run % (width * kPeakLevelStep) == 0 &&
+           run + width * kPeakLevelStep - 1 <= lastRun) {
+      ++level;
+      width *= kPeakLevelStep;
     }
+    Widen(into, levels_[level][static_cast<size_t>(run / width)]);
+    run += width;
   }
+}
+
+size_t PeakRuns::Bytes() const {
+  size_t runs = 0;
+  for (const std::vector<PeakPair>& level : levels_) runs += level.size();
+  return runs * sizeof(PeakPair);
 }
 
 }  // namespace quorvane

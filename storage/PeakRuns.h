@@ -1,6 +1,7 @@
 // The minimum and maximum of each run of samples of one stream: what the waveform draws
-// when a pixel column covers many samples. Fine runs of kPeakRun samples, and coarse runs
-// of kPeakRunsPerCoarse fine runs for the widest views. A summary is made once, from the
+// when a pixel column covers many samples. Runs of kPeakRun samples, and for wider views
+// runs of kPeakLevelStep of those, and so on for kPeakLevels levels, so that a column of
+// any width takes a few dozen runs at most. A summary is made once, from the
 // samples as they are written or read, and never changes; blocks that share samples share
 // their summary.
 #pragma once
@@ -17,7 +18,8 @@ struct PeakPair {
 };
 
 inline constexpr int32_t kPeakRun = 256;
-inline constexpr int32_t kPeakRunsPerCoarse = 64;
+inline constexpr int32_t kPeakLevelStep = 8;
+inline constexpr int32_t kPeakLevels = 4;
 
 // The empty pair that any Widen replaces.
 inline constexpr PeakPair kNoPeak{INT16_MAX, INT16_MIN};
@@ -55,11 +57,10 @@ class PeakRuns {
   void Cover(int64_t first, int64_t last, PeakPair& into) const;
 
   int64_t Samples() const { return samples_; }
-  size_t Bytes() const { return (fine_.size() + coarse_.size()) * sizeof(PeakPair); }
+  size_t Bytes() const;
 
  private:
-  std::vector<PeakPair> fine_;
-  std::vector<PeakPair> coarse_;
+  std::vector<PeakPair> levels_[kPeakLevels];  // level k: runs of kPeakRun * 8^k samples
   int64_t samples_ = 0;
 };
 

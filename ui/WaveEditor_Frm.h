@@ -87,6 +87,9 @@ class WaveEditor_Frm : public QMainWindow, public DocumentWindow, public InsertF
 
   // ---- Playback and recording (WaveEditor_FrmPlay.cpp) ----
   void PlayToolbar_ButtonClick(const QString& key);
+  // While playing, playback goes on from `position` to the end of what it was playing (or
+  // of the document, when the position lies past it).
+  void MovePlayPosition(int32_t position);
   void PlayPosTimer_Timer();
   void PlayCursorPositioning();
   void InsertRecording_Mnu_Click();
@@ -125,6 +128,8 @@ class WaveEditor_Frm : public QMainWindow, public DocumentWindow, public InsertF
   // Reads of the document (one sample, or both channels at once) by drawing since the last
   // reset.
   int64_t DocumentReads() const { return documentReads_; }
+  // Whether the last redraw read single samples because a summary in view was not made.
+  bool DrawnFromPoints() const { return drawnFromPoints_; }
   void ResetDocumentReads() { documentReads_ = 0; }
 
   // Mouse and key handlers of the wave pictures (Index 1 left, 2 right).

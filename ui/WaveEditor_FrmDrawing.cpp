@@ -189,25 +189,21 @@ bool WaveEditor_Frm::DrawColumnPeaks(int32_t last, bool stereo) {
     }
   }
   for (int index = 1; index <= channels; ++index) {
-    std::vector<QLineF> inside;
-    std::vector<QLineF> outside;
+    QPainter painter(&Wave_Pic(index)->Image());
     const std::vector<PeakPair>& columns = peaks[static_cast<size_t>(index)];
     for (size_t c = 0; c < columns.size(); ++c) {
       const PeakPair peak = columns[c];
       if (peak.Min > peak.Max) continue;  // past the end
-      const double x = static_cast<double>(c);
       const auto position =
           static_cast<int32_t>(editor.ViewStart + std::ceil(static_cast<double>(c) * perColumn));
       const bool selected = editor.SelStart <= position && position <= editor.SelEnd;
-      (selected ? inside : outside)
-          .emplace_back(x, view.CentreY - peak.Max * view.AmplitudeScale, x,
-                        view.CentreY - peak.Min * view.AmplitudeScale);
+      // One-pixel boxes: the pixels of the one-pixel line, filled at a fraction of its cost.
+      const int top = static_cast<int>(std::lround(view.CentreY - peak.Max * view.AmplitudeScale));
+      const int bottom =
+          static_cast<int>(std::lround(view.CentreY - peak.Min * view.AmplitudeScale));
+      painter.fillRect(static_cast<int>(c), top, 1, bottom - top + 1,
+                       selected ? kWaveInside : kWaveOutside);
     }
-    QPainter painter(&Wave_Pic(index)->Image());
-    painter.setPen(kWaveOutside);
-    painter.drawLines(outside.data(), static_cast<int>(outside.size()));
-    painter.setPen(kWaveInside);
-    painter.drawLines(inside.data(), static_cast<int>(inside.size()));
   }
   return true;
 }

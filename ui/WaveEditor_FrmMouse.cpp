@@ -146,6 +146,8 @@ void WaveEditor_Frm::Wave_Pic_MouseUp(int /*Index*/, double X) {
     } else {
       editor.SelStart = DragFirst;
       editor.SelEnd = DragLast;
+      // A click during playback moves the play position, as in every editor.
+      if (DragFirst == DragLast) MovePlayPosition(DragFirst);
     }
     Trace("Wave_Pic_MouseUp: Refresh");
     Refresh_Wave_View();

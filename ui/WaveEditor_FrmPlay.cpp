@@ -85,6 +85,17 @@ void WaveEditor_Frm::PlayToolbar_ButtonClick(const QString& key) {
   PlayControl(11);
 }
 
+void WaveEditor_Frm::MovePlayPosition(int32_t position) {
+  const int32_t state = CurrentPlayState();
+  if (state != 1 && state != 2) return;
+  const int32_t last = position < PlayingLast() ? PlayingLast() : Length();
+  if (position < 1 || position >= last) return;
+  PlayControl(2);
+  SetPlayRange(position, last);
+  SetPlayDocument(document_);
+  PlayControl(11);
+}
+
 void WaveEditor_Frm::PlayPosTimer_Timer() {
   const bool stopped = CurrentPlayState() == 0;
   if (stopped) {

@@ -15,6 +15,7 @@
 #include "tests/ui/EditorWindowFixture.h"
 #include "ui/InsertPosDialog.h"
 #include "ui/Recd_Frm.h"
+#include "ui/ViewGeometry.h"
 #include "ui/ViewState.h"
 
 namespace quorvane::testing {
@@ -103,6 +104,19 @@ TEST_F(WindowPlayback, TheViewPagesOnWithThePlayCursor) {
   EXPECT_LE(Editor().ViewStart, position);
   EXPECT_EQ(Editor().ViewLength, kRate / 10);
   window.PlayToolbar_ButtonClick("Stop");
+}
+
+TEST_F(WindowPlayback, AClickDuringPlaybackMovesThePlayPositionThere) {
+  WaveEditor_Frm& window = Open();
+  window.PlayToolbar_ButtonClick("PlayNew");
+  ASSERT_TRUE(QTest::qWaitFor([] { return PlayedSamples() > kRate / 20; }, 3000));
+  const int x = PixelOf(kFrames + kRate / 5);
+  QTest::mouseClick(window.Wave_Pic(1), Qt::LeftButton, {}, QPoint(x, 5));
+  const int32_t clicked = PositionAtPixel(x, 2 * kFrames);
+  ASSERT_TRUE(QTest::qWaitFor([&] { return PlayingFirst() == clicked; }, 1000));
+  EXPECT_NE(CurrentPlayState(), 0);
+  EXPECT_EQ(PlayingLast(), 2 * kFrames);
+  EXPECT_TRUE(QTest::qWaitFor([&] { return window.Button("PlayNew")->isEnabled(); }, 5000));
 }
 
 TEST_F(WindowPlayback, RecordButtonInsertsTheRecordingAtTheCursor) {
