@@ -7,6 +7,7 @@
 #include "core/Environment.h"
 #include "core/FileHelpers.h"
 #include "storage/BlockListParts.h"
+#include "storage/PeakRuns.h"
 
 namespace quorvane {
 
@@ -34,6 +35,7 @@ int32_t FreeTempSlot(const std::string& keep) {
     if (!entry.FileName.empty() && !SameNameIgnoringCase(entry.FileName, keep)) {
       DeleteFileIfExists(entry.FileName);
     }
+    DropPeaks(entry);
     entry.FileName.clear();
     reuse = slot;
   }
@@ -131,6 +133,31 @@ bool InsideTempFolder(const std::string& name) {
   return name.compare(0, folder.size(), folder) == 0 && name[folder.size()] == '/';
 }
 
+std::string OriginalPeaksFile(uint64_t serial, int32_t channel) {
+  const std::string& folder = Env().SessionFolder;
+  if (folder.empty()) return "";
+  return folder + "/peaks-" + std::to_string(serial) + "-" + std::to_string(channel) + ".pk";
+}
+
+std::string TempPeaksFile(const std::string& tempFile) {
+  return Env().SessionFolder.empty() || tempFile.empty() ? "" : tempFile + ".pk";
+}
+
+void DropPeaks(OrgFileEntry& file) {
+  if (file.Peaks) {
+    for (int32_t channel = 0; channel < static_cast<int32_t>(file.Peaks->size()); ++channel) {
+      const std::string summary = OriginalPeaksFile(file.Serial, channel);
+      if (!summary.empty()) DeleteFileIfExists(summary);
+    }
+  }
+  file.Peaks.reset();
+}
+
+void DropPeaks(TempFileSlot& slot) {
+  if (slot.Peaks && slot.Peaks->InFile()) DeleteFileIfExists(TempPeaksFile(slot.FileName));
+  slot.Peaks.reset();
+}
+
 }  // namespace block_list
 
 using namespace block_list;
@@ -150,6 +177,7 @@ int32_t RegisterOriginalFile(const std::string& name, int32_t channels, int32_t 
     if (InsideTempFolder(file.FileName) && !SameNameIgnoringCase(file.FileName, name)) {
       DeleteFileIfExists(file.FileName);
     }
+    DropPeaks(file);
     reuse = entry;
   }
   if (reuse == 0) {
@@ -177,6 +205,7 @@ void ReleaseUnusedFiles() {
     if (entry.UseCount != 0 || entry.FileName.empty() || SamplesBeingWritten(slot)) continue;
     g_tempFiles.CloseEntry(slot);
     DeleteFileIfExists(entry.FileName);
+    DropPeaks(entry);
     entry.FileName.clear();
   }
   for (int32_t entry = 1; entry < static_cast<int32_t>(OrgFileTable.size()); ++entry) {
@@ -184,6 +213,7 @@ void ReleaseUnusedFiles() {
     if (file.UseCount != 0 || file.FileName.empty()) continue;
     g_originalFiles.CloseEntry(entry);
     if (InsideTempFolder(file.FileName)) DeleteFileIfExists(file.FileName);
+    DropPeaks(file);
     file.FileName.clear();
   }
 }
@@ -195,8 +225,10 @@ void ReleaseAllFiles() {
     TempFileSlot& entry = TempFileTable[slot];
     if (entry.FileName.empty()) continue;
     DeleteFileIfExists(entry.FileName);
+    DropPeaks(entry);
     entry.FileName.clear();
   }
+  for (OrgFileEntry& file : OrgFileTable) DropPeaks(file);
 }
 
 const OrgFileEntry& OriginalFile(int32_t entry) { return OrgFileTable[static_cast<size_t>(entry)]; }

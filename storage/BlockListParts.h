@@ -24,6 +24,17 @@ extern int64_t ResidentBytes;
 
 namespace quorvane::block_list {
 
+// Where the summary of a channel of an original file, and of a temporary file, is kept in
+// the session folder ("" when there is none).
+std::string OriginalPeaksFile(uint64_t serial, int32_t channel);
+std::string TempPeaksFile(const std::string& tempFile);
+// Lets go of a file's summary and deletes its summary files.
+void DropPeaks(OrgFileEntry& file);
+void DropPeaks(TempFileSlot& slot);
+// Keeps a block's summary, held in memory, in a summary file beside the temporary file it
+// is written to (slot `slot`), and reads it from there from now on.
+void KeepPeaksInFile(int32_t block, int32_t slot);
+
 void ShowBlockError(const std::string& text);
 
 bool ValidBlock(int32_t block);

@@ -408,7 +408,7 @@ bool SwapOutBlock(int32_t block) {
       }
       BlockTable[block].FileRef = slot;
       BlockTable[block].FilePosition = 1;
-      TempFileTable[slot].Peaks = BlockTable[block].Peaks;
+      KeepPeaksInFile(block, slot);
       break;
     }
     default:
@@ -443,7 +443,7 @@ void SaveBlockCopy(int32_t block) {
   }
   record.FileRef = slot;
   record.FilePosition = 1;
-  TempFileTable[slot].Peaks = record.Peaks;
+  KeepPeaksInFile(block, slot);
   record.UseStamp = NextUseStamp();
   SetKind(block, BlockMemFile);
   if (kind == BlockSilence) EnforceMemoryBudget();

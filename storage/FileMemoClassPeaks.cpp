@@ -54,16 +54,18 @@ bool FileMemoClass::ColumnPeaks(int32_t channel, int32_t first, double perColumn
     return true;
   }
   int64_t column = 0;
+  BlockPeakReader reader;
   for (size_t slot = from; slot < to && column < columns; ++slot) {
     const int32_t block = list.Blocks()[slot];
     const int32_t start = RecordOf(block).Start;
     const int32_t end = start + RecordOf(block).Length - 1;
+    ready &= reader.Prepare(block, true);
     while (column < columns) {
       const int64_t a = std::max<int64_t>(columnStart(column), start);
       const int64_t b = std::min<int64_t>(columnStart(column + 1) - 1, end);
       if (a <= b) {
-        ready &= CoverBlock(block, static_cast<int32_t>(a - start), static_cast<int32_t>(b - start),
-                            out[static_cast<size_t>(column)], true);
+        reader.Cover(static_cast<int32_t>(a - start), static_cast<int32_t>(b - start),
+                     out[static_cast<size_t>(column)]);
       }
       if (columnStart(column + 1) - 1 > end) break;  // the column goes on in the next block
       ++column;

@@ -45,6 +45,7 @@ void ReleaseOriginalFile(int32_t entry) {
   OrgFileEntry& file = OrgFileTable[entry];
   if (file.UseCount == 0 && !file.FileName.empty()) {
     if (InsideTempFolder(file.FileName)) DeleteFileIfExists(file.FileName);
+    DropPeaks(file);
     file.FileName.clear();
   }
 }

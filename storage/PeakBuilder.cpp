@@ -7,6 +7,7 @@
 #include <fstream>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <thread>
 #include <tuple>
@@ -130,6 +131,7 @@ class Builder {
     const int64_t pieceBytes = kReadBytes / frameBytes * frameBytes;
     std::vector<uint8_t> bytes(static_cast<size_t>(pieceBytes));
     std::vector<int16_t> samples;
+    std::vector<int16_t> oneChannel;
     for (int64_t done = 0; done < total;) {
       if (stopping_.load()) return {};
       const int64_t want = std::min(pieceBytes, total - done);
@@ -145,14 +147,23 @@ class Builder {
       if (job.Channels == 1) {
         builders[0].Add(samples.data(), samples.size());
       } else {
-        for (size_t channel = 0; channel < builders.size(); ++channel) {
-          builders[channel].AddStrided(samples.data() + channel, static_cast<size_t>(frames),
-                                       static_cast<size_t>(job.Channels));
+        oneChannel.resize(static_cast<size_t>(frames));
+        for (size_t c = 0; c < builders.size(); ++c) {
+          for (size_t i = 0; i < oneChannel.size(); ++i) {
+            oneChannel[i] = samples[i * builders.size() + c];
+          }
+          builders[c].Add(oneChannel.data(), oneChannel.size());
         }
       }
     }
     std::vector<PeakRuns> channels;
-    for (PeakRuns::Builder& builder : builders) channels.push_back(builder.Finish());
+    for (size_t channel = 0; channel < builders.size(); ++channel) {
+      channels.push_back(builders[channel].Finish());
+      const std::string& path =
+          channel < job.SummaryFiles.size() ? job.SummaryFiles[channel] : std::string();
+      if (path.empty() || !channels.back().Save(path)) continue;
+      if (std::optional<PeakRuns> kept = PeakRuns::Load(path)) channels.back() = std::move(*kept);
+    }
     return channels;
   }
 

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <vector>
 
 namespace quorvane {
 
@@ -19,6 +20,8 @@ struct PeakJob {
   int64_t Bytes = 0;      // 0: every whole frame to the end of the file
   int32_t Channels = 1;
   int32_t SampleBytes = 2;
+  // Where each channel's summary is kept; a summary without a file stays in memory.
+  std::vector<std::string> SummaryFiles;
 };
 
 // Queues the job unless it is queued or done already; `inView` puts it first.

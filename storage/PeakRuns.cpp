@@ -1,7 +1,11 @@
 #include "storage/PeakRuns.h"
 
 #include <algorithm>
+#include <cstring>
+#include <fstream>
 #include <utility>
+
+#include "platform/MappedFile.h"
 
 namespace quorvane {
 
@@ -34,22 +38,35 @@ void PeakRuns::Builder::Add(const int16_t* samples, size_t count) {
   samples_ += static_cast<int64_t>(count);
 }
 
-void PeakRuns::Builder::AddStrided(const int16_t* samples, size_t count, size_t stride) {
-  for (size_t i = 0; i < count; ++i) Take(samples[i * stride]);
-  samples_ += static_cast<int64_t>(count);
-}
-
 PeakRuns PeakRuns::Builder::Finish() {
   if (inOpen_ > 0) fine_.push_back(open_);
+  // Every level one after the other in one vector.
+  size_t counts[kPeakLevels] = {fine_.size()};
+  size_t total = counts[0];
+  for (int level = 1; level < kPeakLevels; ++level) {
+    counts[level] = (counts[level - 1] + kPeakLevelStep - 1) / kPeakLevelStep;
+    total += counts[level];
+  }
+  auto all = std::make_shared<std::vector<PeakPair>>(std::move(fine_));
+  all->resize(total, kNoPeak);
+  size_t below = 0;
+  for (int level = 1; level < kPeakLevels; ++level) {
+    const size_t above = below + counts[level - 1];
+    for (size_t k = 0; k < counts[level - 1]; ++k) {
+      Widen((*all)[above + k / kPeakLevelStep], (*all)[below + k]);
+    }
+    below = above;
+  }
   PeakRuns runs;
   runs.samples_ = samples_;
-  runs.levels_[0] = std::move(fine_);
-  for (int level = 1; level < kPeakLevels; ++level) {
-    const std::vector<PeakPair>& below = runs.levels_[level - 1];
-    std::vector<PeakPair>& above = runs.levels_[level];
-    above.assign((below.size() + kPeakLevelStep - 1) / kPeakLevelStep, kNoPeak);
-    for (size_t k = 0; k < below.size(); ++k) Widen(above[k / kPeakLevelStep], below[k]);
+  runs.runs_ = total;
+  size_t at = 0;
+  for (int level = 0; level < kPeakLevels; ++level) {
+    runs.level_[level] = all->data() + at;
+    runs.count_[level] = counts[level];
+    at += counts[level];
   }
+  runs.owner_ = std::move(all);
   *this = Builder();
   return runs;
 }
@@ -76,15 +93,65 @@ void PeakRuns::Cover(int64_t first, int64_t last, PeakPair& into) const {
       ++level;
       width *= kPeakLevelStep;
     }
-    Widen(into, levels_[level][static_cast<size_t>(run / width)]);
+    Widen(into, level_[level][static_cast<size_t>(run / width)]);
     run += width;
   }
 }
 
-size_t PeakRuns::Bytes() const {
-  size_t runs = 0;
-  for (const std::vector<PeakPair>& level : levels_) runs += level.size();
-  return runs * sizeof(PeakPair);
+namespace {
+
+// A summary file: this header, then the runs of every level one after the other.
+struct FileHeader {
+  char magic[4] = {'Q', 'P', 'K', '1'};
+  uint32_t levels = kPeakLevels;
+  int64_t samples = 0;
+  uint64_t counts[kPeakLevels] = {};
+};
+
+}  // namespace
+
+bool PeakRuns::Save(const std::string& path) const {
+  FileHeader header;
+  header.samples = samples_;
+  for (int level = 0; level < kPeakLevels; ++level) header.counts[level] = count_[level];
+  std::ofstream file(path, std::ios::binary | std::ios::trunc);
+  file.write(reinterpret_cast<const char*>(&header), sizeof header);
+  for (int level = 0; level < kPeakLevels; ++level) {
+    file.write(reinterpret_cast<const char*>(level_[level]),
+               static_cast<std::streamsize>(count_[level] * sizeof(PeakPair)));
+  }
+  file.close();
+  return static_cast<bool>(file);
+}
+
+std::optional<PeakRuns> PeakRuns::Load(const std::string& path) {
+  const std::shared_ptr<const MappedFile> mapped = MappedFile::Map(path);
+  if (!mapped || mapped->Size() < sizeof(FileHeader)) return std::nullopt;
+  FileHeader header;
+  std::memcpy(&header, mapped->Data(), sizeof header);
+  if (std::memcmp(header.magic, FileHeader{}.magic, 4) != 0 || header.levels != kPeakLevels) {
+    return std::nullopt;
+  }
+  PeakRuns runs;
+  runs.samples_ = header.samples;
+  size_t at = sizeof header;
+  for (int level = 0; level < kPeakLevels; ++level) {
+    const uint64_t count = header.counts[level];
+    if (count > (mapped->Size() - at) / sizeof(PeakPair)) return std::nullopt;
+    runs.level_[level] = reinterpret_cast<const PeakPair*>(mapped->Data() + at);
+    runs.count_[level] = static_cast<size_t>(count);
+    runs.runs_ += static_cast<size_t>(count);
+    at += static_cast<size_t>(count) * sizeof(PeakPair);
+  }
+  size_t expected =
+      static_cast<size_t>((std::max<int64_t>(header.samples, 0) + kPeakRun - 1) / kPeakRun);
+  for (int level = 0; level < kPeakLevels; ++level) {
+    if (runs.count_[level] != expected) return std::nullopt;
+    expected = (expected + kPeakLevelStep - 1) / kPeakLevelStep;
+  }
+  runs.owner_ = mapped;
+  runs.inFile_ = true;
+  return runs;
 }
 
 }  // namespace quorvane

@@ -8,6 +8,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
 #include <vector>
 
 namespace quorvane {
@@ -36,9 +39,6 @@ class PeakRuns {
   class Builder {
    public:
     void Add(const int16_t* samples, size_t count);
-    // Adds `count` samples taken every `stride` samples from samples[0] (one channel of
-    // interleaved frames).
-    void AddStrided(const int16_t* samples, size_t count, size_t stride);
     PeakRuns Finish();
 
    private:
@@ -57,11 +57,23 @@ class PeakRuns {
   void Cover(int64_t first, int64_t last, PeakPair& into) const;
 
   int64_t Samples() const { return samples_; }
-  size_t Bytes() const;
+  size_t Bytes() const { return runs_ * sizeof(PeakPair); }
+  // Whether the runs are read from a summary file rather than held in memory.
+  bool InFile() const { return inFile_; }
+
+  // Writes the summary to a file; false when it could not be written whole.
+  bool Save(const std::string& path) const;
+  // The summary a file holds, read from it as it is used; nothing when the file is not a
+  // summary or is cut short.
+  static std::optional<PeakRuns> Load(const std::string& path);
 
  private:
-  std::vector<PeakPair> levels_[kPeakLevels];  // level k: runs of kPeakRun * 8^k samples
+  std::shared_ptr<const void> owner_;     // what keeps the runs: a vector or a mapped file
+  const PeakPair* level_[kPeakLevels]{};  // level k: runs of kPeakRun * 8^k samples
+  size_t count_[kPeakLevels]{};
+  size_t runs_ = 0;
   int64_t samples_ = 0;
+  bool inFile_ = false;
 };
 
 }  // namespace quorvane

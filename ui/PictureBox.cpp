@@ -15,8 +15,10 @@ PictureBox::PictureBox(QWidget* parent, const QColor& background)
 void PictureBox::Clear() {
   // The image follows the widget's size at every clearing: a hidden widget learns its new
   // size only when it is shown, after the drawing that already used it.
+  // An image shared with a copy someone keeps gets a new one rather than a copy of its own
+  // that is filled over at once.
   const QSize size = this->size().expandedTo(QSize(1, 1));
-  if (image_.size() != size) image_ = QPixmap(size);
+  if (image_.size() != size || !image_.isDetached()) image_ = QPixmap(size);
   image_.fill(background_);
 }
 

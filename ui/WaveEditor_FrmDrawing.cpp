@@ -171,7 +171,8 @@ void WaveEditor_Frm::Refresh_Wave_View() {
     playPosShp_[slot]->MoveToX(kParkedX);
   }
   for (int index = 1; index <= pictures; ++index) {
-    waveBak_[static_cast<size_t>(index)] = Wave_Pic(index)->Image().copy();
+    // Shared until a drag draws over the picture: the copy is made only then.
+    waveBak_[static_cast<size_t>(index)] = Wave_Pic(index)->Image();
     Wave_Pic(index)->update();
   }
 }

@@ -24,10 +24,11 @@ namespace quorvane::testing {
 
 class StorageTest : public SessionTest {
  protected:
-  auto TempFilesOnDisk() const {  // temporary block files in the session folder
+  // Temporary block files in the session folder (".pk": the summaries of files).
+  auto TempFilesOnDisk(const char* extension = ".tmp") const {
     return std::ranges::count_if(
         std::filesystem::directory_iterator(session.Path()),
-        [](const auto& entry) { return entry.path().extension() == ".tmp"; });
+        [extension](const auto& entry) { return entry.path().extension() == extension; });
   }
 };
 

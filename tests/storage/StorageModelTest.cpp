@@ -457,6 +457,7 @@ class StorageModel : public StorageTest {
     EXPECT_EQ(BlocksInUse(), 0);
     EXPECT_EQ(MemoryInUse(), 0);
     EXPECT_EQ(TempFilesOnDisk(), 0);
+    EXPECT_EQ(TempFilesOnDisk(".pk"), 0);
   }
 
  private:
