@@ -16,6 +16,7 @@
 #include "storage/BlockList.h"
 #include "storage/EditorState.h"
 #include "storage/FileMemoClass.h"
+#include "storage/PeakBuilder.h"
 
 namespace quorvane {
 
@@ -84,6 +85,7 @@ void EndSessionOnTerminationSignal() {
 }
 
 void EndSession(std::unique_ptr<FileMemoClass>& document, const std::string& lastWaveFolder) {
+  StopPeakBuilder();  // before the files it reads and writes go
   document.reset();
   UnlockProject();
   if (!lastWaveFolder.empty()) SettingPut("Path", "Last Wave Dir", lastWaveFolder);

@@ -68,7 +68,7 @@ class FileMemoClass {
   // nothing. False when a summary is not made yet (it is being made, those in view first):
   // the columns are then incomplete.
   bool ColumnPeaks(int32_t channel, int32_t first, double perColumn, int32_t columns, int32_t last,
-                   std::vector<PeakPair>& out) const;
+                   std::vector<PeakPair>& out);
   // New carriers holding a copy of the stretch (blocks shared by reference where they lie
   // in files); an unselected channel's carrier is empty.
   void WaveCollectData(int32_t FromPos, int32_t ToPos, int32_t WorkChn, BlockCarrBuffClass& FileObL,

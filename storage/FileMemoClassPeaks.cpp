@@ -20,7 +20,7 @@ constexpr double kSummaryFromSamples = 4.0 * kPeakRun;
 }  // namespace
 
 bool FileMemoClass::ColumnPeaks(int32_t channel, int32_t first, double perColumn, int32_t columns,
-                                int32_t last, std::vector<PeakPair>& out) const {
+                                int32_t last, std::vector<PeakPair>& out) {
   out.assign(static_cast<size_t>(std::max(columns, 0)), kNoPeak);
   const ChannelBlockList& list = channel == 2 ? right_ : left_;
   last = std::min(last, list.Length());
@@ -32,27 +32,20 @@ bool FileMemoClass::ColumnPeaks(int32_t channel, int32_t first, double perColumn
   };
   last = static_cast<int32_t>(std::min<int64_t>(last, columnStart(columns) - 1));
   AdoptFinishedPeaks();
+  if (perColumn < kSummaryFromSamples) {
+    std::vector<int16_t> samples[2];
+    QuickBuffGet(first, last - first + 1, channel, samples[0], samples[1]);
+    const std::vector<int16_t>& read = samples[channel == 2 ? 1 : 0];  // from element 1
+    for (int32_t p = first; p <= last; ++p) {
+      const int16_t sample = read[static_cast<size_t>(p - first + 1)];
+      Widen(out[static_cast<size_t>((p - first) / perColumn)], PeakPair{sample, sample});
+    }
+    return true;
+  }
   size_t from = 0;
   size_t to = 0;
   list.Overlapping(first, last, from, to);
   bool ready = true;
-  if (perColumn < kSummaryFromSamples) {
-    std::vector<int16_t> samples;
-    for (size_t slot = from; slot < to; ++slot) {
-      const int32_t block = list.Blocks()[slot];
-      const BlockRecord& record = RecordOf(block);
-      const int32_t a = std::max(first, record.Start);
-      const int32_t b = std::min(last, record.Start + record.Length - 1);
-      if (a > b) continue;
-      samples.resize(static_cast<size_t>(b - a + 1));
-      ReadBlockRange(block, a - record.Start, b - record.Start, samples.data());
-      for (int32_t p = a; p <= b; ++p) {
-        const auto c = static_cast<size_t>((p - first) / perColumn);
-        if (c < out.size()) Widen(out[c], PeakPair{samples[size_t(p - a)], samples[size_t(p - a)]});
-      }
-    }
-    return true;
-  }
   int64_t column = 0;
   BlockPeakReader reader;
   for (size_t slot = from; slot < to && column < columns; ++slot) {
