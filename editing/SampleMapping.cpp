@@ -31,15 +31,18 @@ int32_t MappedBlock(int32_t block, const SampleTable& table, const EffectProgres
   SetBlockStart(mapped, start);
   int16_t* samples = WritableSamples(mapped).data();
   ReadBlockRange(block, 0, length - 1, samples);
+  // The summary is made run by run while the mapped samples are still in the cache.
+  PeakRuns::Builder peaks;
   for (int32_t first = start; first < start + length;) {
     const int32_t last = EffectProgress::RunEnd(first, start + length - 1);
     for (int16_t* at = samples + (first - start); at <= samples + (last - start); ++at) {
       *at = table[static_cast<size_t>(*at + kTableZero)];
     }
+    peaks.Add(samples + (first - start), static_cast<size_t>(last - first + 1));
     progress.Reached(last);
     first = last + 1;
   }
-  SummarizeBlock(mapped);  // while its samples are at hand
+  GiveBlockPeaks(mapped, peaks.Finish());
   return mapped;
 }
 

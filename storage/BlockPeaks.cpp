@@ -92,6 +92,11 @@ int64_t PeakSummaryBytes(bool inFiles) {
   return bytes;
 }
 
+void GiveBlockPeaks(int32_t block, PeakRuns runs) {
+  if (!block_list::ValidBlock(block) || runs.Samples() != BlockTable[block].Length) return;
+  BlockTable[block].Peaks = std::make_shared<const PeakRuns>(std::move(runs));
+}
+
 void SummarizeBlock(int32_t block) {
   if (!block_list::ValidBlock(block)) return;
   BlockRecord& record = BlockTable[block];

@@ -43,6 +43,9 @@ void RequestAllPeaks();
 // those read from summary files.
 int64_t PeakSummaryBytes(bool inFiles);
 
+// The summary of a memory block's samples as they now are, made by whoever wrote them.
+void GiveBlockPeaks(int32_t block, PeakRuns runs);
+
 // A memory block's summary, made now when it has none: its samples are about to be
 // written to a temporary file whose summary it becomes.
 void SummarizeBlock(int32_t block);
