@@ -167,6 +167,14 @@ void WaveEditor_Frm::BuildMenus() {
   QMenu* insert = menuBar()->addMenu("&Insert");
   AddMenuItem(insert, "InsertSilence_Mnu", "&Silence", [this] { InsertSilence_Mnu_Click(); });
   AddMenuItem(insert, "InsertRecording_Mnu", "&Recording", nullptr);
+
+  QMenu* play = menuBar()->addMenu("&Play");
+  AddMenuItem(
+      play, "PlayStop_Mnu", "&Stop",
+      [this] {
+        if (Button("Stop")->isEnabled()) PlayToolbar_ButtonClick("Stop");
+      },
+      Qt::Key_Escape);
 }
 
 void WaveEditor_Frm::BuildToolbars() {
@@ -245,6 +253,7 @@ void WaveEditor_Frm::BuildToolbars() {
 void WaveEditor_Frm::BuildStrips() {
   scalePic_ = new PictureBox(central_, kStripBackground);
   scalePic_->setObjectName("ScalePic");
+  scalePic_->installEventFilter(this);
   markerDrawPic_ = new PictureBox(central_, kStripBackground);
   markerDrawPic_->setObjectName("MarkerDrawPic");
   markerDrawPic_->installEventFilter(this);

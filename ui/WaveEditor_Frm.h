@@ -7,6 +7,7 @@
 
 #include <QMainWindow>
 #include <QPixmap>
+#include <QPoint>
 #include <QTimer>
 #include <array>
 #include <cstdint>
@@ -36,6 +37,11 @@ class ProgressShowerClass;
 
 // The scroll bar's range is 0 to this.
 inline constexpr int32_t kScrollMaximum = 10000;
+
+// Bits of the shift state the mouse and key handlers are given.
+inline constexpr int kShiftMask = 1;
+inline constexpr int kCtrlMask = 2;
+inline constexpr int kAltMask = 4;
 
 class WaveEditor_Frm : public QMainWindow, public DocumentWindow, public InsertFilePrompts {
   Q_OBJECT
@@ -127,12 +133,19 @@ class WaveEditor_Frm : public QMainWindow, public DocumentWindow, public InsertF
   int64_t DocumentReads() const { return documentReads_; }
   void ResetDocumentReads() { documentReads_ = 0; }
 
-  // Mouse and key handlers of the wave pictures (Index 1 left, 2 right).
-  void Wave_Pic_MouseDown(int Index, double X);
+  // Mouse and key handlers of the wave pictures (Index 1 left, 2 right). Shift is the
+  // shift state: kShiftMask, kCtrlMask and kAltMask.
+  void Wave_Pic_MouseDown(int Index, double X, int Shift = 0);
   void Wave_Pic_MouseMove(int Index, double X);
   void Wave_Pic_MouseUp(int Index, double X);
   void Wave_Pic_KeyPress(int Index, const QString& Key);
   void Wave_Pic_KeyUp(int Index, int KeyCode, int Shift);
+  // The cursor and view keys (Qt key codes) of the wave pictures, the marker strip and the
+  // scroll bar; false for a key they leave alone.
+  bool Wave_Pic_KeyDown(int KeyCode, int Shift);
+  // The wheel over the wave pictures and the strips: scrolls, or with Ctrl zooms around the
+  // position under the pointer at X.
+  void Wave_Pic_MouseWheel(QPoint angleDelta, int Shift, double X);
   void HScroll_Change();
 
  signals:
@@ -172,6 +185,9 @@ class WaveEditor_Frm : public QMainWindow, public DocumentWindow, public InsertF
   void MoveMouseLines(int x);
   bool SelectionEdgeUnderMouse(double X, bool startEdge) const;
   void SelectSlideInChooser(int32_t slide);
+  // Puts the cursor (and with `extend` the selection's moving end) at the position, brings
+  // it into view, makes its slide current and redraws.
+  void MoveCursorByKey(int32_t position, bool extend);
   int32_t Length() const;
   QAction* AddMenuItem(QMenu* menu, const QString& name, const QString& caption,
                        std::function<void()> handler, const QKeySequence& shortcut = {});
@@ -222,6 +238,7 @@ class WaveEditor_Frm : public QMainWindow, public DocumentWindow, public InsertF
   bool DragMoved = false;
   bool ScrollUpdating = false;
   bool ChooserUpdating = false;
+  int wheelZoomRest_ = 0;  // Ctrl+wheel turning short of a whole notch
 
   // The marker strip's mouse state.
   bool FlagDragging = false;
