@@ -104,13 +104,18 @@ QAction* WaveEditor_Frm::AddMenuItem(QMenu* menu, const QString& name, const QSt
   return action;
 }
 
+// Keys that the wave pictures handle themselves (Space and the zoom keys, on release) are
+// shown after a tab in the caption, so the menu lists them without taking them over.
 void WaveEditor_Frm::BuildMenus() {
   QMenu* file = menuBar()->addMenu("&File");
-  AddMenuItem(file, "FileImport_Mnu", "&Import", [this] { FileImport_Mnu_Click(); });
+  AddMenuItem(
+      file, "FileImport_Mnu", "&Import...", [this] { FileImport_Mnu_Click(); },
+      QKeySequence(Qt::CTRL | Qt::Key_I));
   AddMenuItem(
       file, "FileSave_Mnu", "&Save", [this] { FileSave_Mnu_Click(); }, QKeySequence::Save);
   AddMenuItem(
-      file, "FileExit_Mnu", "E&xit", [this] { FileExit_Mnu_Click(); }, QKeySequence::Quit);
+      file, "FileExit_Mnu", "E&xit", [this] { FileExit_Mnu_Click(); },
+      QKeySequence(Qt::CTRL | Qt::Key_Q));
 
   QMenu* edit = menuBar()->addMenu("&Edit");
   undoMenu_ = AddMenuItem(
@@ -133,11 +138,14 @@ void WaveEditor_Frm::BuildMenus() {
       edit, "EditSelectAll_Mnu", "&Select All", [this] { EditSelectAll_Mnu_Click(); },
       QKeySequence::SelectAll);
   edit->addSeparator();
-  AddMenuItem(edit, "EditNextMarker_Mnu1", "&Next Marker", [this] { EditNextMarker_Mnu_Click(1); });
-  AddMenuItem(edit, "EditNextMarker_Mnu2", "&Previous Marker",
-              [this] { EditNextMarker_Mnu_Click(2); });
+  AddMenuItem(
+      edit, "EditNextMarker_Mnu1", "&Next Marker", [this] { EditNextMarker_Mnu_Click(1); },
+      QKeySequence(Qt::ALT | Qt::Key_Right));
+  AddMenuItem(
+      edit, "EditNextMarker_Mnu2", "Pre&vious Marker", [this] { EditNextMarker_Mnu_Click(2); },
+      QKeySequence(Qt::ALT | Qt::Key_Left));
   edit->addSeparator();
-  AddMenuItem(edit, "UndoClear_Mnu", "Clear Undo &Data...", [this] {
+  AddMenuItem(edit, "UndoClear_Mnu", "C&lear Undo Data...", [this] {
     if (document_ != nullptr) document_->UndoClearFiles_UserAssisted();
   });
 
@@ -146,17 +154,20 @@ void WaveEditor_Frm::BuildMenus() {
   connect(help, &QAction::triggered, this, [] { ShowHelp(); });
   addAction(help);
 
-  QMenu* volume = menuBar()->addMenu("&Volume");
+  QMenu* volume = menuBar()->addMenu("Vol&ume");
   AddMenuItem(volume, "VolumeMaximize_Mnu", "&Maximize", [this] { VolumeMaximize_Mnu_Click(); });
-  AddMenuItem(volume, "VolumeChange_Mnu", "&Change", [this] { VolumeChange_Mnu_Click(); });
-  AddMenuItem(volume, "VolumeDynamicBal_Mnu", "&Dynamic Balance",
+  AddMenuItem(volume, "VolumeChange_Mnu", "&Change...", [this] { VolumeChange_Mnu_Click(); });
+  AddMenuItem(volume, "VolumeDynamicBal_Mnu", "&Dynamic Balance...",
               [this] { VolumeDynamicBal_Mnu_Click(); });
   AddMenuItem(volume, "VolumeLevelSlides_Mnu", "&Level Slides...",
               [this] { VolumeLevelSlides_Mnu_Click(); });
 
   QMenu* view = menuBar()->addMenu("&View");
-  const std::array<std::pair<int, const char*>, 5> zooms = {
-      {{1, "&Zoom In"}, {2, "Zoom &Out"}, {4, "&Selection"}, {5, "Sli&de"}, {6, "&All"}}};
+  const std::array<std::pair<int, const char*>, 5> zooms = {{{1, "&Zoom In\tShift+1"},
+                                                             {2, "Zoom &Out\tShift+2"},
+                                                             {4, "&Selection\tShift+3"},
+                                                             {5, "Sli&de\tShift+4"},
+                                                             {6, "&All\tShift+5"}}};
   for (const auto& [index, caption] : zooms) {
     if (index == 4) view->addSeparator();
     const int menuIndex = index;
@@ -165,16 +176,27 @@ void WaveEditor_Frm::BuildMenus() {
   }
 
   QMenu* insert = menuBar()->addMenu("&Insert");
-  AddMenuItem(insert, "InsertSilence_Mnu", "&Silence", [this] { InsertSilence_Mnu_Click(); });
-  AddMenuItem(insert, "InsertRecording_Mnu", "&Recording", nullptr);
+  AddMenuItem(insert, "InsertSilence_Mnu", "&Silence...", [this] { InsertSilence_Mnu_Click(); });
+  AddMenuItem(insert, "InsertRecording_Mnu", "&Recording...", nullptr,
+              QKeySequence(Qt::CTRL | Qt::Key_R));
 
   QMenu* play = menuBar()->addMenu("&Play");
+  AddMenuItem(play, "PlayPause_Mnu", "&Play/Pause\tSpace", [this] { Wave_Pic_KeyPress(1, " "); });
   AddMenuItem(
-      play, "PlayStop_Mnu", "&Stop",
+      play, "PlaySlide_Mnu", "Play &Slide", [this] { PlayToolbar_ButtonClick("PlaySlid"); },
+      QKeySequence(Qt::SHIFT | Qt::Key_F5));
+  AddMenuItem(
+      play, "PlayStop_Mnu", "S&top",
       [this] {
         if (Button("Stop")->isEnabled()) PlayToolbar_ButtonClick("Stop");
       },
       Qt::Key_Escape);
+  QAction* loop = AddMenuItem(play, "PlayLoop_Mnu", "&Loop", nullptr);
+  loop->setCheckable(true);
+  connect(loop, &QAction::triggered, this, [this](bool pressed) {
+    SetLoopOn(pressed);
+    SetLoopONOFF();
+  });
 }
 
 void WaveEditor_Frm::BuildToolbars() {
@@ -349,6 +371,7 @@ void WaveEditor_Frm::SetViewColours() {
 void WaveEditor_Frm::SetLoopONOFF() {
   try {
     Button("Loop")->setChecked(LoopOn());
+    MenuItem("PlayLoop_Mnu")->setChecked(LoopOn());
     SettingPut("Setting", "LoopOn", LoopOn() ? "1" : "0");
     PassLoopToPlayer(LoopOn());
   } catch (const std::exception& error) {
@@ -425,8 +448,17 @@ void WaveEditor_Frm::FileSave_Mnu_Click() {
 
 // ---- What the undo history shows -------------------------------------------------------
 
+namespace {
+
+// The undo history's caption ("Undo [Delete]") with Alt reaching its first letter.
+QString WithMnemonic(const std::string& caption) {
+  return "&" + QString::fromStdString(caption).replace("&", "&&");
+}
+
+}  // namespace
+
 void WaveEditor_Frm::SetUndoMenuItem(const std::string& caption, bool enabled) {
-  undoMenu_->setText(QString::fromStdString(caption));
+  undoMenu_->setText(WithMnemonic(caption));
   undoMenu_->setEnabled(enabled);
 }
 
@@ -437,7 +469,7 @@ void WaveEditor_Frm::SetUndoButton(bool enabled, const std::string& toolTip) {
 
 void WaveEditor_Frm::SetRedoItem(const std::string& caption, bool enabled) {
   const QString text = QString::fromStdString(caption);
-  redoMenu_->setText(text);
+  redoMenu_->setText(WithMnemonic(caption));
   redoMenu_->setEnabled(enabled);
   Button("Redo")->setEnabled(enabled);
   Button("Redo")->setToolTip(text);

@@ -139,7 +139,7 @@ TEST_F(WindowPlayback, RecordButtonInsertsTheRecordingAtTheCursor) {
   window.Button("Record")->trigger();
   EXPECT_GT(recorded, kRate / 2 - 1);
   EXPECT_EQ(session->Document()->WavWaveINos, 2 * kFrames + recorded);
-  EXPECT_EQ(window.MenuItem("Undo_Mnu")->text().toStdString(), "Undo [Insert Recording]");
+  EXPECT_EQ(window.MenuItem("Undo_Mnu")->iconText().toStdString(), "Undo [Insert Recording]");
 }
 
 }  // namespace

@@ -44,7 +44,9 @@ class WaveEditorEditing : public WaveEditorWindow {
     QTest::mouseMove(strip, QPoint(PixelOf(to), kFlagY));
     QTest::mouseRelease(strip, Qt::LeftButton, {}, QPoint(PixelOf(to), kFlagY));
   }
-  std::string UndoCaption() { return session->Window().MenuItem("Undo_Mnu")->text().toStdString(); }
+  std::string UndoCaption() {
+    return session->Window().MenuItem("Undo_Mnu")->iconText().toStdString();
+  }
   std::vector<int16_t> Left(int32_t from, int32_t count) {
     std::vector<int16_t> samples;
     for (int32_t p = from; p < from + count; ++p) samples.push_back(session->Document()->WaveL(p));
@@ -81,14 +83,14 @@ TEST_F(WaveEditorEditing, ABoundaryDraggedOverAMarkerDeletesItOneUndoBringsBothB
   ASSERT_EQ(Project().MarkerCount, 2);
   EXPECT_EQ(Project().Markers[1].Position, kClick);
   EXPECT_EQ(UndoCaption(), "Undo [Nothing]");
-  EXPECT_EQ(window.MenuItem("Redo_Mnu")->text().toStdString(), "Redo [Slide Drag]");
+  EXPECT_EQ(window.MenuItem("Redo_Mnu")->iconText().toStdString(), "Redo [Slide Drag]");
   EXPECT_TRUE(window.Button("Redo")->isEnabled());
 
   QTest::keyClick(&window, Qt::Key_Y, Qt::ControlModifier);
   EXPECT_EQ(Project().Slides[2].Start, dropped);
   EXPECT_EQ(Project().MarkerCount, 1);
   EXPECT_EQ(UndoCaption(), "Undo [Slide Drag]");
-  EXPECT_EQ(window.MenuItem("Redo_Mnu")->text().toStdString(), "Redo [Nothing]");
+  EXPECT_EQ(window.MenuItem("Redo_Mnu")->iconText().toStdString(), "Redo [Nothing]");
   EXPECT_FALSE(window.Button("Redo")->isEnabled());
 }
 

@@ -120,7 +120,7 @@ TEST_F(WaveEditorWindow, ClosingAsksAboutUnsavedChangesAndCancelKeepsTheSession)
   Editor().SelEnd = 200;
   window.MenuItem("EditDelete_Mnu")->trigger();
   EXPECT_EQ(session->Document()->WavWaveINos, 2 * kFrames - 100);
-  EXPECT_EQ(window.MenuItem("Undo_Mnu")->text(), "Undo [Delete]");
+  EXPECT_EQ(window.MenuItem("Undo_Mnu")->iconText(), "Undo [Delete]");
   EXPECT_TRUE(window.Button("Undo")->isEnabled());
 
   const std::string sessionFolder = Env().SessionFolder;
