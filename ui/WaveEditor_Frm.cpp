@@ -399,7 +399,7 @@ void WaveEditor_Frm::Form_Resize() {
 bool WaveEditor_Frm::Form_QueryUnload() {
   if (Editor().WaveChanged) {
     MessageRequest question;
-    question.text = "The current waveform has changed.\nDo you wish to to save it?";
+    question.text = "The current waveform has changed.\nDo you wish to save it?";
     question.icon = MessageIcon::Question;
     question.buttons = MessageButtons::YesNoCancel;
     const MessageAnswer answer = UserInterface().MsgBox(question);

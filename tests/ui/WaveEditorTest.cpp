@@ -127,8 +127,8 @@ TEST_F(WaveEditorWindow, ClosingAsksAboutUnsavedChangesAndCancelKeepsTheSession)
   QSignalSpy unloaded(&window, &WaveEditor_Frm::Unloaded);
   ui.Answer(MessageAnswer::Cancel);
   window.MenuItem("FileExit_Mnu")->trigger();
-  ASSERT_EQ(ui.Texts(), std::vector<std::string>{
-                            "The current waveform has changed.\nDo you wish to to save it?"});
+  ASSERT_EQ(ui.Texts(),
+            std::vector<std::string>{"The current waveform has changed.\nDo you wish to save it?"});
   EXPECT_EQ(ui.messages[0].buttons, MessageButtons::YesNoCancel);
   EXPECT_EQ(ui.messages[0].icon, MessageIcon::Question);
   EXPECT_TRUE(window.isVisible());
