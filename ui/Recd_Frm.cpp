@@ -223,7 +223,7 @@ void Recd_Frm::closeEvent(QCloseEvent* event) {
 
 void Recd_Frm::keyPressEvent(QKeyEvent* event) {
   if (event->key() == Qt::Key_F1) {
-    ShowHelp();
+    ShowHelp(*this);
     return;
   }
   QDialog::keyPressEvent(event);

@@ -23,6 +23,7 @@
 #include "editing/EditCommands.h"
 #include "storage/EditorState.h"
 #include "storage/FileMemoClass.h"
+#include "ui/AboutDialog.h"
 #include "ui/EditorWindowProc.h"
 #include "ui/HostWindow.h"
 #include "ui/PlayerLink.h"
@@ -149,11 +150,6 @@ void WaveEditor_Frm::BuildMenus() {
     if (document_ != nullptr) document_->UndoClearFiles_UserAssisted();
   });
 
-  auto* help = new QAction("Help", this);
-  help->setShortcut(QKeySequence::HelpContents);
-  connect(help, &QAction::triggered, this, [] { ShowHelp(); });
-  addAction(help);
-
   QMenu* volume = menuBar()->addMenu("Vol&ume");
   AddMenuItem(volume, "VolumeMaximize_Mnu", "&Maximize", [this] { VolumeMaximize_Mnu_Click(); });
   AddMenuItem(volume, "VolumeChange_Mnu", "&Change...", [this] { VolumeChange_Mnu_Click(); });
@@ -196,6 +192,14 @@ void WaveEditor_Frm::BuildMenus() {
   connect(loop, &QAction::triggered, this, [this](bool pressed) {
     SetLoopOn(pressed);
     SetLoopONOFF();
+  });
+
+  QMenu* help = menuBar()->addMenu("&Help");
+  AddMenuItem(
+      help, "HelpManual_Mnu", "&Manual", [this] { ShowHelp(*this); }, Qt::Key_F1);
+  AddMenuItem(help, "HelpAbout_Mnu", "&About Quorvane Audio...", [this] {
+    AboutDialog dialog(this);
+    dialog.exec();
   });
 }
 

@@ -1,13 +1,16 @@
 // The menus as a keyboard user meets them: mnemonics that reach one item each, every
-// shortcut shown beside its item, and each shortcut reaching its command.
+// shortcut shown beside its item, and each shortcut reaching its command; the Help menu.
 #include <QAction>
 #include <QMenu>
 #include <QMenuBar>
 #include <QSignalSpy>
+#include <QTextBrowser>
 #include <map>
 #include <set>
 
+#include "platform/FfmpegLibraries.h"
 #include "tests/ui/EditorWindowFixture.h"
+#include "ui/AboutDialog.h"
 
 namespace quorvane {
 namespace {
@@ -82,6 +85,7 @@ TEST_F(WaveEditorMenus, EachMnemonicReachesOneItemAndEveryShortcutIsShown) {
       {"PlayPause_Mnu", "Space"},
       {"PlaySlide_Mnu", "Shift+F5"},
       {"PlayStop_Mnu", "Esc"},
+      {"HelpManual_Mnu", "F1"},
   };
   for (const auto& [name, key] : shown) {
     ASSERT_NE(window.MenuItem(name), nullptr) << name;
@@ -100,9 +104,11 @@ TEST_F(WaveEditorMenus, EachShortcutReachesItsCommand) {
       {QKeySequence(Qt::Key_Escape), "PlayStop_Mnu"},
       {QKeySequence(Qt::ALT | Qt::Key_Right), "EditNextMarker_Mnu1"},
       {QKeySequence(Qt::ALT | Qt::Key_Left), "EditNextMarker_Mnu2"},
+      {QKeySequence(Qt::Key_F1), "HelpManual_Mnu"},
       {QKeySequence(Qt::CTRL | Qt::Key_Q), "FileExit_Mnu"},
   };
   WaveEditor_Frm& window = Open();
+  const ScopedVariable noBrowser("PATH", files.File("no-programs"));
   for (const auto& [key, name] : cases) {
     SCOPED_TRACE(name);
     QSignalSpy triggered(window.MenuItem(name), &QAction::triggered);
@@ -116,6 +122,37 @@ TEST_F(WaveEditorMenus, EachShortcutReachesItsCommand) {
     EXPECT_EQ(triggered.count(), 1);
   }
   EXPECT_FALSE(window.isVisible()) << "Ctrl+Q closed the window";
+}
+
+// Without a browser on the desktop, F1 shows the manual in a window of the editor's own.
+TEST_F(WaveEditorMenus, WithoutABrowserTheManualOpensInTheEditorsOwnWindow) {
+  WaveEditor_Frm& window = Open();
+  const ScopedVariable noBrowser("PATH", files.File("no-programs"));
+  QTest::keyClick(window.Wave_Pic(1), Qt::Key_F1);
+  auto* manual = window.findChild<QTextBrowser*>("ManualWindow");
+  ASSERT_NE(manual, nullptr);
+  EXPECT_TRUE(manual->isVisible());
+  EXPECT_TRUE(manual->isWindow());
+  EXPECT_EQ(manual->windowTitle().toStdString(), "Quorvane Audio: user manual");
+  EXPECT_TRUE(manual->toPlainText().contains("Keys"));
+}
+
+TEST_F(WaveEditorMenus, AboutNamesTheVersionAndTheLicencesOfQtFfmpegAndLame) {
+  WaveEditor_Frm& window = Open();
+  QString said;
+  WhenDialogShows([&](QWidget* dialog) {
+    auto* about = dynamic_cast<AboutDialog*>(dialog);
+    ASSERT_NE(about, nullptr);
+    said = about->Text();
+    about->reject();
+  });
+  window.MenuItem("HelpAbout_Mnu")->trigger();
+  EXPECT_TRUE(said.contains(QString("Quorvane Audio ") + QUORVANE_VERSION)) << said.toStdString();
+  EXPECT_TRUE(said.contains(QString("Qt ") + qVersion()));
+  EXPECT_TRUE(said.contains(QString::fromStdString("FFmpeg " + FfmpegVersion())));
+  EXPECT_TRUE(said.contains(QString::fromStdString(FfmpegLicence())));
+  EXPECT_TRUE(said.contains("LAME"));
+  EXPECT_EQ(said.count("GNU Lesser General Public License"), 2) << "Qt's and LAME's";
 }
 
 }  // namespace
