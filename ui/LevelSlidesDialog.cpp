@@ -70,10 +70,22 @@ LevelSlidesDialog::LevelSlidesDialog(QWidget* parent, FileMemoClass& document)
   try {
     const BusyPointer busy;
     ShowMeasured(MeasureSlideLoudness(document_, AllSlides()));
+    measured_ = true;
   } catch (const std::exception& error) {
     UserInterface().Message(ErrorDescription(error), MessageIcon::Exclamation);
-    level_->setEnabled(false);
   }
+  // Level can run, again after leveling too, whenever a slide is checked.
+  connect(table_, &QTableWidget::itemChanged, this, [this] { EnableLevelBtn(); });
+  EnableLevelBtn();
+}
+
+void LevelSlidesDialog::EnableLevelBtn() {
+  bool anyChecked = false;
+  for (int row = 0; row < table_->rowCount() && !anyChecked; ++row) {
+    const QTableWidgetItem* choice = table_->item(row, kSlideColumn);
+    anyChecked = choice != nullptr && choice->checkState() == Qt::Checked;
+  }
+  level_->setEnabled(measured_ && anyChecked);
 }
 
 void LevelSlidesDialog::ShowMeasured(const std::vector<SlideLoudness>& slides) {
@@ -114,7 +126,6 @@ void LevelSlidesDialog::LevelBtn_Click() {
     table_->item(rows[k], kAfterColumn)->setText(after);
     table_->item(rows[k], kTruePeakColumn)->setText(Decibels(level.after.truePeak));
   }
-  if (!levels.empty()) level_->setEnabled(false);
 }
 
 }  // namespace quorvane

@@ -1,6 +1,7 @@
 // The menus as a keyboard user meets them: mnemonics that reach one item each, every
 // shortcut shown beside its item, and each shortcut reaching its command; the Help menu.
 #include <QAction>
+#include <QImage>
 #include <QMenu>
 #include <QMenuBar>
 #include <QSignalSpy>
@@ -11,6 +12,7 @@
 #include "platform/FfmpegLibraries.h"
 #include "tests/ui/EditorWindowFixture.h"
 #include "ui/AboutDialog.h"
+#include "ui/ToolbarIcons.h"
 
 namespace quorvane {
 namespace {
@@ -55,10 +57,18 @@ TEST_F(WaveEditorMenus, EachMnemonicReachesOneItemAndEveryShortcutIsShown) {
     }
   };
   expectUnique(barCaptions, "menu bar");
+  // The items that open a dialog, and only they, end in "...".
+  const std::set<QString> dialogs = {
+      "FileImport_Mnu",        "UndoClear_Mnu",     "VolumeChange_Mnu",    "VolumeDynamicBal_Mnu",
+      "VolumeLevelSlides_Mnu", "InsertSilence_Mnu", "InsertRecording_Mnu", "HelpAbout_Mnu"};
   for (QMenu* menu : Menus(window)) {
     std::vector<QString> captions;
     for (QAction* item : menu->actions()) {
-      if (!item->isSeparator()) captions.push_back(item->text());
+      if (item->isSeparator()) continue;
+      captions.push_back(item->text());
+      EXPECT_EQ(item->text().section('\t', 0, 0).endsWith("..."),
+                dialogs.count(item->objectName()) == 1)
+          << item->text().toStdString();
     }
     expectUnique(captions, menu->title());
   }
@@ -122,6 +132,23 @@ TEST_F(WaveEditorMenus, EachShortcutReachesItsCommand) {
     EXPECT_EQ(triggered.count(), 1);
   }
   EXPECT_FALSE(window.isVisible()) << "Ctrl+Q closed the window";
+}
+
+// Each zoom button has a picture of its own, at the screen's scale and at twice that.
+TEST(ToolbarIcons, TheFiveZoomButtonsLookDifferent) {
+  const std::vector<QString> keys = {"ZoomIn", "ZoomOut", "ZoomSel", "ZoomSlid", "ZoomAll"};
+  for (const qreal ratio : {1.0, 2.0}) {
+    std::vector<QImage> pictures;
+    for (const QString& key : keys) {
+      pictures.push_back(ToolbarIcon(key).pixmap(QSize(20, 20), ratio).toImage());
+    }
+    for (size_t a = 0; a < keys.size(); ++a) {
+      for (size_t b = a + 1; b < keys.size(); ++b) {
+        EXPECT_NE(pictures[a], pictures[b])
+            << keys[a].toStdString() << " and " << keys[b].toStdString() << " at " << ratio;
+      }
+    }
+  }
 }
 
 // Without a browser on the desktop, F1 shows the manual in a window of the editor's own.
