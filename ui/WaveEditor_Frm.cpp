@@ -25,6 +25,7 @@
 #include "storage/FileMemoClass.h"
 #include "ui/AboutDialog.h"
 #include "ui/EditorWindowProc.h"
+#include "ui/ElidedLabel.h"
 #include "ui/HostWindow.h"
 #include "ui/PlayerLink.h"
 #include "ui/ProgressShowerClass.h"
@@ -41,7 +42,6 @@ constexpr int kTopFrameHeight = 34;
 constexpr int kScaleHeight = 18;
 constexpr int kMarkerStripHeight = 32;
 constexpr int kScrollHeight = 17;
-constexpr int kBotFrameHeight = 44;
 constexpr int kParkedX = -20;
 
 const QColor kStripBackground(235, 233, 237);
@@ -325,27 +325,59 @@ void WaveEditor_Frm::BuildStrips() {
 void WaveEditor_Frm::BuildLabels() {
   botFrame_ = new QWidget(central_);
   botFrame_->setObjectName("BotFrame");
-  auto* grid = new QHBoxLayout(botFrame_);
-  grid->setContentsMargins(6, 2, 6, 2);
-  const auto add = [&](const QString& caption, const QString& name, const QString& text) {
-    if (!caption.isEmpty()) grid->addWidget(new QLabel(caption, botFrame_));
-    auto* label = new QLabel(text, botFrame_);
+  // Each value label is as wide as the longest text it shows: a time of up to ten hours, a
+  // slide count, a marker's kind.
+  const QString time = "0:00:00.00";
+  QWidget* pair = nullptr;
+  const auto add = [&](const QString& caption, const QString& name, const QString& text,
+                       const QString& widest) {
+    if (!caption.isEmpty()) {
+      pair = new QWidget(botFrame_);
+      auto* row = new QHBoxLayout(pair);
+      row->setContentsMargins(0, 0, 0, 0);
+      row->setSpacing(4);
+      row->addWidget(new QLabel(caption, pair));
+      statusPairs_.push_back(pair);
+    }
+    auto* label = new ElidedLabel(text, widest, pair);
     label->setObjectName(name);
-    label->setFrameStyle(QFrame::Panel | QFrame::Sunken);
-    label->setMinimumWidth(64);
-    grid->addWidget(label);
+    pair->layout()->addWidget(label);
     labels_[name] = label;
   };
-  add("Total:", "DispTotDurLbl", "00:00:00.000");
-  add("Selection:", "SelectLbl0", "00:00:00.000");
-  add("From:", "SelectLbl1", "00:00:00.000");
-  add("To:", "SelectLbl2", "00:00:00.000");
-  add("Slide:", "DispSlideNoLbl", "00/00");
-  add("Length:", "DispSlideDurLbl", "00:00:00.000");
-  add("Marker:", "DispMarkPosLbl", "00:00:00.000");
-  add("", "DispMarkTypLbl", "");
-  add("Play:", "PlayPosLbl", "00");
-  grid->addStretch(1);
+  add("Total:", "DispTotDurLbl", "00:00:00.000", time);
+  add("Selection:", "SelectLbl0", "00:00:00.000", time);
+  add("From:", "SelectLbl1", "00:00:00.000", time);
+  add("To:", "SelectLbl2", "00:00:00.000", time);
+  add("Slide:", "DispSlideNoLbl", "00/00", "000/000");
+  add("Length:", "DispSlideDurLbl", "00:00:00.000", time);
+  add("Marker:", "DispMarkPosLbl", "00:00:00.000", time);
+  add("", "DispMarkTypLbl", "", "Click");
+  add("Play:", "PlayPosLbl", "00", time);
+}
+
+int WaveEditor_Frm::LayoutStatusLabels(int width) {
+  // The caption and value pairs run left to right and go on in a new row where the next
+  // would not fit, so at any width each is whole and none covers another.
+  constexpr int kMargin = 6;
+  constexpr int kSpacing = 10;
+  constexpr int kRowGap = 2;
+  constexpr int kTopBottom = 3;
+  int x = kMargin;
+  int y = kTopBottom;
+  int rowHeight = 0;
+  for (QWidget* pair : statusPairs_) {
+    const QSize wanted = pair->sizeHint();
+    const int pairWidth = std::min(wanted.width(), width - 2 * kMargin);
+    if (x > kMargin && x + pairWidth > width - kMargin) {
+      x = kMargin;
+      y += rowHeight + kRowGap;
+      rowHeight = 0;
+    }
+    pair->setGeometry(x, y, pairWidth, wanted.height());
+    x += pairWidth + kSpacing;
+    rowHeight = std::max(rowHeight, wanted.height());
+  }
+  return y + rowHeight + kTopBottom;
 }
 
 QLabel* WaveEditor_Frm::Label(const QString& name) const {
@@ -390,8 +422,9 @@ void WaveEditor_Frm::Form_Resize() {
   topFrame_->setGeometry(0, 0, width, kTopFrameHeight);
   scalePic_->setGeometry(0, kTopFrameHeight, width, kScaleHeight);
   markerDrawPic_->setGeometry(0, kTopFrameHeight + kScaleHeight - 1, width, kMarkerStripHeight);
-  botFrame_->setGeometry(0, height - kBotFrameHeight, width, kBotFrameHeight);
-  hScroll_->setGeometry(0, height - kBotFrameHeight - kScrollHeight, width, kScrollHeight);
+  const int botFrameHeight = LayoutStatusLabels(width);
+  botFrame_->setGeometry(0, height - botFrameHeight, width, botFrameHeight);
+  hScroll_->setGeometry(0, height - botFrameHeight - kScrollHeight, width, kScrollHeight);
   slideCombo_->setMinimumWidth(std::max(width / 6, 800 / 15));
   progDisplayPic_->move((central_->width() - progDisplayPic_->width()) / 2,
                         kTopFrameHeight + (kScaleHeight - progDisplayPic_->height()) / 2);

@@ -161,6 +161,9 @@ class WaveEditor_Frm : public QMainWindow, public DocumentWindow, public InsertF
   void BuildToolbars();
   void BuildStrips();
   void BuildLabels();
+  // Places the status label pairs in as many rows as the width needs; returns the height of
+  // the bottom bar.
+  int LayoutStatusLabels(int width);
   void BuildMarkerMenus();
   void MarkerHoverTest(double X, double Y, int Shift);
   void ShowDragIndicator(int32_t position);
@@ -218,6 +221,7 @@ class WaveEditor_Frm : public QMainWindow, public DocumentWindow, public InsertF
   QWidget* progDisplayPic_ = nullptr;
   PictureBox* progBarPic_ = nullptr;
   std::map<QString, QLabel*> labels_;
+  std::vector<QWidget*> statusPairs_;  // a caption with its value labels, in reading order
   std::map<QString, QAction*> buttons_;
   std::map<QString, QAction*> menuItems_;
   QAction* undoMenu_ = nullptr;

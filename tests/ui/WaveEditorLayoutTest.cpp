@@ -1,0 +1,52 @@
+// What the window's layout lets a user read: the status labels at every window size, and
+// the flags of the marker strip.
+#include <QApplication>
+#include <QLabel>
+
+#include "tests/ui/EditorWindowFixture.h"
+
+namespace quorvane {
+namespace {
+
+using namespace quorvane::testing;
+
+using WaveEditorLayout = WaveEditorWindow;
+
+QRect InFrame(const QWidget* widget, const QWidget* frame) {
+  return QRect(widget->mapTo(frame, QPoint(0, 0)), widget->size());
+}
+
+// At the smallest size, at the usual one and on a large screen, every status label shows
+// its whole text, times of hours included, and none covers another.
+TEST_F(WaveEditorLayout, StatusLabelsShowWholeTimesAndNeverOverlap) {
+  WaveEditor_Frm& window = Open();
+  for (const QSize size : {QSize(400, 300), QSize(820, 520), QSize(1920, 1080)}) {
+    SCOPED_TRACE(::testing::Message() << size.width() << "x" << size.height());
+    window.resize(size);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return window.size() == size; }, 2000));
+    for (const char* name : {"DispTotDurLbl", "SelectLbl0", "SelectLbl1", "SelectLbl2",
+                             "DispSlideDurLbl", "DispMarkPosLbl", "PlayPosLbl"}) {
+      window.Label(name)->setText("1:02:05.25");
+    }
+    QApplication::processEvents();
+    const QWidget* frame = window.Label("PlayPosLbl")->parentWidget()->parentWidget();
+    const QList<QLabel*> labels = frame->findChildren<QLabel*>();
+    ASSERT_EQ(labels.size(), 8 + 9) << "eight captions and nine values";
+    for (const QLabel* label : labels) {
+      const std::string text = label->text().toStdString();
+      EXPECT_TRUE(frame->rect().contains(InFrame(label, frame))) << text;
+      EXPECT_LE(label->fontMetrics().horizontalAdvance(label->text()),
+                label->contentsRect().width() - 2 * label->margin())
+          << text << " is cut";
+      for (const QLabel* other : labels) {
+        if (other == label) continue;
+        EXPECT_FALSE(InFrame(label, frame).intersects(InFrame(other, frame)))
+            << text << " and " << other->text().toStdString();
+      }
+    }
+    EXPECT_GE(window.Wave_Pic(1)->height(), 40) << "the waveform keeps room";
+  }
+}
+
+}  // namespace
+}  // namespace quorvane
