@@ -167,6 +167,9 @@ class WaveEditor_Frm : public QMainWindow, public DocumentWindow, public InsertF
   void BuildMarkerMenus();
   void MarkerHoverTest(double X, double Y, int Shift);
   void ShowDragIndicator(int32_t position);
+  // While a slide boundary is dragged: says in the strip how many markers a drop at the
+  // position would delete, or hides the warning when none.
+  void ShowDragWarning(int32_t position);
   void Form_Resize();
   bool Form_QueryUnload();
   void SetViewColours();
@@ -258,6 +261,7 @@ class WaveEditor_Frm : public QMainWindow, public DocumentWindow, public InsertF
   int32_t PopupMarker = 0;
   QMenu* markerPopMnu_ = nullptr;
   QMenu* markerPop2Mnu_ = nullptr;
+  QLabel* dragWarningLbl_ = nullptr;
   int64_t documentReads_ = 0;
   QPainter* stripPainter_ = nullptr;               // open while the strip's flags are drawn
   std::vector<std::pair<int, QColor>> flagLines_;  // flag lines still to draw in the waves
