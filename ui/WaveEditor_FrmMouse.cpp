@@ -149,8 +149,8 @@ void WaveEditor_Frm::DrawDragSelection(int32_t anchor, int32_t position) {
     QPainter painter(&picture->Image());
     painter.drawPixmap(0, 0, backup);
     painter.setCompositionMode(QPainter::RasterOp_NotSource);
-    const QRect columns(xa, 0, xp - xa, backup.height());
-    painter.drawPixmap(columns, backup, columns);
+    painter.setClipRect(QRect(xa, 0, xp - xa, picture->height()));
+    painter.drawPixmap(0, 0, backup);
     painter.end();
     picture->update();
   }

@@ -48,5 +48,18 @@ TEST_F(WaveEditorLayout, StatusLabelsShowWholeTimesAndNeverOverlap) {
   }
 }
 
+// On a scaled screen (ctest runs this case again with QT_SCALE_FACTOR=2) the pictures keep
+// one pixel per screen pixel, so their lines and text are drawn sharp, not enlarged.
+TEST_F(WaveEditorLayout, PicturesKeepOnePixelPerScreenPixel) {
+  WaveEditor_Frm& window = Open();
+  const qreal ratio = window.devicePixelRatioF();
+  const QString factor = qEnvironmentVariable("QT_SCALE_FACTOR", "1");
+  EXPECT_EQ(ratio, factor.toDouble());
+  for (PictureBox* picture : {window.Wave_Pic(1), window.ScalePic(), window.MarkerDrawPic()}) {
+    EXPECT_EQ(picture->Image().width(), qRound(picture->width() * ratio));
+    EXPECT_EQ(picture->Image().height(), qRound(picture->height() * ratio));
+  }
+}
+
 }  // namespace
 }  // namespace quorvane
