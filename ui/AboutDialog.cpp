@@ -10,6 +10,7 @@
 
 #include "platform/FfmpegLibraries.h"
 #include "platform/ProgramFile.h"
+#include "ui/DialogButtons.h"
 
 namespace quorvane {
 
@@ -34,7 +35,6 @@ AboutDialog::AboutDialog(QWidget* parent) : QDialog(parent) {
                    QString::fromStdString(FfmpegLicence()).toHtmlEscaped(),
                    lame.isEmpty() ? QString("not installed") : lame.toHtmlEscaped());
   auto* column = new QVBoxLayout(this);
-  column->setSizeConstraint(QLayout::SetFixedSize);
   auto* text = new QLabel(html_, this);
   text->setObjectName("AboutLbl");
   text->setTextFormat(Qt::RichText);
@@ -47,6 +47,7 @@ AboutDialog::AboutDialog(QWidget* parent) : QDialog(parent) {
   connect(aboutQt, &QPushButton::clicked, this, [this] { QMessageBox::aboutQt(this); });
   connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
   column->addWidget(buttons);
+  FixDialogSize(*this);
 }
 
 QString AboutDialog::Text() const {

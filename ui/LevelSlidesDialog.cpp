@@ -5,14 +5,18 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QScrollBar>
 #include <QTableWidget>
 #include <QVBoxLayout>
+#include <algorithm>
+#include <array>
 #include <cmath>
 
 #include "core/ErrorReport.h"
 #include "core/Interaction.h"
 #include "core/Numbers.h"
 #include "storage/FileMemoClass.h"
+#include "ui/DialogButtons.h"
 
 namespace quorvane {
 
@@ -50,8 +54,6 @@ LevelSlidesDialog::LevelSlidesDialog(QWidget* parent, FileMemoClass& document)
   table_->setObjectName("SlidesTbl");
   table_->setHorizontalHeaderLabels({"Slide", "Before (LUFS)", "After (LUFS)", "True peak"});
   table_->verticalHeader()->hide();
-  table_->horizontalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
-  table_->setMinimumWidth(460);
   column->addWidget(table_);
 
   auto* buttons = new QHBoxLayout;
@@ -77,6 +79,36 @@ LevelSlidesDialog::LevelSlidesDialog(QWidget* parent, FileMemoClass& document)
   // Level can run, again after leveling too, whenever a slide is checked.
   connect(table_, &QTableWidget::itemChanged, this, [this] { EnableLevelBtn(); });
   EnableLevelBtn();
+  FitTable();
+  FixDialogSize(*this);
+}
+
+void LevelSlidesDialog::FitTable() {
+  // Each column as wide as the longest text it will show, the results after leveling
+  // included, and the table as tall as its rows (up to twelve, then it scrolls): the dialog
+  // keeps one size and the table no empty strip.
+  const QFontMetrics metrics = table_->fontMetrics();
+  const std::array<QString, 4> widest = {"  999", "Before (LUFS)", "-70.0 (peak -1 dBTP)",
+                                         "True peak"};
+  QHeaderView* header = table_->horizontalHeader();
+  int width = 2 * table_->frameWidth();
+  for (int column = 0; column < 4; ++column) {
+    const int text = metrics.horizontalAdvance(widest[static_cast<size_t>(column)]);
+    const int section = std::max(text + 24, header->sectionSizeHint(column));
+    header->setSectionResizeMode(column, QHeaderView::Fixed);
+    header->resizeSection(column, section);
+    width += section;
+  }
+  table_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+  constexpr int kRowsShown = 12;
+  const int rows = std::min(std::max(table_->rowCount(), 1), kRowsShown);
+  const int height = 2 * table_->frameWidth() + header->height() +
+                     rows * table_->verticalHeader()->defaultSectionSize();
+  if (table_->rowCount() > kRowsShown) width += table_->verticalScrollBar()->sizeHint().width();
+  // The last column takes what the dialog's width leaves over.
+  header->setStretchLastSection(true);
+  table_->setMinimumWidth(width);
+  table_->setFixedHeight(height);
 }
 
 void LevelSlidesDialog::EnableLevelBtn() {

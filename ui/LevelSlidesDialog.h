@@ -33,6 +33,7 @@ class LevelSlidesDialog : public QDialog {
  private:
   void ShowMeasured(const std::vector<SlideLoudness>& slides);
   void EnableLevelBtn();
+  void FitTable();
 
   FileMemoClass& document_;
   QTableWidget* table_ = nullptr;

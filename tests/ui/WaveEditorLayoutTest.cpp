@@ -1,8 +1,11 @@
-// What the window's layout lets a user read: the status labels at every window size, and
-// the flags of the marker strip.
+// What the window's layout lets a user read: the status labels at every window size, the
+// dialogs, and the pictures on a scaled screen.
 #include <QApplication>
+#include <QDialog>
+#include <QFontMetrics>
 #include <QLabel>
 
+#include "storage/EditorState.h"
 #include "tests/ui/EditorWindowFixture.h"
 
 namespace quorvane {
@@ -45,6 +48,35 @@ TEST_F(WaveEditorLayout, StatusLabelsShowWholeTimesAndNeverOverlap) {
       }
     }
     EXPECT_GE(window.Wave_Pic(1)->height(), 40) << "the waveform keeps room";
+  }
+}
+
+// Each dialog keeps one size, wide enough for a title bar to show its whole title beside
+// the window's buttons.
+TEST_F(WaveEditorLayout, DialogsHaveOneSizeAndRoomForTheirTitles) {
+  WaveEditor_Frm& window = Open();
+  Editor().SelStart = 1;
+  Editor().SelEnd = kFrames;  // Dynamic Balance works on a stretch
+  for (const char* item :
+       {"VolumeDynamicBal_Mnu", "VolumeChange_Mnu", "VolumeLevelSlides_Mnu", "HelpAbout_Mnu"}) {
+    SCOPED_TRACE(item);
+    bool shown = false;
+    WhenDialogShows([&](QWidget* shownWidget) {
+      auto* dialog = qobject_cast<QDialog*>(shownWidget);
+      ASSERT_NE(dialog, nullptr);
+      shown = true;
+      EXPECT_EQ(dialog->minimumSize(), dialog->maximumSize()) << "a fixed size";
+      EXPECT_EQ(dialog->size(), dialog->minimumSize());
+      QFont bold = dialog->font();
+      bold.setBold(true);
+      EXPECT_GE(dialog->width(),
+                QFontMetrics(bold).horizontalAdvance(dialog->windowTitle().trimmed()) + 100)
+          << dialog->windowTitle().toStdString();
+      dialog->reject();
+    });
+    window.MenuItem(item)->trigger();
+    EXPECT_TRUE(shown);
+    EXPECT_TRUE(ui.messages.empty()) << ui.Texts().front();
   }
 }
 
