@@ -67,6 +67,8 @@ WaveEditor_Frm::WaveEditor_Frm() {
     BuildStrips();
     BuildLabels();
     BuildMarkerMenus();
+    // The keys that move the cursor and play work from the start, not the slide chooser's.
+    Wave_Pic(1)->setFocus();
 
     blinkCursorTimer_.setInterval(300);
     blinkMarkerTimer_.setInterval(479);

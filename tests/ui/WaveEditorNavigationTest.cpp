@@ -2,6 +2,7 @@
 // mouse wheel, Shift+click, and zooming that keeps the cursor where it is on screen.
 #include <QAction>
 #include <QApplication>
+#include <QComboBox>
 #include <QWheelEvent>
 #include <cstdlib>
 
@@ -88,6 +89,14 @@ TEST_F(WaveEditorNavigation, KeysMoveTheCursorExtendTheSelectionAndPageTheView) 
     }
     session.reset();
   }
+}
+
+TEST_F(WaveEditorNavigation, TheWaveformHasTheKeysWhenTheWindowOpens) {
+  WaveEditor_Frm& window = Open();
+  ASSERT_NE(QApplication::focusWidget(), nullptr);
+  QTest::keyClick(QApplication::focusWidget(), Qt::Key_End);
+  EXPECT_EQ(Editor().CursorPos, kLength);
+  EXPECT_EQ(window.SlideCombo()->currentIndex(), 1) << "the slide of the cursor";
 }
 
 TEST_F(WaveEditorNavigation, AnArrowWithoutShiftCollapsesAStretchToItsEnd) {
