@@ -5,7 +5,8 @@ FUZZ_BUILD   ?= build-fuzz
 JOBS         ?= 2
 FUZZ_SECONDS ?= 600
 
-.PHONY: all deps build build-asan test run bench fuzz format check-format demo clean install package screenshot
+.PHONY: all deps build build-asan test run bench fuzz format check-format demo clean install package screenshot \
+        screenshots
 
 all: build
 
@@ -51,6 +52,10 @@ package: build
 # The editor on the demo project under a virtual display: $(BUILD)/screenshot.png.
 screenshot: demo
 	@scripts/screenshot $(BUILD)
+
+# The window at three sizes and scales and every dialog: $(BUILD)/screenshots/.
+screenshots: demo
+	@scripts/screenshot-set $(BUILD)
 
 format:
 	@git ls-files '*.cpp' '*.h' | xargs clang-format -i

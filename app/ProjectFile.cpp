@@ -50,7 +50,7 @@ void ReadMarkers(int32_t n, int32_t kind, const std::string& times, int32_t samp
     if (offset < 0 || offset > slideLength) {
       UserInterface().Message(std::string("A marker is out of the slide duration that is ignored") +
                               kCrLf + "Marker type: " + (kind == kClickMarker ? "Click" : "Auto") +
-                              ", Posiion: " + piece + kCrLf + "Slide title: " + slide.Title);
+                              ", Position: " + piece + kCrLf + "Slide title: " + slide.Title);
     } else {
       MarkerInfo marker;
       marker.Kind = kind;

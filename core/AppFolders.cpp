@@ -64,7 +64,7 @@ void InitAppPaths(const std::string& appPath, const std::string& systemTempFolde
     temporary = Env().AppPath;
   }
   Env().SystemTempPath = temporary;
-  Env().SettingsFile = SettingsFilePlace(Env().AppPath);
+  Env().SettingsFile = SettingsFilePlace();
 }
 
 bool InitTempFolder() {

@@ -7,7 +7,8 @@
 
 namespace quorvane {
 
-// AppPath, SystemTempPath and the place of the settings file.
+// AppPath, SystemTempPath and the place of the settings file (the user's configuration
+// folder, see SettingsFilePlace).
 void InitAppPaths();
 void InitAppPaths(const std::string& appPath, const std::string& systemTempFolder);
 

@@ -3,17 +3,14 @@
 #include <filesystem>
 #include <system_error>
 
-#include <unistd.h>
-
 #include "core/Environment.h"
 #include "platform/ProfileFile.h"
 #include "platform/ProgramFile.h"
 
 namespace quorvane {
 
-std::string SettingsFilePlace(const std::string& appPath) {
+std::string SettingsFilePlace() {
   const std::string fileName = std::string(kProgramName) + ".ini";
-  if (!appPath.empty() && ::access(appPath.c_str(), W_OK) == 0) return appPath + "/" + fileName;
   const std::string folder = UserConfigFolder() + "/" + kProgramName;
   std::error_code ignored;
   std::filesystem::create_directories(folder, ignored);

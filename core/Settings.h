@@ -8,9 +8,10 @@ namespace quorvane {
 
 inline constexpr const char* kProgramName = "quorvane-audio";
 
-// Where the settings file goes: beside the program when that folder is writable, else
-// under $XDG_CONFIG_HOME (default ~/.config) in a folder of the program's name.
-std::string SettingsFilePlace(const std::string& appPath);
+// Where the settings file goes: under $XDG_CONFIG_HOME (default ~/.config) in a folder of
+// the program's name, made when missing. Never beside the program, whose folder may be a
+// build tree or shared by every user.
+std::string SettingsFilePlace();
 
 // An empty section means "General", an empty key "END"; at most 99 characters.
 std::string SettingGet(const std::string& section, const std::string& key,

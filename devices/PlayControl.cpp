@@ -99,11 +99,12 @@ void SoundDriverSwitch(bool on, int32_t windowHandle) {
   g_soundDriverHandle = 0;
   UserInterface().Message(
       "There is an error initializing Sound Driver\n"
-      "Check whether another application is using sound driver exclusively.\n"
-      "If yes, put that off and then ON the Sound driver in Options window (Tools-Options menu).\n"
+      "Check whether the sound server (PulseAudio or PipeWire) is running and has an output "
+      "device.\n"
+      "If not, start it or choose an output in the desktop's sound settings, then open the "
+      "editor again.\n"
       "\n"
-      "Other wise, if this problem persists you may need to reinstall DirectX7 or Sound Card's "
-      "Driver",
+      "Otherwise, if this problem persists, check your sound card's driver",
       MessageIcon::None, "");
 }
 

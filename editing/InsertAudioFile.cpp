@@ -37,8 +37,8 @@ std::string AskForFile(InsertFilePrompts& prompts) {
   }
   if (!IsAudioFileName(name)) {
     UserInterface().Message(std::string("Can not open this file type") + kCrLf + kCrLf +
-                            "If you know that audio data exists in this file," + kCrLf +
-                            "you can rename it to .raw type and try opening it.");
+                            "Audio files ending in .wav (plain or compressed WAV) or .mp3" + kCrLf +
+                            "can be inserted.");
     return "";
   }
   return name;

@@ -100,6 +100,8 @@ class FileMemoClass {
   void DeleteMarkers(std::vector<int32_t> MarkerNos, const std::string& UndoName,
                      bool IsLastOperation = true);
   void MoveSlideStart(int32_t Slide, int32_t Position, const std::string& UndoName);
+  // The markers (their numbers) that moving slide Slide's start to Position would delete.
+  std::vector<int32_t> MarkersPassedBySlideStart(int32_t Slide, int32_t Position) const;
   void WaveDataDelete(int32_t PosStart, int32_t WorkChn, int32_t DeleteLen,
                       const std::string& UndoName, bool IsLastOperation);
   void UndoInfoReset();

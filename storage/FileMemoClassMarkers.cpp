@@ -55,11 +55,11 @@ void FileMemoClass::DeleteMarkers(std::vector<int32_t> MarkerNos, const std::str
   SortMarkers();
 }
 
-void FileMemoClass::MoveSlideStart(int32_t Slide, int32_t Position, const std::string& UndoName) {
-  ProjectData& project = Project();
-  if (Slide < 2 || Slide > project.SlideCount) return;
-  // The markers the boundary passes would change slides: they go, and undo brings them back.
+std::vector<int32_t> FileMemoClass::MarkersPassedBySlideStart(int32_t Slide,
+                                                              int32_t Position) const {
+  const ProjectData& project = Project();
   std::vector<int32_t> passed;
+  if (Slide < 2 || Slide > project.SlideCount) return passed;
   for (int32_t i = 1; i <= project.MarkerCount; ++i) {
     const MarkerInfo& marker = project.Markers[static_cast<size_t>(i)];
     if ((marker.Slide == Slide && marker.Position < Position) ||
@@ -67,6 +67,14 @@ void FileMemoClass::MoveSlideStart(int32_t Slide, int32_t Position, const std::s
       passed.push_back(i);
     }
   }
+  return passed;
+}
+
+void FileMemoClass::MoveSlideStart(int32_t Slide, int32_t Position, const std::string& UndoName) {
+  ProjectData& project = Project();
+  if (Slide < 2 || Slide > project.SlideCount) return;
+  // The markers the boundary passes would change slides: they go, and undo brings them back.
+  const std::vector<int32_t> passed = MarkersPassedBySlideStart(Slide, Position);
   if (!passed.empty()) DeleteMarkers(passed, UndoName, false);
   SlidesBeingChanged(UndoName, true);
   project.Slides[static_cast<size_t>(Slide)].Start = Position;

@@ -56,6 +56,7 @@ DynCompDialog::DynCompDialog(QWidget* parent, DynCompFrm& form) : QDialog(parent
   AddOkCancelButtons(
       *this, *column, "OK", [this] { OkBtn_Click(); }, [this] { CancelBtn_Click(); });
   setMinimumWidth(460);
+  FixDialogSize(*this);
 }
 
 void DynCompDialog::OkBtn_Click() {

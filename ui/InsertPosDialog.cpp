@@ -30,6 +30,7 @@ InsertPosDialog::InsertPosDialog(QWidget* parent, InsertPosFrm& form)
   column->addWidget(group);
   AddOkCancelButtons(
       *this, *column, "Ok", [this] { OkBtn_Click(); }, [this] { CancelBtn_Click(); });
+  FixDialogSize(*this);
 }
 
 void InsertPosDialog::OkBtn_Click() {

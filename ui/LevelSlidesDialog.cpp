@@ -5,14 +5,18 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QScrollBar>
 #include <QTableWidget>
 #include <QVBoxLayout>
+#include <algorithm>
+#include <array>
 #include <cmath>
 
 #include "core/ErrorReport.h"
 #include "core/Interaction.h"
 #include "core/Numbers.h"
 #include "storage/FileMemoClass.h"
+#include "ui/DialogButtons.h"
 
 namespace quorvane {
 
@@ -50,8 +54,6 @@ LevelSlidesDialog::LevelSlidesDialog(QWidget* parent, FileMemoClass& document)
   table_->setObjectName("SlidesTbl");
   table_->setHorizontalHeaderLabels({"Slide", "Before (LUFS)", "After (LUFS)", "True peak"});
   table_->verticalHeader()->hide();
-  table_->horizontalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
-  table_->setMinimumWidth(460);
   column->addWidget(table_);
 
   auto* buttons = new QHBoxLayout;
@@ -70,10 +72,52 @@ LevelSlidesDialog::LevelSlidesDialog(QWidget* parent, FileMemoClass& document)
   try {
     const BusyPointer busy;
     ShowMeasured(MeasureSlideLoudness(document_, AllSlides()));
+    measured_ = true;
   } catch (const std::exception& error) {
     UserInterface().Message(ErrorDescription(error), MessageIcon::Exclamation);
-    level_->setEnabled(false);
   }
+  // Level can run, again after leveling too, whenever a slide is checked.
+  connect(table_, &QTableWidget::itemChanged, this, [this] { EnableLevelBtn(); });
+  EnableLevelBtn();
+  FitTable();
+  FixDialogSize(*this);
+}
+
+void LevelSlidesDialog::FitTable() {
+  // Each column as wide as the longest text it will show, the results after leveling
+  // included, and the table as tall as its rows (up to twelve, then it scrolls): the dialog
+  // keeps one size and the table no empty strip.
+  const QFontMetrics metrics = table_->fontMetrics();
+  const std::array<QString, 4> widest = {"  999", "Before (LUFS)", "-70.0 (peak -1 dBTP)",
+                                         "True peak"};
+  QHeaderView* header = table_->horizontalHeader();
+  int width = 2 * table_->frameWidth();
+  for (int column = 0; column < 4; ++column) {
+    const int text = metrics.horizontalAdvance(widest[static_cast<size_t>(column)]);
+    const int section = std::max(text + 24, header->sectionSizeHint(column));
+    header->setSectionResizeMode(column, QHeaderView::Fixed);
+    header->resizeSection(column, section);
+    width += section;
+  }
+  table_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+  constexpr int kRowsShown = 12;
+  const int rows = std::min(std::max(table_->rowCount(), 1), kRowsShown);
+  const int height = 2 * table_->frameWidth() + header->height() +
+                     rows * table_->verticalHeader()->defaultSectionSize();
+  if (table_->rowCount() > kRowsShown) width += table_->verticalScrollBar()->sizeHint().width();
+  // The last column takes what the dialog's width leaves over.
+  header->setStretchLastSection(true);
+  table_->setMinimumWidth(width);
+  table_->setFixedHeight(height);
+}
+
+void LevelSlidesDialog::EnableLevelBtn() {
+  bool anyChecked = false;
+  for (int row = 0; row < table_->rowCount() && !anyChecked; ++row) {
+    const QTableWidgetItem* choice = table_->item(row, kSlideColumn);
+    anyChecked = choice != nullptr && choice->checkState() == Qt::Checked;
+  }
+  level_->setEnabled(measured_ && anyChecked);
 }
 
 void LevelSlidesDialog::ShowMeasured(const std::vector<SlideLoudness>& slides) {
@@ -114,7 +158,6 @@ void LevelSlidesDialog::LevelBtn_Click() {
     table_->item(rows[k], kAfterColumn)->setText(after);
     table_->item(rows[k], kTruePeakColumn)->setText(Decibels(level.after.truePeak));
   }
-  if (!levels.empty()) level_->setEnabled(false);
 }
 
 }  // namespace quorvane

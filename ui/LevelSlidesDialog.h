@@ -1,7 +1,8 @@
 // The Level Slides dialog: every slide's loudness measured when it opens, the slides to
 // level chosen by their check boxes (all checked at first), the target in LUFS (the default
-// for the document's channels); Level levels them as one undo item and shows what each
-// slide measures afterwards. The measuring and leveling are LevelSlides'.
+// for the document's channels); Level, usable whenever a slide is checked, levels them as
+// one undo item and shows what each slide measures afterwards. The measuring and leveling are
+// LevelSlides'.
 #pragma once
 
 #include <QDialog>
@@ -31,12 +32,15 @@ class LevelSlidesDialog : public QDialog {
 
  private:
   void ShowMeasured(const std::vector<SlideLoudness>& slides);
+  void EnableLevelBtn();
+  void FitTable();
 
   FileMemoClass& document_;
   QTableWidget* table_ = nullptr;
   QLineEdit* target_ = nullptr;
   QPushButton* level_ = nullptr;
   bool leveled_ = false;
+  bool measured_ = false;  // the slides' loudness is known
 };
 
 }  // namespace quorvane

@@ -12,13 +12,23 @@ PictureBox::PictureBox(QWidget* parent, const QColor& background)
   image_.fill(background_);
 }
 
+bool PictureBox::ImageFits() const {
+  return image_.deviceIndependentSize().toSize() == size().expandedTo(QSize(1, 1)) &&
+         image_.devicePixelRatio() == devicePixelRatioF();
+}
+
 void PictureBox::Clear() {
   // The image follows the widget's size at every clearing: a hidden widget learns its new
-  // size only when it is shown, after the drawing that already used it.
-  // An image shared with a copy someone keeps gets a new one rather than a copy of its own
-  // that is filled over at once.
-  const QSize size = this->size().expandedTo(QSize(1, 1));
-  if (image_.size() != size || !image_.isDetached()) image_ = QPixmap(size);
+  // size only when it is shown, after the drawing that already used it. It has as many
+  // pixels as the screen shows there, so that on a scaled screen lines and text are drawn
+  // sharp; drawing into it counts in the widget's own pixels all the same. An image shared
+  // with a copy someone keeps gets a new one rather than a copy of its own that is filled
+  // over at once.
+  if (!ImageFits() || !image_.isDetached()) {
+    const qreal ratio = devicePixelRatioF();
+    image_ = QPixmap(size().expandedTo(QSize(1, 1)) * ratio);
+    image_.setDevicePixelRatio(ratio);
+  }
   image_.fill(background_);
 }
 
@@ -35,7 +45,8 @@ OverlayShape& PictureBox::AddShape(const QRect& bounds, const QColor& border, bo
 
 void PictureBox::paintEvent(QPaintEvent* event) {
   QPainter painter(this);
-  painter.drawPixmap(event->rect(), image_, event->rect());
+  painter.setClipRegion(event->region());
+  painter.drawPixmap(QPoint(0, 0), image_);
   for (const auto& shape : shapes_) {
     if (!shape->visible || shape->bounds.right() < 0) continue;
     painter.setPen(shape->border);
@@ -50,8 +61,8 @@ void PictureBox::paintEvent(QPaintEvent* event) {
 }
 
 void PictureBox::resizeEvent(QResizeEvent* event) {
-  if (image_.size() != event->size().expandedTo(QSize(1, 1))) Clear();
   QWidget::resizeEvent(event);
+  if (!ImageFits()) Clear();
 }
 
 }  // namespace quorvane

@@ -41,6 +41,9 @@ class PictureBox : public QWidget {
   void resizeEvent(QResizeEvent* event) override;
 
  private:
+  // The image has the widget's size at the screen's pixel ratio.
+  bool ImageFits() const;
+
   QPixmap image_;
   QColor background_;
   std::vector<std::unique_ptr<OverlayShape>> shapes_;

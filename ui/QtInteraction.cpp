@@ -5,7 +5,9 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <utility>
+
 #include <vector>
+#include "ui/DialogButtons.h"
 
 namespace quorvane {
 
@@ -76,12 +78,13 @@ MessageAnswer QtInteraction::MsgBox(const MessageRequest& request) {
 std::optional<std::string> QtInteraction::InputBox(const std::string& prompt,
                                                    const std::string& title,
                                                    const std::string& defaultText) {
-  bool ok = false;
-  const QString text =
-      QInputDialog::getText(owner_, QString::fromStdString(title), QString::fromStdString(prompt),
-                            QLineEdit::Normal, QString::fromStdString(defaultText), &ok);
-  if (!ok) return std::nullopt;
-  return text.toStdString();
+  QInputDialog dialog(owner_);
+  dialog.setWindowTitle(QString::fromStdString(title));
+  dialog.setLabelText(QString::fromStdString(prompt));
+  dialog.setTextValue(QString::fromStdString(defaultText));
+  FixDialogSize(dialog);
+  if (dialog.exec() != QDialog::Accepted) return std::nullopt;
+  return dialog.textValue().toStdString();
 }
 
 void QtInteraction::SetBusy(bool busy) {

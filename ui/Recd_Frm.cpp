@@ -22,6 +22,7 @@
 #include "core/Settings.h"
 #include "platform/CanonicalWaveHeader.h"
 #include "platform/WaveSamples.h"
+#include "ui/DialogButtons.h"
 #include "ui/PictureBox.h"
 #include "ui/ShowHelp.h"
 
@@ -182,6 +183,10 @@ Recd_Frm::Recd_Frm(QWidget* parent, int32_t channels, int32_t rate, int32_t bits
   RecSrcBtn = button("RecSrcBtn", "Recording Source && Volume");
   RecSrc_Cmb = new QComboBox(this);
   RecSrc_Cmb->setObjectName("RecSrc_Cmb");
+  // As wide as a usual source's name, whatever the sources found later: the dialog keeps
+  // one size.
+  RecSrc_Cmb->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+  RecSrc_Cmb->setMinimumContentsLength(36);
   RecShowLPic = new PictureBox(this);
   RecShowRPic = new PictureBox(this);
   for (PictureBox* meter : {RecShowLPic, RecShowRPic}) meter->setFixedSize(16, 100);
@@ -209,6 +214,7 @@ Recd_Frm::Recd_Frm(QWidget* parent, int32_t channels, int32_t rate, int32_t bits
   levelTimer_.setInterval(kLevelIntervalMs);
   connect(&levelTimer_, &QTimer::timeout, this, [this] { ShowLevelSoFar(); });
   g_recTimer = &Rec_Timer;
+  FixDialogSize(*this);
 }
 
 Recd_Frm::~Recd_Frm() {
@@ -223,7 +229,7 @@ void Recd_Frm::closeEvent(QCloseEvent* event) {
 
 void Recd_Frm::keyPressEvent(QKeyEvent* event) {
   if (event->key() == Qt::Key_F1) {
-    ShowHelp();
+    ShowHelp(*this);
     return;
   }
   QDialog::keyPressEvent(event);

@@ -3,6 +3,7 @@
 #include <QPainter>
 #include <QPainterPath>
 #include <QPixmap>
+#include <functional>
 #include <map>
 
 namespace quorvane {
@@ -20,11 +21,12 @@ const std::map<QString, QString>& ThemeNames() {
       {"Record", "media-record"},
       {"Open", "document-open"},
       {"Save", "document-save"},
+      // No theme names one slide of a timeline: "ZoomSlid" is always drawn, with the red
+      // flag that marks a slide's start.
       {"ZoomIn", "zoom-in"},
       {"ZoomOut", "zoom-out"},
-      {"ZoomSel", "zoom-fit-best"},
-      {"ZoomSlid", "zoom-original"},
-      {"ZoomAll", "zoom-fit-page"},
+      {"ZoomSel", "zoom-select"},
+      {"ZoomAll", "zoom-fit-best"},
       {"Undo", "edit-undo"},
       {"Redo", "edit-redo"},
       {"Cut", "edit-cut"},
@@ -35,17 +37,25 @@ const std::map<QString, QString>& ThemeNames() {
   return names;
 }
 
-// A magnifier with a sign or a letter in it.
-void DrawMagnifier(QPainter& p, const QString& inside) {
-  p.setPen(QPen(QColor(40, 40, 40), 2));
+// A magnifier with a clear lens; `inside` draws what the lens shows, in the lens's own
+// square (2, 2) to (15, 15).
+void DrawMagnifier(QPainter& p, const std::function<void(QPainter&)>& inside) {
+  const QColor dark(40, 40, 40);
+  p.setPen(QPen(dark, 2));
+  p.setBrush(Qt::white);
   p.drawEllipse(QRectF(2, 2, 13, 13));
-  p.drawLine(QPointF(13.5, 13.5), QPointF(20, 20));
-  p.setFont(QFont("DejaVu Sans", 7, QFont::Bold));
-  p.drawText(QRectF(2, 2, 13, 13), Qt::AlignCenter, inside);
+  p.setPen(QPen(dark, 3, Qt::SolidLine, Qt::RoundCap));
+  p.drawLine(QPointF(14, 14), QPointF(19.5, 19.5));
+  p.setPen(QPen(dark, 1.6, Qt::SolidLine, Qt::FlatCap));
+  p.setBrush(Qt::NoBrush);
+  inside(p);
 }
 
-QPixmap DrawnIcon(const QString& key) {
-  QPixmap pixmap(22, 22);
+// The drawing is made in 22 by 22 device-independent pixels on a pixmap of the given pixel
+// ratio, so it stays sharp on a scaled screen.
+QPixmap DrawnIcon(const QString& key, qreal ratio) {
+  QPixmap pixmap(QSize(22, 22) * ratio);
+  pixmap.setDevicePixelRatio(ratio);
   pixmap.fill(Qt::transparent);
   QPainter p(&pixmap);
   p.setRenderHint(QPainter::Antialiasing);
@@ -81,15 +91,32 @@ QPixmap DrawnIcon(const QString& key) {
     p.setBrush(Qt::white);
     p.drawRect(QRectF(6, 3, 10, 6));
   } else if (key == "ZoomIn") {
-    DrawMagnifier(p, "+");
+    DrawMagnifier(p, [](QPainter& lens) {
+      lens.drawLine(QPointF(5, 8.5), QPointF(12, 8.5));
+      lens.drawLine(QPointF(8.5, 5), QPointF(8.5, 12));
+    });
   } else if (key == "ZoomOut") {
-    DrawMagnifier(p, "-");
+    DrawMagnifier(p, [](QPainter& lens) { lens.drawLine(QPointF(5, 8.5), QPointF(12, 8.5)); });
   } else if (key == "ZoomSel") {
-    DrawMagnifier(p, "[]");
+    // A selected stretch between its two edges.
+    DrawMagnifier(p, [](QPainter& lens) {
+      lens.fillRect(QRectF(6, 5.5, 5, 6), QColor(64, 64, 0));
+      lens.drawLine(QPointF(5.5, 4.5), QPointF(5.5, 12.5));
+      lens.drawLine(QPointF(11.5, 4.5), QPointF(11.5, 12.5));
+    });
   } else if (key == "ZoomSlid") {
-    DrawMagnifier(p, "S");
+    // A slide's flag.
+    DrawMagnifier(p, [](QPainter& lens) {
+      lens.fillRect(QRectF(6, 4.5, 2, 8.5), QColor(255, 0, 0));
+      lens.fillRect(QRectF(8, 4.5, 4, 3.5), QColor(255, 0, 0));
+    });
   } else if (key == "ZoomAll") {
-    DrawMagnifier(p, "A");
+    // Both ends of the timeline.
+    DrawMagnifier(p, [](QPainter& lens) {
+      lens.drawLine(QPointF(4.5, 8.5), QPointF(12.5, 8.5));
+      lens.drawPolyline(QPolygonF({QPointF(6.5, 6.5), QPointF(4.5, 8.5), QPointF(6.5, 10.5)}));
+      lens.drawPolyline(QPolygonF({QPointF(10.5, 6.5), QPointF(12.5, 8.5), QPointF(10.5, 10.5)}));
+    });
   } else if (key == "Undo") {
     p.setPen(QPen(dark, 2));
     p.setBrush(Qt::NoBrush);
@@ -129,7 +156,7 @@ QPixmap DrawnIcon(const QString& key) {
     p.drawLine(QPointF(17, 5), QPointF(5, 17));
   } else {
     p.setPen(dark);
-    p.drawText(pixmap.rect(), Qt::AlignCenter, key.left(2));
+    p.drawText(QRectF(0, 0, 22, 22), Qt::AlignCenter, key.left(2));
   }
   return pixmap;
 }
@@ -141,7 +168,9 @@ QIcon ToolbarIcon(const QString& key) {
   if (found != ThemeNames().end() && QIcon::hasThemeIcon(found->second)) {
     return QIcon::fromTheme(found->second);
   }
-  return QIcon(DrawnIcon(key));
+  QIcon icon;
+  for (const qreal ratio : {1.0, 1.5, 2.0, 3.0}) icon.addPixmap(DrawnIcon(key, ratio));
+  return icon;
 }
 
 }  // namespace quorvane

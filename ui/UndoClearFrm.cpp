@@ -7,6 +7,7 @@
 #include <QVBoxLayout>
 
 #include "core/Interaction.h"
+#include "ui/DialogButtons.h"
 
 namespace quorvane {
 
@@ -35,6 +36,7 @@ UndoClearFrm::UndoClearFrm(QWidget* parent, const std::vector<std::string>& Avai
   });
   row->addWidget(close);
   column->addLayout(row);
+  FixDialogSize(*this);
 }
 
 void UndoClearFrm::ClearButton_Click(int index) {

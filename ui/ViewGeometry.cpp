@@ -76,7 +76,98 @@ void ApplyZoomEndRule(EditorState& editor, int32_t length) {
   }
 }
 
+bool StretchSelected(const EditorState& editor) {
+  return editor.SelStart != 0 && editor.SelStart != editor.SelEnd;
+}
+
 }  // namespace
+
+int32_t ZoomAnchor() {
+  const EditorState& editor = Editor();
+  const auto inView = [&](int64_t p) {
+    return p >= 1 && p >= editor.ViewStart &&
+           p <= static_cast<int64_t>(editor.ViewStart) + editor.ViewLength;
+  };
+  if (StretchSelected(editor)) {
+    const int64_t middle = (static_cast<int64_t>(editor.SelStart) + editor.SelEnd) / 2;
+    if (inView(middle)) return static_cast<int32_t>(middle);
+  }
+  return inView(editor.CursorPos) ? editor.CursorPos : 0;
+}
+
+ZoomOutcome ZoomAround(int32_t Mode, int32_t anchor, int32_t length) {
+  EditorState& editor = Editor();
+  View().ViewAll = false;
+  const int32_t oldStart = editor.ViewStart;
+  const int32_t oldLength = editor.ViewLength;
+  if (Mode == 1) {
+    if (oldLength < 21) return ZoomOutcome::Unchanged;
+    editor.ViewLength = RoundHalfEven(0.6 * oldLength);
+    if (anchor == 0) editor.ViewStart = RoundHalfEven(oldStart + 0.2 * oldLength);
+  } else if (Mode == 2) {
+    if (oldLength >= length) return ZoomOutcome::Unchanged;
+    editor.ViewLength = RoundHalfEven(oldLength / 0.6);
+    if (anchor == 0) editor.ViewStart = RoundHalfEven(oldStart - oldLength / 3.0);
+  } else {
+    return ZoomOutcome::Unchanged;
+  }
+  // The anchor's distance from the view's start shrinks or grows with the view, so its
+  // pixel stays where it was.
+  if (anchor != 0) {
+    const double scale = static_cast<double>(editor.ViewLength) / oldLength;
+    editor.ViewStart = RoundHalfEven(anchor - (anchor - static_cast<double>(oldStart)) * scale);
+  }
+  ApplyZoomEndRule(editor, length);
+  return ZoomOutcome::Redraw;
+}
+
+int32_t ColumnSamples() { return std::max(RoundHalfEven(1.0 / View().PixelsPerSample), 1); }
+
+void ScrollViewBy(int64_t samples, int32_t length) {
+  EditorState& editor = Editor();
+  if (editor.ViewLength >= length) return;
+  const int64_t lastStart = static_cast<int64_t>(length) - editor.ViewLength + 1;
+  editor.ViewStart =
+      static_cast<int32_t>(std::clamp<int64_t>(editor.ViewStart + samples, 1, lastStart));
+}
+
+void ScrollIntoView(int32_t position, int32_t length) {
+  EditorState& editor = Editor();
+  // A position that leaves the view brings a tenth of a view beyond it along, so that
+  // stepping on does not scroll at every step.
+  const int32_t margin = editor.ViewLength / 10;
+  if (position < editor.ViewStart) {
+    ScrollViewBy(static_cast<int64_t>(position) - margin - editor.ViewStart, length);
+  } else if (position > static_cast<int64_t>(editor.ViewStart) + editor.ViewLength) {
+    ScrollViewBy(static_cast<int64_t>(position) + margin - editor.ViewStart - editor.ViewLength,
+                 length);
+  }
+}
+
+int32_t MovingSelectionEnd() {
+  const EditorState& editor = Editor();
+  if (!StretchSelected(editor)) return editor.CursorPos;
+  const int64_t toStart = std::abs(static_cast<int64_t>(editor.CursorPos) - editor.SelStart);
+  const int64_t toEnd = std::abs(static_cast<int64_t>(editor.CursorPos) - editor.SelEnd);
+  return toStart <= toEnd ? editor.SelStart : editor.SelEnd;
+}
+
+void MoveCursorTo(int32_t position, bool extend, int32_t length) {
+  EditorState& editor = Editor();
+  const int32_t last = std::max(length, 1);
+  position = std::clamp(position, 1, last);
+  if (extend) {
+    int32_t fixed = std::clamp(editor.CursorPos, 1, last);
+    if (StretchSelected(editor)) {
+      fixed = MovingSelectionEnd() == editor.SelStart ? editor.SelEnd : editor.SelStart;
+    }
+    editor.SelStart = std::min(fixed, position);
+    editor.SelEnd = std::max(fixed, position);
+  } else {
+    editor.SelStart = editor.SelEnd = position;
+  }
+  editor.CursorPos = position;
+}
 
 ZoomOutcome ZoomViewState(int32_t Mode, int32_t length) {
   EditorState& editor = Editor();
@@ -84,17 +175,8 @@ ZoomOutcome ZoomViewState(int32_t Mode, int32_t length) {
   view.ViewAll = false;
   switch (Mode) {
     case 1:
-      if (editor.ViewLength < 21) return ZoomOutcome::Unchanged;
-      editor.ViewStart = RoundHalfEven(editor.ViewStart + 0.2 * editor.ViewLength);
-      editor.ViewLength = RoundHalfEven(0.6 * editor.ViewLength);
-      ApplyZoomEndRule(editor, length);
-      return ZoomOutcome::Redraw;
     case 2:
-      if (editor.ViewLength >= length) return ZoomOutcome::Unchanged;
-      editor.ViewStart = RoundHalfEven(editor.ViewStart - editor.ViewLength / 3.0);
-      editor.ViewLength = RoundHalfEven(editor.ViewLength / 0.6);
-      ApplyZoomEndRule(editor, length);
-      return ZoomOutcome::Redraw;
+      return ZoomAround(Mode, ZoomAnchor(), length);
     case 4:
       if (editor.ViewLength >= length) return ZoomOutcome::Unchanged;
       view.ViewAll = true;

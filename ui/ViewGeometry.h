@@ -30,9 +30,36 @@ int32_t FirstLeftPosition(int32_t step);
 // The tick spacing of the time scale for a view of that many seconds and pixels.
 float ScaleSpacing(double viewSeconds, int32_t viewPixels);
 
-// Zoom modes: 1 in, 2 out, 4 all, 5 selection, 6 current slide.
+// Zoom modes: 1 in, 2 out, 4 all, 5 selection, 6 current slide. Zooming in and out keeps
+// ZoomAnchor at its place on screen.
 enum class ZoomOutcome { Unchanged, Redraw, NoSelection };
 ZoomOutcome ZoomViewState(int32_t Mode, int32_t length);
+
+// What zooming in and out holds still on screen: the middle of a selected stretch, else the
+// cursor, when it is in view; 0 when neither is, and the middle of the view stays instead.
+int32_t ZoomAnchor();
+
+// Zoom in (Mode 1) or out (Mode 2) with the position `anchor` kept at its pixel; anchor 0
+// keeps the middle of the view.
+ZoomOutcome ZoomAround(int32_t Mode, int32_t anchor, int32_t length);
+
+// The samples one pixel column of the view spans, at least 1.
+int32_t ColumnSamples();
+
+// Moves the view by that many samples (negative: towards the start), within the document.
+void ScrollViewBy(int64_t samples, int32_t length);
+
+// Scrolls the view just far enough that the position is in it.
+void ScrollIntoView(int32_t position, int32_t length);
+
+// Puts the cursor at `position` (kept within 1..length). With `extend` the selection runs
+// from its end away from the cursor (or from the cursor, when only a position is selected)
+// to the new place; without, the selection becomes that one position.
+void MoveCursorTo(int32_t position, bool extend, int32_t length);
+
+// The selection's end the cursor moves when a selection is extended: the end nearer to the
+// cursor; without a selected stretch, the cursor itself.
+int32_t MovingSelectionEnd();
 
 struct ScrollSettings {
   bool enabled = false;

@@ -55,6 +55,7 @@ VolumeChgDialog::VolumeChgDialog(QWidget* parent, VolumeChgFrm& form)
     ShowLabels();
   });
   ShowLabels();
+  FixDialogSize(*this);
 }
 
 void VolumeChgDialog::ShowLabels() {

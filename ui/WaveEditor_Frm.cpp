@@ -24,7 +24,9 @@
 #include "storage/EditorState.h"
 #include "storage/FileMemoClass.h"
 #include "storage/PeakBuilder.h"
+#include "ui/AboutDialog.h"
 #include "ui/EditorWindowProc.h"
+#include "ui/ElidedLabel.h"
 #include "ui/HostWindow.h"
 #include "ui/PlayerLink.h"
 #include "ui/ProgressShowerClass.h"
@@ -41,7 +43,6 @@ constexpr int kTopFrameHeight = 34;
 constexpr int kScaleHeight = 18;
 constexpr int kMarkerStripHeight = 32;
 constexpr int kScrollHeight = 17;
-constexpr int kBotFrameHeight = 44;
 constexpr int kParkedX = -20;
 
 const QColor kStripBackground(235, 233, 237);
@@ -67,6 +68,8 @@ WaveEditor_Frm::WaveEditor_Frm() {
     BuildStrips();
     BuildLabels();
     BuildMarkerMenus();
+    // The keys that move the cursor and play work from the start, not the slide chooser's.
+    Wave_Pic(1)->setFocus();
 
     blinkCursorTimer_.setInterval(300);
     blinkMarkerTimer_.setInterval(479);
@@ -116,13 +119,18 @@ QAction* WaveEditor_Frm::AddMenuItem(QMenu* menu, const QString& name, const QSt
   return action;
 }
 
+// Keys that the wave pictures handle themselves (Space and the zoom keys, on release) are
+// shown after a tab in the caption, so the menu lists them without taking them over.
 void WaveEditor_Frm::BuildMenus() {
   QMenu* file = menuBar()->addMenu("&File");
-  AddMenuItem(file, "FileImport_Mnu", "&Import", [this] { FileImport_Mnu_Click(); });
+  AddMenuItem(
+      file, "FileImport_Mnu", "&Import...", [this] { FileImport_Mnu_Click(); },
+      QKeySequence(Qt::CTRL | Qt::Key_I));
   AddMenuItem(
       file, "FileSave_Mnu", "&Save", [this] { FileSave_Mnu_Click(); }, QKeySequence::Save);
   AddMenuItem(
-      file, "FileExit_Mnu", "E&xit", [this] { FileExit_Mnu_Click(); }, QKeySequence::Quit);
+      file, "FileExit_Mnu", "E&xit", [this] { FileExit_Mnu_Click(); },
+      QKeySequence(Qt::CTRL | Qt::Key_Q));
 
   QMenu* edit = menuBar()->addMenu("&Edit");
   undoMenu_ = AddMenuItem(
@@ -145,30 +153,31 @@ void WaveEditor_Frm::BuildMenus() {
       edit, "EditSelectAll_Mnu", "&Select All", [this] { EditSelectAll_Mnu_Click(); },
       QKeySequence::SelectAll);
   edit->addSeparator();
-  AddMenuItem(edit, "EditNextMarker_Mnu1", "&Next Marker", [this] { EditNextMarker_Mnu_Click(1); });
-  AddMenuItem(edit, "EditNextMarker_Mnu2", "&Previous Marker",
-              [this] { EditNextMarker_Mnu_Click(2); });
+  AddMenuItem(
+      edit, "EditNextMarker_Mnu1", "&Next Marker", [this] { EditNextMarker_Mnu_Click(1); },
+      QKeySequence(Qt::ALT | Qt::Key_Right));
+  AddMenuItem(
+      edit, "EditNextMarker_Mnu2", "Pre&vious Marker", [this] { EditNextMarker_Mnu_Click(2); },
+      QKeySequence(Qt::ALT | Qt::Key_Left));
   edit->addSeparator();
-  AddMenuItem(edit, "UndoClear_Mnu", "Clear Undo &Data...", [this] {
+  AddMenuItem(edit, "UndoClear_Mnu", "C&lear Undo Data...", [this] {
     if (document_ != nullptr) document_->UndoClearFiles_UserAssisted();
   });
 
-  auto* help = new QAction("Help", this);
-  help->setShortcut(QKeySequence::HelpContents);
-  connect(help, &QAction::triggered, this, [] { ShowHelp(); });
-  addAction(help);
-
-  QMenu* volume = menuBar()->addMenu("&Volume");
+  QMenu* volume = menuBar()->addMenu("Vol&ume");
   AddMenuItem(volume, "VolumeMaximize_Mnu", "&Maximize", [this] { VolumeMaximize_Mnu_Click(); });
-  AddMenuItem(volume, "VolumeChange_Mnu", "&Change", [this] { VolumeChange_Mnu_Click(); });
-  AddMenuItem(volume, "VolumeDynamicBal_Mnu", "&Dynamic Balance",
+  AddMenuItem(volume, "VolumeChange_Mnu", "&Change...", [this] { VolumeChange_Mnu_Click(); });
+  AddMenuItem(volume, "VolumeDynamicBal_Mnu", "&Dynamic Balance...",
               [this] { VolumeDynamicBal_Mnu_Click(); });
   AddMenuItem(volume, "VolumeLevelSlides_Mnu", "&Level Slides...",
               [this] { VolumeLevelSlides_Mnu_Click(); });
 
   QMenu* view = menuBar()->addMenu("&View");
-  const std::array<std::pair<int, const char*>, 5> zooms = {
-      {{1, "&Zoom In"}, {2, "Zoom &Out"}, {4, "&Selection"}, {5, "Sli&de"}, {6, "&All"}}};
+  const std::array<std::pair<int, const char*>, 5> zooms = {{{1, "&Zoom In\tShift+1"},
+                                                             {2, "Zoom &Out\tShift+2"},
+                                                             {4, "&Selection\tShift+3"},
+                                                             {5, "Sli&de\tShift+4"},
+                                                             {6, "&All\tShift+5"}}};
   for (const auto& [index, caption] : zooms) {
     if (index == 4) view->addSeparator();
     const int menuIndex = index;
@@ -177,8 +186,35 @@ void WaveEditor_Frm::BuildMenus() {
   }
 
   QMenu* insert = menuBar()->addMenu("&Insert");
-  AddMenuItem(insert, "InsertSilence_Mnu", "&Silence", [this] { InsertSilence_Mnu_Click(); });
-  AddMenuItem(insert, "InsertRecording_Mnu", "&Recording", nullptr);
+  AddMenuItem(insert, "InsertSilence_Mnu", "&Silence...", [this] { InsertSilence_Mnu_Click(); });
+  AddMenuItem(insert, "InsertRecording_Mnu", "&Recording...", nullptr,
+              QKeySequence(Qt::CTRL | Qt::Key_R));
+
+  QMenu* play = menuBar()->addMenu("&Play");
+  AddMenuItem(play, "PlayPause_Mnu", "&Play/Pause\tSpace", [this] { Wave_Pic_KeyPress(1, " "); });
+  AddMenuItem(
+      play, "PlaySlide_Mnu", "Play &Slide", [this] { PlayToolbar_ButtonClick("PlaySlid"); },
+      QKeySequence(Qt::SHIFT | Qt::Key_F5));
+  AddMenuItem(
+      play, "PlayStop_Mnu", "S&top",
+      [this] {
+        if (Button("Stop")->isEnabled()) PlayToolbar_ButtonClick("Stop");
+      },
+      Qt::Key_Escape);
+  QAction* loop = AddMenuItem(play, "PlayLoop_Mnu", "&Loop", nullptr);
+  loop->setCheckable(true);
+  connect(loop, &QAction::triggered, this, [this](bool pressed) {
+    SetLoopOn(pressed);
+    SetLoopONOFF();
+  });
+
+  QMenu* help = menuBar()->addMenu("&Help");
+  AddMenuItem(
+      help, "HelpManual_Mnu", "&Manual", [this] { ShowHelp(*this); }, Qt::Key_F1);
+  AddMenuItem(help, "HelpAbout_Mnu", "&About Quorvane Audio...", [this] {
+    AboutDialog dialog(this);
+    dialog.exec();
+  });
 }
 
 void WaveEditor_Frm::BuildToolbars() {
@@ -257,6 +293,7 @@ void WaveEditor_Frm::BuildToolbars() {
 void WaveEditor_Frm::BuildStrips() {
   scalePic_ = new PictureBox(central_, kStripBackground);
   scalePic_->setObjectName("ScalePic");
+  scalePic_->installEventFilter(this);
   markerDrawPic_ = new PictureBox(central_, kStripBackground);
   markerDrawPic_->setObjectName("MarkerDrawPic");
   markerDrawPic_->installEventFilter(this);
@@ -302,27 +339,59 @@ void WaveEditor_Frm::BuildStrips() {
 void WaveEditor_Frm::BuildLabels() {
   botFrame_ = new QWidget(central_);
   botFrame_->setObjectName("BotFrame");
-  auto* grid = new QHBoxLayout(botFrame_);
-  grid->setContentsMargins(6, 2, 6, 2);
-  const auto add = [&](const QString& caption, const QString& name, const QString& text) {
-    if (!caption.isEmpty()) grid->addWidget(new QLabel(caption, botFrame_));
-    auto* label = new QLabel(text, botFrame_);
+  // Each value label is as wide as the longest text it shows: a time of up to ten hours, a
+  // slide count, a marker's kind.
+  const QString time = "0:00:00.00";
+  QWidget* pair = nullptr;
+  const auto add = [&](const QString& caption, const QString& name, const QString& text,
+                       const QString& widest) {
+    if (!caption.isEmpty()) {
+      pair = new QWidget(botFrame_);
+      auto* row = new QHBoxLayout(pair);
+      row->setContentsMargins(0, 0, 0, 0);
+      row->setSpacing(4);
+      row->addWidget(new QLabel(caption, pair));
+      statusPairs_.push_back(pair);
+    }
+    auto* label = new ElidedLabel(text, widest, pair);
     label->setObjectName(name);
-    label->setFrameStyle(QFrame::Panel | QFrame::Sunken);
-    label->setMinimumWidth(64);
-    grid->addWidget(label);
+    pair->layout()->addWidget(label);
     labels_[name] = label;
   };
-  add("Total:", "DispTotDurLbl", "00:00:00.000");
-  add("Selection:", "SelectLbl0", "00:00:00.000");
-  add("From:", "SelectLbl1", "00:00:00.000");
-  add("To:", "SelectLbl2", "00:00:00.000");
-  add("Slide:", "DispSlideNoLbl", "00/00");
-  add("Length:", "DispSlideDurLbl", "00:00:00.000");
-  add("Marker:", "DispMarkPosLbl", "00:00:00.000");
-  add("", "DispMarkTypLbl", "");
-  add("Play:", "PlayPosLbl", "00");
-  grid->addStretch(1);
+  add("Total:", "DispTotDurLbl", "00:00:00.000", time);
+  add("Selection:", "SelectLbl0", "00:00:00.000", time);
+  add("From:", "SelectLbl1", "00:00:00.000", time);
+  add("To:", "SelectLbl2", "00:00:00.000", time);
+  add("Slide:", "DispSlideNoLbl", "00/00", "000/000");
+  add("Length:", "DispSlideDurLbl", "00:00:00.000", time);
+  add("Marker:", "DispMarkPosLbl", "00:00:00.000", time);
+  add("", "DispMarkTypLbl", "", "Click");
+  add("Play:", "PlayPosLbl", "00", time);
+}
+
+int WaveEditor_Frm::LayoutStatusLabels(int width) {
+  // The caption and value pairs run left to right and go on in a new row where the next
+  // would not fit, so at any width each is whole and none covers another.
+  constexpr int kMargin = 6;
+  constexpr int kSpacing = 10;
+  constexpr int kRowGap = 2;
+  constexpr int kTopBottom = 3;
+  int x = kMargin;
+  int y = kTopBottom;
+  int rowHeight = 0;
+  for (QWidget* pair : statusPairs_) {
+    const QSize wanted = pair->sizeHint();
+    const int pairWidth = std::min(wanted.width(), width - 2 * kMargin);
+    if (x > kMargin && x + pairWidth > width - kMargin) {
+      x = kMargin;
+      y += rowHeight + kRowGap;
+      rowHeight = 0;
+    }
+    pair->setGeometry(x, y, pairWidth, wanted.height());
+    x += pairWidth + kSpacing;
+    rowHeight = std::max(rowHeight, wanted.height());
+  }
+  return y + rowHeight + kTopBottom;
 }
 
 QLabel* WaveEditor_Frm::Label(const QString& name) const {
@@ -352,6 +421,7 @@ void WaveEditor_Frm::SetViewColours() {
 void WaveEditor_Frm::SetLoopONOFF() {
   try {
     Button("Loop")->setChecked(LoopOn());
+    MenuItem("PlayLoop_Mnu")->setChecked(LoopOn());
     SettingPut("Setting", "LoopOn", LoopOn() ? "1" : "0");
     PassLoopToPlayer(LoopOn());
   } catch (const std::exception& error) {
@@ -366,8 +436,9 @@ void WaveEditor_Frm::Form_Resize() {
   topFrame_->setGeometry(0, 0, width, kTopFrameHeight);
   scalePic_->setGeometry(0, kTopFrameHeight, width, kScaleHeight);
   markerDrawPic_->setGeometry(0, kTopFrameHeight + kScaleHeight - 1, width, kMarkerStripHeight);
-  botFrame_->setGeometry(0, height - kBotFrameHeight, width, kBotFrameHeight);
-  hScroll_->setGeometry(0, height - kBotFrameHeight - kScrollHeight, width, kScrollHeight);
+  const int botFrameHeight = LayoutStatusLabels(width);
+  botFrame_->setGeometry(0, height - botFrameHeight, width, botFrameHeight);
+  hScroll_->setGeometry(0, height - botFrameHeight - kScrollHeight, width, kScrollHeight);
   slideCombo_->setMinimumWidth(std::max(width / 6, 800 / 15));
   progDisplayPic_->move((central_->width() - progDisplayPic_->width()) / 2,
                         kTopFrameHeight + (kScaleHeight - progDisplayPic_->height()) / 2);
@@ -379,7 +450,7 @@ void WaveEditor_Frm::Form_Resize() {
 bool WaveEditor_Frm::Form_QueryUnload() {
   if (Editor().WaveChanged) {
     MessageRequest question;
-    question.text = "The current waveform has changed.\nDo you wish to to save it?";
+    question.text = "The current waveform has changed.\nDo you wish to save it?";
     question.icon = MessageIcon::Question;
     question.buttons = MessageButtons::YesNoCancel;
     const MessageAnswer answer = UserInterface().MsgBox(question);
@@ -428,8 +499,17 @@ void WaveEditor_Frm::FileSave_Mnu_Click() {
 
 // ---- What the undo history shows -------------------------------------------------------
 
+namespace {
+
+// The undo history's caption ("Undo [Delete]") with Alt reaching its first letter.
+QString WithMnemonic(const std::string& caption) {
+  return "&" + QString::fromStdString(caption).replace("&", "&&");
+}
+
+}  // namespace
+
 void WaveEditor_Frm::SetUndoMenuItem(const std::string& caption, bool enabled) {
-  undoMenu_->setText(QString::fromStdString(caption));
+  undoMenu_->setText(WithMnemonic(caption));
   undoMenu_->setEnabled(enabled);
 }
 
@@ -440,7 +520,7 @@ void WaveEditor_Frm::SetUndoButton(bool enabled, const std::string& toolTip) {
 
 void WaveEditor_Frm::SetRedoItem(const std::string& caption, bool enabled) {
   const QString text = QString::fromStdString(caption);
-  redoMenu_->setText(text);
+  redoMenu_->setText(WithMnemonic(caption));
   redoMenu_->setEnabled(enabled);
   Button("Redo")->setEnabled(enabled);
   Button("Redo")->setToolTip(text);

@@ -7,6 +7,7 @@
 
 #include <QMainWindow>
 #include <QPixmap>
+#include <QPoint>
 #include <QTimer>
 #include <array>
 #include <cstdint>
@@ -36,6 +37,11 @@ class ProgressShowerClass;
 
 // The scroll bar's range is 0 to this.
 inline constexpr int32_t kScrollMaximum = 10000;
+
+// Bits of the shift state the mouse and key handlers are given.
+inline constexpr int kShiftMask = 1;
+inline constexpr int kCtrlMask = 2;
+inline constexpr int kAltMask = 4;
 
 class WaveEditor_Frm : public QMainWindow, public DocumentWindow, public InsertFilePrompts {
   Q_OBJECT
@@ -132,12 +138,19 @@ class WaveEditor_Frm : public QMainWindow, public DocumentWindow, public InsertF
   bool DrawnFromPoints() const { return drawnFromPoints_; }
   void ResetDocumentReads() { documentReads_ = 0; }
 
-  // Mouse and key handlers of the wave pictures (Index 1 left, 2 right).
-  void Wave_Pic_MouseDown(int Index, double X);
+  // Mouse and key handlers of the wave pictures (Index 1 left, 2 right). Shift is the
+  // shift state: kShiftMask, kCtrlMask and kAltMask.
+  void Wave_Pic_MouseDown(int Index, double X, int Shift = 0);
   void Wave_Pic_MouseMove(int Index, double X);
   void Wave_Pic_MouseUp(int Index, double X);
   void Wave_Pic_KeyPress(int Index, const QString& Key);
   void Wave_Pic_KeyUp(int Index, int KeyCode, int Shift);
+  // The cursor and view keys (Qt key codes) of the wave pictures, the marker strip and the
+  // scroll bar; false for a key they leave alone.
+  bool Wave_Pic_KeyDown(int KeyCode, int Shift);
+  // The wheel over the wave pictures and the strips: scrolls, or with Ctrl zooms around the
+  // position under the pointer at X.
+  void Wave_Pic_MouseWheel(QPoint angleDelta, int Shift, double X);
   void HScroll_Change();
 
  signals:
@@ -153,9 +166,15 @@ class WaveEditor_Frm : public QMainWindow, public DocumentWindow, public InsertF
   void BuildToolbars();
   void BuildStrips();
   void BuildLabels();
+  // Places the status label pairs in as many rows as the width needs; returns the height of
+  // the bottom bar.
+  int LayoutStatusLabels(int width);
   void BuildMarkerMenus();
   void MarkerHoverTest(double X, double Y, int Shift);
   void ShowDragIndicator(int32_t position);
+  // While a slide boundary is dragged: says in the strip how many markers a drop at the
+  // position would delete, or hides the warning when none.
+  void ShowDragWarning(int32_t position);
   void Form_Resize();
   bool Form_QueryUnload();
   void SetViewColours();
@@ -180,6 +199,9 @@ class WaveEditor_Frm : public QMainWindow, public DocumentWindow, public InsertF
   void MoveMouseLines(int x);
   bool SelectionEdgeUnderMouse(double X, bool startEdge) const;
   void SelectSlideInChooser(int32_t slide);
+  // Puts the cursor (and with `extend` the selection's moving end) at the position, brings
+  // it into view, makes its slide current and redraws.
+  void MoveCursorByKey(int32_t position, bool extend);
   int32_t Length() const;
   QAction* AddMenuItem(QMenu* menu, const QString& name, const QString& caption,
                        std::function<void()> handler, const QKeySequence& shortcut = {});
@@ -210,6 +232,7 @@ class WaveEditor_Frm : public QMainWindow, public DocumentWindow, public InsertF
   QWidget* progDisplayPic_ = nullptr;
   PictureBox* progBarPic_ = nullptr;
   std::map<QString, QLabel*> labels_;
+  std::vector<QWidget*> statusPairs_;  // a caption with its value labels, in reading order
   std::map<QString, QAction*> buttons_;
   std::map<QString, QAction*> menuItems_;
   QAction* undoMenu_ = nullptr;
@@ -232,6 +255,7 @@ class WaveEditor_Frm : public QMainWindow, public DocumentWindow, public InsertF
   bool DragMoved = false;
   bool ScrollUpdating = false;
   bool ChooserUpdating = false;
+  int wheelZoomRest_ = 0;  // Ctrl+wheel turning short of a whole notch
 
   // The marker strip's mouse state.
   bool FlagDragging = false;
@@ -247,6 +271,7 @@ class WaveEditor_Frm : public QMainWindow, public DocumentWindow, public InsertF
   int32_t PopupMarker = 0;
   QMenu* markerPopMnu_ = nullptr;
   QMenu* markerPop2Mnu_ = nullptr;
+  QLabel* dragWarningLbl_ = nullptr;
   int64_t documentReads_ = 0;
   QPainter* stripPainter_ = nullptr;               // open while the strip's flags are drawn
   std::vector<std::pair<int, QColor>> flagLines_;  // flag lines still to draw in the waves

@@ -7,6 +7,7 @@
 #include <QScrollBar>
 #include <array>
 #include <cmath>
+#include <limits>
 #include <optional>
 #include <vector>
 
@@ -336,10 +337,22 @@ void WaveEditor_Frm::RefreshDrawMarkers() {
   QPainter stripPainter(&markerDrawPic_->Image());
   stripPainter.setFont(StripFont());
   stripPainter_ = &stripPainter;
+  // A label is drawn only where it ends before the next flag of its row, so flags close
+  // together show no labels over each other; the flags themselves are all drawn.
+  const QFontMetrics metrics = stripPainter.fontMetrics();
+  const auto fits = [&](int x, int offset, const QString& label, int nextFlagLeft) {
+    return x + offset + metrics.horizontalAdvance(label) < nextFlagLeft;
+  };
+  const auto slideX = [&](int32_t i) {
+    return i <= project.SlideEntryCount ? PixelOf(project.Slides[static_cast<size_t>(i)].Start)
+                                        : std::numeric_limits<int32_t>::max();
+  };
   for (int32_t i = 1; i <= project.SlideEntryCount; ++i) {
-    const int32_t x = PixelOf(project.Slides[static_cast<size_t>(i)].Start);
+    const int32_t x = slideX(i);
     const uint32_t colour = i == view.CurrentSlide ? kCurrentSlideText : kOtherSlideText;
-    DrawMarkerFlag(x, 0, i, i == project.SlideEntryCount ? -1 : static_cast<int32_t>(colour));
+    const bool labelled =
+        i != project.SlideEntryCount && fits(x, 5, QString("Slide %1").arg(i), slideX(i + 1) - 2);
+    DrawMarkerFlag(x, 0, i, labelled ? static_cast<int32_t>(colour) : -1);
   }
 
   if (view.CurrentMarker < 1 || view.CurrentMarker > project.MarkerCount) view.CurrentMarker = 1;
@@ -353,7 +366,16 @@ void WaveEditor_Frm::RefreshDrawMarkers() {
     const uint32_t colour = marker.Slide == view.CurrentSlide ? kCurrentSlideText : kOtherSlideText;
     const int32_t x = PixelOf(marker.Position);
     if (x >= 0 && x <= width && (marker.Kind == kClickMarker || marker.Kind == kAutoMarker)) {
-      DrawMarkerFlag(x, marker.Kind, number, static_cast<int32_t>(colour));
+      // The next flag in the marker row: the next marker's, or the end of the marker's
+      // slide, whichever comes first.
+      int32_t next = slideX(marker.Slide + 1) - 2;
+      if (i < project.MarkerCount) {
+        next = std::min(next, PixelOf(project.Markers[static_cast<size_t>(i) + 1].Position) - 1);
+      }
+      const QString label =
+          QString(marker.Kind == kClickMarker ? "C" : "A") + QString::number(number);
+      DrawMarkerFlag(x, marker.Kind, number,
+                     fits(x, 4, label, next) ? static_cast<int32_t>(colour) : -1);
       if (i == view.CurrentMarker) currentX = x;
     }
   }

@@ -2,6 +2,7 @@
 // dragging a marker or a boundary within its limits, picking a marker, the pop-up menus
 // that add and delete markers, and stepping from marker to marker.
 #include <QCursor>
+#include <QLabel>
 #include <QMenu>
 #include <QMouseEvent>
 #include <algorithm>
@@ -19,12 +20,25 @@ namespace quorvane {
 
 namespace {
 
+// A flag is taken by the mouse up to this many pixels either side of its line: a zone of
+// seven pixels, wider than the flag itself, so a flag is easy to grab.
+constexpr double kGrabReach = 3;
+
 MarkerInfo& MarkerAt(int32_t index) { return Project().Markers[static_cast<size_t>(index)]; }
 int32_t SlideStart(int32_t index) { return Project().Slides[static_cast<size_t>(index)].Start; }
 
 }  // namespace
 
 void WaveEditor_Frm::BuildMarkerMenus() {
+  dragWarningLbl_ = new QLabel(markerDrawPic_);
+  dragWarningLbl_->setObjectName("DragWarningLbl");
+  dragWarningLbl_->setAutoFillBackground(true);
+  dragWarningLbl_->setStyleSheet(
+      "background: rgb(255, 255, 200); color: black; padding: 1px 4px;"
+      "border: 1px solid rgb(128, 128, 128);");
+  dragWarningLbl_->setAttribute(Qt::WA_TransparentForMouseEvents);
+  dragWarningLbl_->hide();
+
   markerPopMnu_ = new QMenu(this);
   markerPopMnu_->setObjectName("MarkerPopMnu");
   QAction* remove = markerPopMnu_->addAction("Delete");
@@ -47,7 +61,7 @@ void WaveEditor_Frm::MarkerHoverTest(double X, double Y, int Shift) {
     for (int32_t k = 1; k <= project.MarkerCount; ++k) {
       const int32_t i = lowestFirst ? k : project.MarkerCount + 1 - k;
       const int32_t xm = PixelOf(MarkerAt(i).Position);
-      if (X - 1 <= xm && xm <= X + 2) {
+      if (X - kGrabReach <= xm && xm <= X + kGrabReach) {
         FlagHover = true;
         HoverMarker = i;
         HoverSlide = MarkerAt(i).Slide;
@@ -59,7 +73,7 @@ void WaveEditor_Frm::MarkerHoverTest(double X, double Y, int Shift) {
     for (int32_t k = 2; k <= project.SlideEntryCount; ++k) {
       const int32_t i = lowestFirst ? k : project.SlideEntryCount + 2 - k;
       const int32_t xs = PixelOf(SlideStart(i));
-      if (X - 2 <= xs && xs <= X + 3) {
+      if (X - kGrabReach <= xs && xs <= X + kGrabReach) {
         FlagHover = true;
         HoverMarker = 0;
         HoverSlide = i;
@@ -140,7 +154,9 @@ void WaveEditor_Frm::MarkerDrawPic_MouseMove(int Shift, double X, double Y) {
   if (x >= 1 && x <= View().ViewPixels) MoveMouseLines(x);
   if (FlagDragging) {
     FlagDragMoved = true;
-    ShowDragIndicator(std::clamp(p, DragMin, DragMax));
+    const int32_t q = std::clamp(p, DragMin, DragMax);
+    ShowDragIndicator(q);
+    ShowDragWarning(q);
   } else {
     MarkerHoverTest(X, Y, Shift);
     markPickedShape_->visible = false;
@@ -175,7 +191,30 @@ void WaveEditor_Frm::MarkerDrawPic_MouseUp(double X) {
   FlagDragging = false;
   FlagDragMoved = false;
   markPickedShape_->visible = false;
+  dragWarningLbl_->hide();
   markerDrawPic_->update();
+}
+
+void WaveEditor_Frm::ShowDragWarning(int32_t position) {
+  const size_t passed = DragMarker == 0 && document_ != nullptr
+                            ? document_->MarkersPassedBySlideStart(DragSlide, position).size()
+                            : 0;
+  if (passed == 0) {
+    dragWarningLbl_->hide();
+    return;
+  }
+  dragWarningLbl_->setText(QString("Dropping here deletes %1 marker%2 (Undo brings %3 back)")
+                               .arg(passed)
+                               .arg(passed == 1 ? "" : "s")
+                               .arg(passed == 1 ? "it" : "them"));
+  dragWarningLbl_->adjustSize();
+  // Beside the indicator, on the side with room.
+  const int x = PixelOf(position);
+  const int width = dragWarningLbl_->width();
+  const int left = x + 8 + width <= markerDrawPic_->width() ? x + 8 : std::max(x - 8 - width, 0);
+  dragWarningLbl_->move(left, (markerDrawPic_->height() - dragWarningLbl_->height()) / 2);
+  dragWarningLbl_->show();
+  dragWarningLbl_->raise();
 }
 
 void WaveEditor_Frm::MarkerPop2AddMnu_Click(int32_t Index) {

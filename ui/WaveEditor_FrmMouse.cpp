@@ -6,7 +6,10 @@
 #include <QPainter>
 #include <QScrollBar>
 #include <QToolBar>
+#include <QWheelEvent>
+#include <algorithm>
 #include <array>
+#include <cstdlib>
 
 #include "core/Interaction.h"
 #include "core/ProjectTables.h"
@@ -39,6 +42,13 @@ int DigitKeyCode(const QKeyEvent& key) {
   return key.key() & 0xFFFF;
 }
 
+// The shift state of an event as the handlers count it.
+int ShiftState(Qt::KeyboardModifiers modifiers) {
+  return (modifiers.testFlag(Qt::ShiftModifier) ? kShiftMask : 0) |
+         (modifiers.testFlag(Qt::ControlModifier) ? kCtrlMask : 0) |
+         (modifiers.testFlag(Qt::AltModifier) ? kAltMask : 0);
+}
+
 }  // namespace
 
 bool WaveEditor_Frm::SelectionEdgeUnderMouse(double X, bool startEdge) const {
@@ -62,15 +72,31 @@ void WaveEditor_Frm::MoveMouseLines(int x) {
   }
 }
 
-void WaveEditor_Frm::Wave_Pic_MouseDown(int /*Index*/, double X) {
+void WaveEditor_Frm::Wave_Pic_MouseDown(int /*Index*/, double X, int Shift) {
   const int32_t length = Length();
   if (length < 1) return;
   EditorState& editor = Editor();
   const int32_t p = PositionAtPixel(X, length);
   Trace("Wave_Pic_MouseDown:", p, "- ", editor.ViewStart);
+  // Shift+click extends the selection from its end away from the click (from the cursor
+  // when only a position is selected) to the click; dragging on goes on extending it.
+  int32_t extendFrom = 0;
+  if ((Shift & kShiftMask) != 0) {
+    extendFrom = std::clamp(editor.CursorPos, 1, length);
+    if (editor.SelStart != 0 && editor.SelStart != editor.SelEnd) {
+      extendFrom = std::abs(p - editor.SelStart) > std::abs(p - editor.SelEnd) ? editor.SelStart
+                                                                               : editor.SelEnd;
+    }
+  }
   editor.CursorPos = p;
   PositionBlinkCursor();
-  if (SelectionEdgeUnderMouse(X, true)) {
+  if (extendFrom != 0) {
+    DragAnchor = extendFrom;
+    DragFirst = std::min(extendFrom, p);
+    DragLast = std::max(extendFrom, p);
+    DrawDragSelection(DragAnchor, p);
+    UpdateSelectionLabels(true);
+  } else if (SelectionEdgeUnderMouse(X, true)) {
     DragAnchor = editor.SelEnd;
     DragFirst = editor.SelStart;
     DragLast = editor.SelEnd;
@@ -123,8 +149,8 @@ void WaveEditor_Frm::DrawDragSelection(int32_t anchor, int32_t position) {
     QPainter painter(&picture->Image());
     painter.drawPixmap(0, 0, backup);
     painter.setCompositionMode(QPainter::RasterOp_NotSource);
-    const QRect columns(xa, 0, xp - xa, backup.height());
-    painter.drawPixmap(columns, backup, columns);
+    painter.setClipRect(QRect(xa, 0, xp - xa, picture->height()));
+    painter.drawPixmap(0, 0, backup);
     painter.end();
     picture->update();
   }
@@ -227,6 +253,17 @@ bool WaveEditor_Frm::eventFilter(QObject* watched, QEvent* event) {
       Wave_Pic_KeyPress(1, " ");
       return true;
     }
+    // The chooser keeps its own arrows, Home and End for choosing a slide.
+    if (watched != slideCombo_ && Wave_Pic_KeyDown(key->key(), ShiftState(key->modifiers()))) {
+      return true;
+    }
+  }
+  const bool wheelTarget = watched == markerDrawPic_ || watched == scalePic_ ||
+                           watched == Wave_Pic(1) || watched == Wave_Pic(2);
+  if (wheelTarget && event->type() == QEvent::Wheel) {
+    const auto* wheel = static_cast<QWheelEvent*>(event);
+    Wave_Pic_MouseWheel(wheel->angleDelta(), ShiftState(wheel->modifiers()), wheel->position().x());
+    return true;
   }
   if (watched == markerDrawPic_) {
     const QEvent::Type type = event->type();
@@ -246,9 +283,11 @@ bool WaveEditor_Frm::eventFilter(QObject* watched, QEvent* event) {
   const int index = watched == Wave_Pic(1) ? 1 : (watched == Wave_Pic(2) ? 2 : 0);
   if (index == 0) return QMainWindow::eventFilter(watched, event);
   switch (event->type()) {
-    case QEvent::MouseButtonPress:
-      Wave_Pic_MouseDown(index, static_cast<QMouseEvent*>(event)->position().x());
+    case QEvent::MouseButtonPress: {
+      const auto* mouse = static_cast<QMouseEvent*>(event);
+      Wave_Pic_MouseDown(index, mouse->position().x(), ShiftState(mouse->modifiers()));
       return true;
+    }
     case QEvent::MouseMove:
       Wave_Pic_MouseMove(index, static_cast<QMouseEvent*>(event)->position().x());
       return true;

@@ -370,9 +370,9 @@ TEST_F(ProjectSession, MarkersOutsideTheirSlideAreIgnoredWithAMessage) {
   LoadProject(plan);
   const std::string ignored = "A marker is out of the slide duration that is ignored\r\n";
   EXPECT_EQ(ui.Texts(), (std::vector<std::string>{
-                            ignored + "Marker type: Click, Posiion:  1.5\r\nSlide title: Intro",
-                            ignored + "Marker type: Click, Posiion: -0.1\r\nSlide title: Intro",
-                            ignored + "Marker type: Auto, Posiion: 1.5\r\nSlide title: Results"}));
+                            ignored + "Marker type: Click, Position:  1.5\r\nSlide title: Intro",
+                            ignored + "Marker type: Click, Position: -0.1\r\nSlide title: Intro",
+                            ignored + "Marker type: Auto, Position: 1.5\r\nSlide title: Results"}));
   ui.messages.clear();
   // In position order; 0.25 s is 5512.5 samples, rounded to even; "abc" is 0 s; a marker
   // at the slide's very end is kept, and keeps its place before the next slide's marker

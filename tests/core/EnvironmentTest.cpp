@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <fstream>
 #include <limits>
+#include <optional>
 
 #include "core/AppFolders.h"
 #include "core/DiskSpace.h"
@@ -25,6 +26,7 @@ class EnvironmentTest : public ::testing::Test {
  protected:
   void SetUp() override {
     ResetEnvironment();
+    configHome.emplace("XDG_CONFIG_HOME", root.File("config"));
     fs::create_directory(root.File("app"));
     fs::create_directory(root.File("tmp"));
     InitAppPaths(root.File("app"), root.File("tmp") + "/");
@@ -32,23 +34,30 @@ class EnvironmentTest : public ::testing::Test {
   void TearDown() override { ResetEnvironment(); }
 
   TempFolder root;
+  std::optional<ScopedVariable> configHome;
 };
 
 TEST_F(EnvironmentTest, AppPathsUseTheTemporaryFolderWithoutItsTrailingSlashOrFallBack) {
   EXPECT_EQ(Env().AppPath, root.File("app"));
   EXPECT_EQ(Env().SystemTempPath, root.File("tmp"));
-  EXPECT_EQ(Env().SettingsFile, root.File("app") + "/quorvane-audio.ini");
   // An unusable temporary folder falls back to the program folder.
   for (const std::string& unusable :
        {root.File("missing"), root.Write("plainfile", "x"), std::string("   ")}) {
     InitAppPaths(root.File("app"), unusable);
     EXPECT_EQ(Env().SystemTempPath, root.File("app")) << unusable;
   }
-  // So does the settings file, to the user's configuration folder.
-  const ScopedVariable configHome("XDG_CONFIG_HOME", root.File("config"));
-  EXPECT_EQ(SettingsFilePlace(root.File("no-such-folder")),
-            root.File("config") + "/quorvane-audio/quorvane-audio.ini");
-  EXPECT_TRUE(fs::is_directory(root.File("config") + "/quorvane-audio"));
+}
+
+// The settings file lives in the user's configuration folder (and the clipboard's
+// description files beside it), also when the program's folder could be written: nothing
+// lands beside the program.
+TEST_F(EnvironmentTest, SettingsLiveInTheUsersConfigurationFolder) {
+  const std::string folder = root.File("config") + "/quorvane-audio";
+  EXPECT_EQ(Env().SettingsFile, folder + "/quorvane-audio.ini");
+  EXPECT_TRUE(fs::is_directory(folder)) << "made at start-up";
+  SettingPut("Setting", "LoopOn", "1");
+  EXPECT_TRUE(fs::exists(folder + "/quorvane-audio.ini"));
+  EXPECT_TRUE(fs::is_empty(root.File("app")));
 }
 
 TEST_F(EnvironmentTest, SettingsRoundTripWithTheirDefaults) {

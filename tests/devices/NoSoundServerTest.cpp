@@ -20,11 +20,11 @@ TEST_F(WithoutSound, StartUpReportsTheDriverPlaySaysItIsOffRecordFindsNoDevice) 
   ASSERT_EQ(ui.messages.size(), 1U);
   EXPECT_EQ(ui.messages[0].text,
             "There is an error initializing Sound Driver\n"
-            "Check whether another application is using sound driver exclusively.\n"
-            "If yes, put that off and then ON the Sound driver in Options window (Tools-Options "
-            "menu).\n\n"
-            "Other wise, if this problem persists you may need to reinstall DirectX7 or Sound "
-            "Card's Driver");
+            "Check whether the sound server (PulseAudio or PipeWire) is running and has an "
+            "output device.\n"
+            "If not, start it or choose an output in the desktop's sound settings, then open "
+            "the editor again.\n\n"
+            "Otherwise, if this problem persists, check your sound card's driver");
   EXPECT_EQ(SoundDriverHandle(), 0);
   WaveEditor_Frm& window = session->Window();
   window.PlayToolbar_ButtonClick("Stop");

@@ -43,6 +43,17 @@ TEST_F(WindowPlayback, PlayToolbarFollowsPlayPauseContinueAndTheEnd) {
   EXPECT_TRUE(ui.messages.empty());
 }
 
+TEST_F(WindowPlayback, EscapeStopsPlayback) {
+  WaveEditor_Frm& window = Open();
+  window.PlayToolbar_ButtonClick("PlayNew");
+  ASSERT_TRUE(QTest::qWaitFor([] { return PlayedSamples() > kRate / 10; }, 3000));
+  QTest::keyClick(window.Wave_Pic(1), Qt::Key_Escape);
+  EXPECT_EQ(CurrentPlayState(), 0);
+  EXPECT_TRUE(QTest::qWaitFor([&] { return window.Button("PlayNew")->isEnabled(); }, 1000));
+  EXPECT_FALSE(window.Button("Stop")->isEnabled());
+  EXPECT_LT(PlayedSamples(), 2 * kFrames) << "stopped before the end";
+}
+
 // The stretches of sound in a recording, in seconds: runs of loud frames at most a tenth
 // of a second apart.
 std::vector<double> SoundLengths(const std::vector<int16_t>& samples, int32_t channels,
@@ -142,7 +153,7 @@ TEST_F(WindowPlayback, RecordButtonInsertsTheRecordingAtTheCursor) {
   window.Button("Record")->trigger();
   EXPECT_GT(recorded, kRate / 2 - 1);
   EXPECT_EQ(session->Document()->WavWaveINos, 2 * kFrames + recorded);
-  EXPECT_EQ(window.MenuItem("Undo_Mnu")->text().toStdString(), "Undo [Insert Recording]");
+  EXPECT_EQ(window.MenuItem("Undo_Mnu")->iconText().toStdString(), "Undo [Insert Recording]");
 }
 
 }  // namespace

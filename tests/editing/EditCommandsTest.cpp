@@ -193,8 +193,8 @@ TEST_F(EditCommands, InsertAudioFileRefusesMissingFilesAndOtherTypes) {
   for (const auto& [file, message] : std::vector<std::pair<std::string, std::string>>{
            {files.File("gone.wav"), "File not found\r\n" + files.File("gone.wav")},
            {text,
-            "Can not open this file type\r\n\r\nIf you know that audio data exists in this "
-            "file,\r\nyou can rename it to .raw type and try opening it."}}) {
+            "Can not open this file type\r\n\r\nAudio files ending in .wav (plain or "
+            "compressed WAV) or .mp3\r\ncan be inserted."}}) {
     prompts.file = file;
     EXPECT_FALSE(InsertAudioFile(document, "", 1, prompts));
     EXPECT_EQ(ui.Texts().back(), message);

@@ -71,23 +71,10 @@ class WaveEditorWindow : public ::testing::Test {
 
   static QRgb PixelAt(const QPixmap& image, int x, int y) { return image.toImage().pixel(x, y); }
 
-  // The settings file beside the program is the user's: each case leaves it as it found it.
-  struct KeptSettings {
-    std::string path = quorvane::ProgramFolder() + "/quorvane-audio.ini";
-    bool existed = std::filesystem::exists(path);
-    std::string content = ReadFileBytes(path);
-    ~KeptSettings() {
-      if (existed) {
-        std::ofstream(path, std::ios::binary | std::ios::trunc) << content;
-      } else {
-        std::filesystem::remove(path);
-      }
-    }
-  } keptSettings;
   TempFolder files;
   TempFolder temp;
   ScopedVariable tmpdir{"TMPDIR", temp.Path()};
-  ScopedVariable config{"XDG_CONFIG_HOME", files.Path()};
+  ScopedVariable config{"XDG_CONFIG_HOME", files.Path()};  // the settings of each case
   RecordingInteraction ui;
   std::string project;
   std::unique_ptr<EditorSession> session;

@@ -44,7 +44,9 @@ class WaveEditorEditing : public WaveEditorWindow {
     QTest::mouseMove(strip, QPoint(PixelOf(to), kFlagY));
     QTest::mouseRelease(strip, Qt::LeftButton, {}, QPoint(PixelOf(to), kFlagY));
   }
-  std::string UndoCaption() { return session->Window().MenuItem("Undo_Mnu")->text().toStdString(); }
+  std::string UndoCaption() {
+    return session->Window().MenuItem("Undo_Mnu")->iconText().toStdString();
+  }
   std::vector<int16_t> Left(int32_t from, int32_t count) {
     std::vector<int16_t> samples;
     for (int32_t p = from; p < from + count; ++p) samples.push_back(session->Document()->WaveL(p));
@@ -81,15 +83,84 @@ TEST_F(WaveEditorEditing, ABoundaryDraggedOverAMarkerDeletesItOneUndoBringsBothB
   ASSERT_EQ(Project().MarkerCount, 2);
   EXPECT_EQ(Project().Markers[1].Position, kClick);
   EXPECT_EQ(UndoCaption(), "Undo [Nothing]");
-  EXPECT_EQ(window.MenuItem("Redo_Mnu")->text().toStdString(), "Redo [Slide Drag]");
+  EXPECT_EQ(window.MenuItem("Redo_Mnu")->iconText().toStdString(), "Redo [Slide Drag]");
   EXPECT_TRUE(window.Button("Redo")->isEnabled());
 
   QTest::keyClick(&window, Qt::Key_Y, Qt::ControlModifier);
   EXPECT_EQ(Project().Slides[2].Start, dropped);
   EXPECT_EQ(Project().MarkerCount, 1);
   EXPECT_EQ(UndoCaption(), "Undo [Slide Drag]");
-  EXPECT_EQ(window.MenuItem("Redo_Mnu")->text().toStdString(), "Redo [Nothing]");
+  EXPECT_EQ(window.MenuItem("Redo_Mnu")->iconText().toStdString(), "Redo [Nothing]");
   EXPECT_FALSE(window.Button("Redo")->isEnabled());
+}
+
+// A flag is taken up to three pixels either side of its line, and not further.
+TEST_F(WaveEditorEditing, AMarkerFlagIsGrabbedWithinThreePixelsOfItsLine) {
+  WaveEditor_Frm& window = Open();
+  PictureBox* strip = window.MarkerDrawPic();
+  for (const auto& [offset, grabbed] : std::vector<std::pair<int, bool>>{
+           {-3, true}, {0, true}, {3, true}, {-5, false}, {5, false}}) {
+    SCOPED_TRACE(offset);
+    const QPoint from(PixelOf(kClick) + offset, kFlagY);
+    const QPoint to(from.x() + 60, kFlagY);
+    QTest::mouseMove(strip, from);
+    QTest::mousePress(strip, Qt::LeftButton, {}, from);
+    QTest::mouseMove(strip, to);
+    QTest::mouseRelease(strip, Qt::LeftButton, {}, to);
+    EXPECT_EQ(Project().Markers[1].Position != kClick, grabbed);
+    if (grabbed) window.MenuItem("Undo_Mnu")->trigger();
+  }
+}
+
+// While a slide boundary is dragged past markers, the strip says how many the drop deletes.
+TEST_F(WaveEditorEditing, DraggingABoundaryPastMarkersSaysBeforeTheDropThatTheyGo) {
+  WaveEditor_Frm& window = Open();
+  PictureBox* strip = window.MarkerDrawPic();
+  auto* warning = strip->findChild<QLabel*>("DragWarningLbl");
+  ASSERT_NE(warning, nullptr);
+  const QPoint boundary(PixelOf(kFrames + 1), kFlagY);
+  QTest::mouseMove(strip, boundary);
+  QTest::mousePress(strip, Qt::LeftButton, {}, boundary);
+  QTest::mouseMove(strip, QPoint(PixelOf(3000), kFlagY));
+  EXPECT_FALSE(warning->isVisible()) << "no marker passed yet";
+  QTest::mouseMove(strip, QPoint(PixelOf(1500), kFlagY));
+  EXPECT_TRUE(warning->isVisible());
+  EXPECT_EQ(warning->text().toStdString(), "Dropping here deletes 1 marker (Undo brings it back)");
+  QTest::mouseMove(strip, QPoint(PixelOf(kFrames + 1 + kRate / 5), kFlagY));
+  EXPECT_EQ(warning->text().toStdString(), "Dropping here deletes 1 marker (Undo brings it back)")
+      << "the auto marker of slide 2, passed to the right";
+  QTest::mouseRelease(strip, Qt::LeftButton, {}, QPoint(PixelOf(kFrames + 1 + kRate / 5), kFlagY));
+  EXPECT_FALSE(warning->isVisible());
+  EXPECT_EQ(Project().MarkerCount, 1) << "the drop deletes it as before";
+}
+
+// Flags of markers a few pixels apart are drawn without their labels, which would run over
+// each other; a marker with room keeps its label.
+TEST_F(WaveEditorEditing, MarkersCloseTogetherDrawNoLabelsOverEachOther) {
+  WaveEditor_Frm& window = Open();
+  PictureBox* strip = window.MarkerDrawPic();
+  for (const int x : {300, 306}) {
+    QTest::mouseMove(strip, QPoint(x, 31));
+    QTest::mousePress(strip, Qt::RightButton, {}, QPoint(x, 31));
+    window.MarkerPop2Mnu()->hide();
+    window.findChild<QAction*>("MarkerPop2AddMnu1")->trigger();
+  }
+  ASSERT_EQ(Project().MarkerCount, 4);
+  // Label text, anything but the current slide's band, in the rows of the marker labels
+  // from x1 to x2.
+  const auto labelInk = [&](int x1, int x2) {
+    const QImage image = strip->Image().toImage();
+    int ink = 0;
+    for (int x = x1; x <= x2; ++x) {
+      for (int y = 11; y <= 22; ++y) ink += image.pixel(x, y) != QColor(51, 94, 168).rgb();
+    }
+    return ink;
+  };
+  const int close = PixelOf(Project().Markers[2].Position);
+  const int next = PixelOf(Project().Markers[3].Position);
+  ASSERT_LE(next - close, 7);
+  EXPECT_EQ(labelInk(close + 3, next - 2), 0);
+  EXPECT_GT(labelInk(PixelOf(kClick) + 3, PixelOf(kClick) + 15), 0) << "the lone marker's label";
 }
 
 TEST_F(WaveEditorEditing, PopUpMenusAddAndDeleteMarkers) {
@@ -250,11 +321,15 @@ TEST_F(WaveEditorEditing, LevelSlidesLevelsTheCheckedSlidesAndShowsTheirLoudness
     EXPECT_EQ(table->item(0, 2)->text(), "");
     level->TargetTxt()->setText("-20");
     level->LevelBtn()->click();
-    EXPECT_FALSE(level->LevelBtn()->isEnabled());
+    EXPECT_TRUE(level->LevelBtn()->isEnabled()) << "another slide may be leveled yet";
     const QString after = table->item(0, 2)->text();
     EXPECT_NEAR(after.toDouble(), -20.0, 0.1 + 1e-9) << after.toStdString();
     EXPECT_LT(table->item(0, 3)->text().toDouble(), -1.0);
     EXPECT_EQ(table->item(1, 2)->text(), "");  // not checked: not leveled
+    table->item(0, 0)->setCheckState(Qt::Unchecked);
+    EXPECT_FALSE(level->LevelBtn()->isEnabled()) << "no slide checked";
+    table->item(1, 0)->setCheckState(Qt::Checked);
+    EXPECT_TRUE(level->LevelBtn()->isEnabled());
     level->findChild<QPushButton*>("CloseBtn")->click();
   });
   window.MenuItem("VolumeLevelSlides_Mnu")->trigger();
