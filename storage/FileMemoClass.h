@@ -61,14 +61,15 @@ class FileMemoClass {
   // a mono document), read where they lie like QuickBuffGet. Stretches whose channels lie
   // side by side in a 16-bit stereo source are read straight into place.
   void QuickFramesGet(int32_t FromPos, int32_t count, int16_t* frames);
-  // The lowest and highest sample of each of `columns` pixel columns of a channel (1 left,
-  // 2 right), column c holding the positions p from `first` to `last` with
-  // floor((p - first) / perColumn) = c. Where a column holds many samples they come from
-  // the summaries, which may widen it by up to a run of samples either side. Loads
-  // nothing. False when a summary is not made yet (it is being made, those in view first):
-  // the columns are then incomplete.
-  bool ColumnPeaks(int32_t channel, int32_t first, double perColumn, int32_t columns, int32_t last,
-                   std::vector<PeakPair>& out);
+  // The lowest and highest sample of each of `columns` pixel columns of the channels
+  // WorkChn selects (0 both, 1 left, 2 right), column c holding the positions p from
+  // `first` to `last` with floor((p - first) / perColumn) = c; an unselected channel's
+  // columns stay empty. Where a column holds many samples they come from the summaries,
+  // which may widen it by up to a run of the channel's samples either side. Loads nothing.
+  // False when a summary is not made yet (it is being made, those in view first): the
+  // columns are then incomplete.
+  bool ColumnPeaks(int32_t WorkChn, int32_t first, double perColumn, int32_t columns, int32_t last,
+                   std::vector<PeakPair>& left, std::vector<PeakPair>& right);
   // New carriers holding a copy of the stretch (blocks shared by reference where they lie
   // in files); an unselected channel's carrier is empty.
   void WaveCollectData(int32_t FromPos, int32_t ToPos, int32_t WorkChn, BlockCarrBuffClass& FileObL,

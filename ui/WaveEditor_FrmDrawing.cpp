@@ -184,11 +184,9 @@ bool WaveEditor_Frm::DrawColumnPeaks(int32_t last, bool stereo) {
   const double perColumn = 1.0 / view.PixelsPerSample;
   const int channels = stereo ? 2 : 1;
   std::array<std::vector<PeakPair>, 3> peaks;
-  for (int index = 1; index <= channels; ++index) {
-    if (!document_->ColumnPeaks(index, editor.ViewStart, perColumn, view.ViewPixels, last,
-                                peaks[static_cast<size_t>(index)])) {
-      return false;
-    }
+  if (!document_->ColumnPeaks(stereo ? 0 : 1, editor.ViewStart, perColumn, view.ViewPixels, last,
+                              peaks[1], peaks[2])) {
+    return false;
   }
   for (int index = 1; index <= channels; ++index) {
     QPainter painter(&Wave_Pic(index)->Image());

@@ -370,9 +370,11 @@ class StorageModel : public StorageTest {
     const int32_t first = Random(1, length);
     for (const double perColumn : {2.5, 1100.0}) {
       const int32_t columns = 10;
-      std::vector<PeakPair> drawn;
+      std::vector<PeakPair> columnsOf[2];
+      const std::vector<PeakPair>& drawn = columnsOf[channel - 1];
       // Source files are summarized on a thread of their own.
-      for (int wait = 0; !document_.ColumnPeaks(channel, first, perColumn, columns, length, drawn);
+      for (int wait = 0; !document_.ColumnPeaks(channel, first, perColumn, columns, length,
+                                                columnsOf[0], columnsOf[1]);
            ++wait) {
         ASSERT_LT(wait, 1000) << "the summaries were never made";
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
