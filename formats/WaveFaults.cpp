@@ -77,8 +77,9 @@ WaveMessage WaveFaultMessage(const WaveLayout& layout, const std::string& fileNa
 }
 
 WaveMessage RiffBeyondFileMessage(const std::string& fileName) {
-  return {std::string("\"RIFF\" chunk is shown as bigger then the file size.") + kCrLf +
-              "If loading this file failes you can try renaming it to .raw file",
+  return {std::string("\"RIFF\" chunk is shown as bigger than the file size.") + kCrLf +
+              "The file may be cut short. If loading it fails, save it again from the program "
+              "that made it.",
           LoadingCaption(fileName), MessageIcon::None};
 }
 

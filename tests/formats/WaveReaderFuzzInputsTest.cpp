@@ -23,8 +23,9 @@ using WaveReaderFuzzInputs = testing::SessionTest;
 // block and no file in the session folder may be left.
 TEST_F(WaveReaderFuzzInputs, AreRefusedWithTheirFaultsAndLeaveNothingBehind) {
   const std::string tooBig =
-      "\"RIFF\" chunk is shown as bigger then the file size.\r\n"
-      "If loading this file failes you can try renaming it to .raw file";
+      "\"RIFF\" chunk is shown as bigger than the file size.\r\n"
+      "The file may be cut short. If loading it fails, save it again from the program that "
+      "made it.";
   const std::string failed = "Wave file loading failed";
   for (const auto& [name, texts] : std::vector<std::pair<std::string, std::vector<std::string>>>{
            // IMA ADPCM whose format chunk gives 1,836,330,816 Hz: the decoder writes the PCM

@@ -149,8 +149,9 @@ TEST_F(WaveReaderTest, SizesThatPromiseMoreThanTheFileHoldsAreCutToIt) {
   ASSERT_TRUE(Load(RiffFile({{"fmt ", format, {}}, {"data", data.substr(0, 4), 7}}, 100)));
   ASSERT_EQ(ui.Texts(),
             (std::vector<std::string>{
-                "\"RIFF\" chunk is shown as bigger then the file size.\r\n"
-                "If loading this file failes you can try renaming it to .raw file",
+                "\"RIFF\" chunk is shown as bigger than the file size.\r\n"
+                "The file may be cut short. If loading it fails, save it again from the "
+                "program that made it.",
                 "Header shows that the size of audio is\r\n2 Samples (0.000 Seconds)\r\n"
                 "But as per the size of the file it will be\r\n1 Samples (0.000 Seconds)"}));
   EXPECT_EQ(ui.messages[0].caption, "Error Loading " + path);
