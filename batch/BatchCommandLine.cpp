@@ -118,6 +118,18 @@ std::optional<BatchScript> ParseBatchCommandLine(const std::vector<std::string>&
       command.from = *at;
       command.path = words[i + 2];
       i += 3;
+    } else if (name == "replace-file") {
+      const auto from = argument(1);
+      const auto to = argument(2);
+      if (!from || !to || *from < 1 || *to < *from || i + 3 >= words.size() ||
+          words[i + 3].empty()) {
+        return std::nullopt;
+      }
+      command.kind = BatchCommand::Kind::ReplaceFile;
+      command.from = *from;
+      command.to = *to;
+      command.path = words[i + 3];
+      i += 4;
     } else if (name == "insert-silence") {
       const auto at = argument(1);
       if (!at || *at < 1 || i + 2 >= words.size()) return std::nullopt;
@@ -146,6 +158,8 @@ std::string BatchUsage() {
          "  copy FROM TO, cut FROM TO  copy (and cut) that range to the clipboard\n"
          "  paste AT                 paste the clipboard before sample AT\n"
          "  insert-file AT PATH      insert a wav or mp3 file before sample AT\n"
+         "  replace-file FROM TO PATH  replace FROM..TO with a wav or mp3 file's audio,\n"
+         "                           cross-faded at both joins\n"
          "  volume PERCENT FROM TO   change the volume of that range (0 to 200 percent)\n"
          "  maximize FROM TO         maximize that range\n"
          "  dynamic SECONDS TARGET CUTOFF FROM TO  dynamic compress/expand of that range\n"

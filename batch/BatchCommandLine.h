@@ -22,6 +22,7 @@ struct BatchCommand {
     Cut,
     Paste,
     InsertFile,
+    ReplaceFile,
     Volume,
     Maximize,
     Dynamic,
@@ -32,7 +33,7 @@ struct BatchCommand {
   int32_t from = 0;  // the range's first position; insert-silence, paste, insert-file: the position
   int32_t to = 0;    // the range's last position
   std::string seconds;  // insert-silence: the answer as given; dynamic: the window's seconds
-  std::string path;     // insert-file: the audio file
+  std::string path;     // insert-file, replace-file: the audio file
   int32_t percent = 0;  // volume: the slider's value
   std::string target;   // dynamic: target volume in percent
   std::string cutOff;   // dynamic: cut-off volume in percent

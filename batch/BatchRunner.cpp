@@ -15,6 +15,7 @@
 #include "editing/EditCommands.h"
 #include "editing/InsertAudioFile.h"
 #include "editing/LevelSlides.h"
+#include "editing/ReplaceAudio.h"
 #include "editing/SlideLoudness.h"
 #include "editing/VolumeChgFrm.h"
 #include "editing/VolumeEffects.h"
@@ -52,6 +53,7 @@ bool InsideDocument(const BatchCommand& command, const FileMemoClass& document) 
     case BatchCommand::Kind::Volume:
     case BatchCommand::Kind::Maximize:
     case BatchCommand::Kind::Dynamic:
+    case BatchCommand::Kind::ReplaceFile:
       return command.to <= document.WavWaveINos;
     case BatchCommand::Kind::Paste:
     case BatchCommand::Kind::InsertFile:
@@ -177,6 +179,10 @@ int RunBatchScript(const BatchScript& script, std::ostream& out, std::ostream& e
         InsertAudioFile(*document, "", 1, prompts);
         break;
       }
+      case BatchCommand::Kind::ReplaceFile:
+        ReplaceWithFile(*document, command.from, command.to, command.path, PunchCrossfadeMs(),
+                        "Replace File");
+        break;
       case BatchCommand::Kind::Volume:
         Select(command.from, command.to);
         VolumeCommand(*document, command.percent);

@@ -115,6 +115,27 @@ void FileMemoClass::WaveDataReplace(int32_t PosStart, int32_t WorkChn,
   replaceInProgress_ = false;
 }
 
+void FileMemoClass::WaveDataReplaceRange(int32_t PosStart, int32_t ReplacedLen,
+                                         const BlockCarrBuffClass* FileObL,
+                                         const BlockCarrBuffClass* FileObR,
+                                         const std::string& UndoName, bool IsLastOperation) {
+  const int32_t newLength = FileObL ? FileObL->WaveINos : 0;
+  const int32_t channels = WavFmtChannel == 2 ? 0 : 1;
+  const bool movesSlides = MovesSlides(channels);
+  if (movesSlides && RecordsUndo()) SaveSlidesAndMarkers(NewUndoItem(kUndoSnapshot, "", false));
+  {
+    // The delete and the insert leave boundaries and markers alone; they move once, below.
+    replaceInProgress_ = true;
+    struct Done {
+      bool& flag;
+      ~Done() { flag = false; }
+    } done{replaceInProgress_};
+    if (ReplacedLen > 0) WaveDataDelete(PosStart, channels, ReplacedLen, UndoName, false);
+    WaveDataInsert(PosStart, channels, FileObL, FileObR, UndoName, IsLastOperation);
+  }
+  if (movesSlides) ShiftForReplace(PosStart, ReplacedLen, newLength);
+}
+
 void FileMemoClass::FinishEdit(const std::string& UndoName, bool IsLastOperation) {
   // Whatever was undone no longer fits once the audio changed some other way.
   if (!replaying_ && !IsTempObject) DropRedo();

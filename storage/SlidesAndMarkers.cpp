@@ -91,6 +91,24 @@ void ShiftForDelete(int32_t PosStart, int32_t length, UndoItem* item) {
   });
 }
 
+void ShiftForReplace(int32_t PosStart, int32_t oldLength, int32_t newLength) {
+  const int32_t end = PosStart + oldLength - 1;
+  const int32_t lastNew = PosStart + std::max(newLength - 1, 0);
+  const auto moved = [&](int32_t position) {
+    if (position < PosStart) return position;
+    if (position > end) return position + newLength - oldLength;
+    return std::min(position, lastNew);
+  };
+  ProjectData& project = Project();
+  // The end entry, one past the last sample, moves with the later ones.
+  for (int32_t i = 1; i <= LastSlideEntry(); ++i) {
+    project.Slides[i].Start = moved(project.Slides[i].Start);
+  }
+  for (int32_t i = 1; i <= LastMarker(); ++i) {
+    project.Markers[i].Position = moved(project.Markers[i].Position);
+  }
+}
+
 void UnshiftInsert(int32_t PosStart, int32_t length, const UndoItem& item) {
   RestoreSlideBoundaries(item);
   const int32_t end = PosStart + length - 1;

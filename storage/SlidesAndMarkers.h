@@ -17,6 +17,11 @@ void ShiftForInsert(int32_t PosStart, int32_t length, UndoItem* item);
 // PosStart, markers inside are deleted (and kept in the item when one is given).
 void ShiftForDelete(int32_t PosStart, int32_t length, UndoItem* item);
 
+// PosStart..PosStart + oldLength - 1 became newLength other samples: boundaries and
+// markers inside keep their offset from PosStart, at most newLength - 1 (PosStart when
+// nothing came in); later ones move by the difference.
+void ShiftForReplace(int32_t PosStart, int32_t oldLength, int32_t newLength);
+
 // Undo of an insert (or a padding) and of a delete.
 void UnshiftInsert(int32_t PosStart, int32_t length, const UndoItem& item);
 void UnshiftDelete(int32_t PosStart, int32_t length, const UndoItem& item);

@@ -313,6 +313,49 @@ TEST_F(BatchTool, AFileInsertedAtTheEndIsSavedWithTheLastSlide) {
   EXPECT_EQ(ReadFileBytes(Track("gap.wav")), PcmWave(2, 11025, 16, Interleave(last, last)));
 }
 
+// replace-file puts a file's audio in place of a range as one undo item: boundaries and
+// markers inside keep their offset from the range's start, up to the new audio's last
+// sample, later ones move by the change in length; undo sets everything back.
+TEST_F(BatchTool, AFileReplacesARangeAndWhatLiesInsideKeepsItsOffset) {
+  WriteProject();
+  struct Case {
+    int from, to, takeLength;
+    std::array<int64_t, 4> slides;
+    std::vector<int64_t> markers;
+  };
+  const Case cases[] = {
+      // A longer take: the marker and the boundary inside stay, the rest move on.
+      {500, 1200, 1000, {1, 1001, 2100, 4305}, {111, 552, 1741}},
+      // A shorter take: what lies beyond its end comes to its last sample.
+      {500, 1500, 300, {1, 799, 1100, 3305}, {111, 552, 799}},
+      // A whole slide: its boundary at the range's start stays.
+      {1001, 1800, 300, {1, 1001, 1301, 3506}, {111, 552, 1300}},
+  };
+  for (const Case& c : cases) {
+    const std::vector<int16_t> take(static_cast<size_t>(c.takeLength), 1000);
+    const std::string path = folder.Write("take.wav", PcmWave(1, 11025, 16, take));
+    const int last = c.from + c.takeLength - 1;
+    const ProgramRun run = Run("replace-file " + std::to_string(c.from) + " " +
+                               std::to_string(c.to) + " " + path + " info samples " +
+                               std::to_string(c.from + 110) + " " + std::to_string(last - 110) +
+                               " undo info redo info");
+    EXPECT_EQ(run.exitStatus, 0) << run.err;
+    const int64_t length = 4005 + c.takeLength - (c.to - c.from + 1);
+    const std::string after = Info(length, true, "Undo [Replace File]", c.slides, c.markers);
+    // Between the 10 ms cross-fades (110 samples) lies the take itself, on both sides.
+    const std::vector<int16_t> middle(static_cast<size_t>(c.takeLength - 220), 1000);
+    const std::string undone =
+        Info(4005, true, "Undo [Nothing]", {1, 1001, 1801, 4006}, {111, 552, 1442});
+    EXPECT_EQ(run.out, after + SamplesLine(middle, middle) + undone + after) << c.from;
+  }
+  // The joins blend into the audio around them: a file holding the replaced range's own
+  // samples leaves every sample as it was.
+  const std::string same = folder.Write("same.wav", PcmWave(1, 11025, 16, Stretch(one, 201, 800)));
+  const ProgramRun run = Run("replace-file 201 800 " + same + " samples 1 1000");
+  EXPECT_EQ(run.out, SamplesLine(one, one));
+  ExpectSessionFolderGone();
+}
+
 // A saved WAV track carries its slide's markers as cue points that a second tool reads,
 // and still loads with its samples; a WAV file's cue points come in with it as click
 // markers, which the insert's undo takes away again.
