@@ -93,7 +93,7 @@ int32_t WaveInDevice::waveInAddBuffer(WAVEHDR& header) {
   return MMSYSERR_NOERROR;
 }
 
-int32_t WaveInDevice::waveInStart() {
+int32_t WaveInDevice::waveInStart(int64_t framesFromNow) {
   if (!IsOpen()) return MMSYSERR_INVALHANDLE;
   // Asked before taking the lock: the answer comes through the stream's thread, which
   // needs the lock to hand over the audio that arrives meanwhile.
@@ -102,7 +102,8 @@ int32_t WaveInDevice::waveInStart() {
   {
     std::lock_guard lock(mutex_);
     if (Taking()) return MMSYSERR_NOERROR;
-    const int64_t start = position >= 0 ? FrameAligned(position) : received_;
+    const int64_t start = (position >= 0 ? FrameAligned(position) : received_) +
+                          framesFromNow * frameBytes_;
     startAt_ = std::max(start, historyFrom_);
     stopAt_ = kNone;
     stopped_ = false;
@@ -121,6 +122,19 @@ int32_t WaveInDevice::waveInStop() {
     std::lock_guard lock(mutex_);
     if (!Taking() || stopAt_ != kNone) return MMSYSERR_NOERROR;
     stopAt_ = std::max(startAt_, position >= 0 ? FrameAligned(position) : received_);
+    if (received_ >= stopAt_ || stream_.Lost()) handed = FinishStop();
+  }
+  HandBack(handed);
+  return MMSYSERR_NOERROR;
+}
+
+int32_t WaveInDevice::waveInStopAfter(int64_t frames) {
+  if (!IsOpen()) return MMSYSERR_INVALHANDLE;
+  int handed = 0;
+  {
+    std::lock_guard lock(mutex_);
+    if (!Taking() || stopAt_ != kNone) return MMSYSERR_NOERROR;
+    stopAt_ = startAt_ + std::max<int64_t>(frames, 0) * frameBytes_;
     if (received_ >= stopAt_ || stream_.Lost()) handed = FinishStop();
   }
   HandBack(handed);

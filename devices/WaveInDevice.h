@@ -79,11 +79,14 @@ class WaveInDevice {
   int32_t waveInPrepareHeader(WAVEHDR& header);
   int32_t waveInUnprepareHeader(WAVEHDR& header);
   int32_t waveInAddBuffer(WAVEHDR& header);
-  // Keeps the sound from this moment on.
-  int32_t waveInStart();
+  // Keeps the sound from this moment on, or from `framesFromNow` frames after it (before
+  // it when negative, as far as the history reaches).
+  int32_t waveInStart(int64_t framesFromNow = 0);
   // Ends the take at this moment; the buffers go on filling until the sound captured up to
   // it has arrived (StopPending), then the partly filled one comes back.
   int32_t waveInStop();
+  // Ends the take `frames` frames after its first, whenever that sound arrives.
+  int32_t waveInStopAfter(int64_t frames);
   int32_t waveInReset();
   int32_t waveInClose();
   bool IsOpen() const { return stream_.IsOpen(); }

@@ -13,8 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "devices/WaveInDevice.h"
-#include "platform/FileHandle.h"
+#include "devices/RecordTake.h"
 
 class QComboBox;
 class QLabel;
@@ -48,8 +47,8 @@ class Recd_Frm : public QDialog {
   void Rec_Timer_Timer();
 
   // Frames written so far, and buffers whose audio arrived with no buffer queued.
-  int64_t FramesWritten() const { return framesWritten_; }
-  int64_t BytesLost() const { return device_.BytesLost(); }
+  int64_t FramesWritten() const { return take_.FramesWritten(); }
+  int64_t BytesLost() const { return take_.BytesLost(); }
   // The sources in the list, in its order.
   const std::vector<CaptureSource>& Sources() const { return sources_; }
   // Where the sound settings programs are looked for, in order.
@@ -74,48 +73,27 @@ class Recd_Frm : public QDialog {
   void keyPressEvent(QKeyEvent* event) override;
 
  private:
-  struct RecordBuffer {
-    WAVEHDR header;
-    std::vector<uint8_t> data;
-  };
-
-  void OpenRecordFile();
-  void WriteRecordedBlock(int32_t frameOffset, int32_t frameCount);
-  void WriteRecordHeader(int64_t frames);
-  void DiscardRecordFile();
-  // Length in bytes of one buffer, and the buffer sized to it with a fresh header.
-  uint32_t BufferBytes() const;
-  void SizeBuffer(RecordBuffer& buffer);
   void ClearMeters();
   void DrawMeter(PictureBox& meter, int peak);
-  // Handles, in turn, every buffer the device has handed back.
+  void ShowPeaks(const std::array<int, 2>& peaks);
+  // Writes the buffers that came back and shows the duration and the levels.
   void HandleReturnedBuffers();
-  void HandleBuffer(RecordBuffer& buffer);
   // The meters from what the buffer being filled holds so far, so that they follow the
   // voice more closely than one whole buffer.
   void ShowLevelSoFar();
   // Fills the list and returns the source to record from: the kept one while the server
   // offers it, else the server's default.
   std::string ListSources();
-  // Opens the device on `source` and waits for its stream's first sound.
+  // Opens the take's stream on `source`.
   int32_t OpenDevice(const std::string& source);
   void CloseDevice();
 
   int32_t channels_;
   int32_t rate_;
   int32_t bits_;
-  WaveInDevice device_;
+  RecordTake take_;
   std::vector<CaptureSource> sources_;
   QTimer levelTimer_;
-  FileHandle file_;
-  std::array<RecordBuffer, 2> buffers_;
-  int expected_ = 0;  // index of the buffer expected next
-  bool recording_ = false;
-  int64_t framesWritten_ = 0;
-  std::vector<uint8_t> taken_;  // the last buffer's bytes
-  std::vector<int16_t> left_;
-  std::vector<int16_t> right_;
-  std::vector<uint8_t> fileBytes_;
   double scale_ = 0;
 };
 
