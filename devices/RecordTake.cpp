@@ -110,7 +110,8 @@ std::string RecordTake::AddErrorText(int32_t code) {
   }
 }
 
-int32_t RecordTake::Open(const std::string& source, std::function<void()> bufferReady) {
+int32_t RecordTake::Open(const std::string& source, std::function<void()> bufferReady,
+                         bool waitForSound) {
   bufferReady_ = std::move(bufferReady);
   const int32_t opened = device_.waveInOpen(
       {channels_, rate_, bits_},
@@ -118,7 +119,7 @@ int32_t RecordTake::Open(const std::string& source, std::function<void()> buffer
         if (message == WIM_DATA && bufferReady_) bufferReady_();
       },
       source);
-  if (opened == MMSYSERR_NOERROR) device_.WaitForSound(kFirstSoundWait);
+  if (opened == MMSYSERR_NOERROR && waitForSound) device_.WaitForSound(kFirstSoundWait);
   return opened;
 }
 
@@ -251,9 +252,8 @@ void RecordTake::WriteRecordedBlock(int64_t frameOffset, int32_t frameCount) {
   const off_t position =
       kCanonicalHeaderBytes + static_cast<off_t>(frameOffset) * static_cast<off_t>(frameBytes);
   const size_t bytes = static_cast<size_t>(frameCount) * static_cast<size_t>(frameBytes);
-  if (file_.IsOpen() &&
-      ::pwrite(file_.Descriptor(), fileBytes_.data(), bytes, position) !=
-          static_cast<ssize_t>(bytes)) {
+  if (file_.IsOpen() && ::pwrite(file_.Descriptor(), fileBytes_.data(), bytes, position) !=
+                            static_cast<ssize_t>(bytes)) {
     ReportFileFault(fileName_);
   }
 }

@@ -30,10 +30,11 @@ class RecordTake {
   static std::string PrepareErrorText(int32_t code);
   static std::string AddErrorText(int32_t code);
 
-  // Opens `source` (empty: the server's default) and waits for its first sound, so that a
-  // take started later finds the sound already flowing. `bufferReady` runs on the stream's
-  // thread whenever a buffer comes back. An MMSYSERR code.
-  int32_t Open(const std::string& source, std::function<void()> bufferReady);
+  // Opens `source` (empty: the server's default) and, unless told not to, waits for its
+  // first sound, so that a take started later finds the sound already flowing.
+  // `bufferReady` runs on the stream's thread whenever a buffer comes back. An MMSYSERR code.
+  int32_t Open(const std::string& source, std::function<void()> bufferReady,
+               bool waitForSound = true);
   void Close();
   bool IsOpen() const { return device_.IsOpen(); }
   // The WAVE_FORMAT_* bits of the formats the open source supports; false when unknown.

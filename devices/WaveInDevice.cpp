@@ -102,8 +102,8 @@ int32_t WaveInDevice::waveInStart(int64_t framesFromNow) {
   {
     std::lock_guard lock(mutex_);
     if (Taking()) return MMSYSERR_NOERROR;
-    const int64_t start = (position >= 0 ? FrameAligned(position) : received_) +
-                          framesFromNow * frameBytes_;
+    const int64_t start =
+        (position >= 0 ? FrameAligned(position) : received_) + framesFromNow * frameBytes_;
     startAt_ = std::max(start, historyFrom_);
     stopAt_ = kNone;
     stopped_ = false;

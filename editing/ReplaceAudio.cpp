@@ -61,8 +61,8 @@ void Crossfade(FileMemoClass& document, int32_t documentFirst, BlockCarrBuffClas
         0.5 - 0.5 * std::cos(std::numbers::pi * (static_cast<double>(i) + 0.5) / count);
     const double share = fadeIn ? rising : 1.0 - rising;
     const int32_t position = takeFirst + i;
-    const double mixed = share * carrier.WaveLR(position) +
-                         (1.0 - share) * replaced[static_cast<size_t>(i)];
+    const double mixed =
+        share * carrier.WaveLR(position) + (1.0 - share) * replaced[static_cast<size_t>(i)];
     carrier.WaveLR(position, static_cast<int16_t>(RoundHalfEven(mixed)));
   }
 }
@@ -92,9 +92,8 @@ bool ReplaceWithFile(FileMemoClass& document, int32_t from, int32_t to, const st
     const bool sharedSides = document.WavFmtChannel == 2 && right.WaveINos == 0;
     const int32_t length = left.WaveINos;
     const int32_t replaced = to - from + 1;
-    const int32_t fade =
-        std::min({RoundHalfEven(crossfadeMs * document.WavFmtFreq / 1000.0), length / 2,
-                  replaced / 2});
+    const int32_t fade = std::min(
+        {RoundHalfEven(crossfadeMs * document.WavFmtFreq / 1000.0), length / 2, replaced / 2});
     if (fade > 0) {
       // A mono take on both sides of a stereo document gets a right carrier of its own, so
       // that each side blends with its own audio.

@@ -88,9 +88,9 @@ class FileMemoClass {
   // audio, as one operation. Boundaries and markers inside the replaced stretch keep their
   // offset from PosStart, up to the new audio's last sample; later ones move by the change
   // in length. Undo sets every boundary and marker back as it was.
-  void WaveDataReplaceRange(int32_t PosStart, int32_t ReplacedLen, const BlockCarrBuffClass* FileObL,
-                            const BlockCarrBuffClass* FileObR, const std::string& UndoName,
-                            bool IsLastOperation);
+  void WaveDataReplaceRange(int32_t PosStart, int32_t ReplacedLen,
+                            const BlockCarrBuffClass* FileObL, const BlockCarrBuffClass* FileObR,
+                            const std::string& UndoName, bool IsLastOperation);
   void WaveDataInsert(int32_t PosStart, int32_t WorkChn, const BlockCarrBuffClass* FileObL,
                       const BlockCarrBuffClass* FileObR, const std::string& UndoName,
                       bool IsLastOperation);

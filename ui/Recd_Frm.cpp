@@ -283,8 +283,8 @@ void Recd_Frm::Rec_Timer_Timer() {
 
 void Recd_Frm::HandleReturnedBuffers() {
   if (!take_.HandleReturnedBuffers()) return;
-  Dur_Lbl->setText(QString::fromStdString(
-      FormatOneDecimal(static_cast<double>(take_.FramesWritten()) / rate_)));
+  Dur_Lbl->setText(
+      QString::fromStdString(FormatOneDecimal(static_cast<double>(take_.FramesWritten()) / rate_)));
   ShowPeaks(take_.LastPeaks());
 }
 

@@ -74,6 +74,11 @@ QPixmap DrawnIcon(const QString& key, qreal ratio) {
   } else if (key == "Record") {
     p.setBrush(QColor(210, 0, 0));
     p.drawEllipse(QRectF(4, 4, 14, 14));
+  } else if (key == "PunchIn") {
+    // Recording from a point in the timeline.
+    p.fillRect(QRectF(3, 3, 2, 16), QColor(255, 0, 0));
+    p.setBrush(QColor(210, 0, 0));
+    p.drawEllipse(QRectF(8, 5, 12, 12));
   } else if (key == "Loop") {
     p.setPen(QPen(dark, 2));
     p.setBrush(Qt::NoBrush);

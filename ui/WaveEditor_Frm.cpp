@@ -30,6 +30,7 @@
 #include "ui/HostWindow.h"
 #include "ui/PlayerLink.h"
 #include "ui/ProgressShowerClass.h"
+#include "ui/PunchIn.h"
 #include "ui/ShowHelp.h"
 #include "ui/ToolbarIcons.h"
 #include "ui/UndoClearFrm.h"
@@ -190,6 +191,12 @@ void WaveEditor_Frm::BuildMenus() {
   AddMenuItem(insert, "InsertRecording_Mnu", "&Recording...", nullptr,
               QKeySequence(Qt::CTRL | Qt::Key_R));
 
+  QMenu* record = menuBar()->addMenu("&Record");
+  QAction* punch = AddMenuItem(
+      record, "PunchIn_Mnu", "Punch &In", [this] { PunchIn_Mnu_Click(); },
+      QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_R));
+  punch->setCheckable(true);
+
   QMenu* play = menuBar()->addMenu("&Play");
   AddMenuItem(play, "PlayPause_Mnu", "&Play/Pause\tSpace", [this] { Wave_Pic_KeyPress(1, " "); });
   AddMenuItem(
@@ -255,6 +262,9 @@ void WaveEditor_Frm::BuildToolbars() {
     SetLoopONOFF();
   });
   button(playToolbar_, "Record", "Record", nullptr);
+  button(playToolbar_, "PunchIn", "Punch In (Ctrl+Shift+R)", [this] {
+    PunchIn_Mnu_Click();
+  })->setCheckable(true);
   Button("Pause")->setEnabled(false);
   Button("Stop")->setEnabled(false);
 

@@ -34,6 +34,7 @@ namespace quorvane {
 
 class FileMemoClass;
 class ProgressShowerClass;
+class PunchIn;
 
 // The scroll bar's range is 0 to this.
 inline constexpr int32_t kScrollMaximum = 10000;
@@ -99,6 +100,10 @@ class WaveEditor_Frm : public QMainWindow, public DocumentWindow, public InsertF
   void PlayPosTimer_Timer();
   void PlayCursorPositioning();
   void InsertRecording_Mnu_Click();
+  // Starts a punch, or ends the one that runs.
+  void PunchIn_Mnu_Click();
+  // The punch that runs; null when none does.
+  PunchIn* RunningPunch() const { return punch_.get(); }
   // ----
 
   // DocumentWindow: the undo menu entry, the undo button and the undo-clearing dialog.
@@ -207,6 +212,7 @@ class WaveEditor_Frm : public QMainWindow, public DocumentWindow, public InsertF
                        std::function<void()> handler, const QKeySequence& shortcut = {});
 
   FileMemoClass* document_ = nullptr;
+  std::unique_ptr<PunchIn> punch_;
   std::function<void(const std::string&)> sessionEnd_;
   std::unique_ptr<ProgressShowerClass> progress_;
   bool unloaded_ = false;

@@ -6,14 +6,18 @@
 #include <QToolBar>
 #include <algorithm>
 
+#include "core/Interaction.h"
 #include "core/ProjectTables.h"
 #include "core/ScaleTime.h"
+#include "core/Settings.h"
 #include "devices/DsPlayClass.h"
 #include "devices/PlayControl.h"
 #include "editing/InsertAudioFile.h"
+#include "editing/ReplaceAudio.h"
 #include "storage/EditorState.h"
 #include "storage/FileMemoClass.h"
 #include "ui/PlayerLink.h"
+#include "ui/PunchIn.h"
 #include "ui/Recd_Frm.h"
 #include "ui/ToolbarIcons.h"
 #include "ui/ViewGeometry.h"
@@ -72,6 +76,10 @@ void WaveEditor_Frm::PlayToolbar_ButtonClick(const QString& key) {
     PlayControl(3);
     return;
   } else if (key == "Stop") {
+    if (punch_) {
+      punch_->Stop();
+      return;
+    }
     PlayControl(2);
     Button("Stop")->setEnabled(false);
     fileToolbar_->setEnabled(true);
@@ -97,7 +105,8 @@ void WaveEditor_Frm::MovePlayPosition(int32_t position) {
 }
 
 void WaveEditor_Frm::PlayPosTimer_Timer() {
-  const bool stopped = CurrentPlayState() == 0;
+  // A punch keeps the play toolbar as while playing until its take is in, pre-roll or not.
+  const bool stopped = CurrentPlayState() == 0 && !punch_;
   if (stopped) {
     // The player may have stopped on its own while paused (its output went away): the
     // "Pause" button goes back to its stopped look, as after a stop command.
@@ -107,6 +116,7 @@ void WaveEditor_Frm::PlayPosTimer_Timer() {
     if (DsPlay() != nullptr) DsPlay()->Dll.StopPlay();
   }
   for (const char* key : {"PlayNew", "PlaySlid", "Record"}) Button(key)->setEnabled(stopped);
+  Button("PunchIn")->setEnabled(stopped || punch_);
   if (!stopped) {
     Button("Pause")->setEnabled(true);
     Button("Stop")->setEnabled(true);
@@ -157,6 +167,67 @@ void WaveEditor_Frm::InsertRecording_Mnu_Click() {
     }
   }
   if (blinking) blinkMarkerTimer_.start();
+}
+
+void WaveEditor_Frm::PunchIn_Mnu_Click() {
+  const auto showRunning = [this] {
+    const bool running = punch_ != nullptr;
+    Button("PunchIn")->setChecked(running);
+    MenuItem("PunchIn_Mnu")->setChecked(running);
+  };
+  if (punch_) {
+    punch_->Stop();
+    return;
+  }
+  if (document_ == nullptr || CurrentPlayState() != 0) {
+    showRunning();
+    return;
+  }
+  const EditorState& editor = Editor();
+  PunchIn::Plan plan;
+  const int32_t length = Length();
+  if (editor.SelStart >= 1 && editor.SelEnd > editor.SelStart && editor.SelEnd <= length) {
+    plan.from = editor.SelStart;
+    plan.to = editor.SelEnd;
+  } else {
+    plan.from = std::clamp(editor.CursorPos, 1, length + 1);
+  }
+  plan.preRollFrames =
+      static_cast<int32_t>(PunchIn::PreRollSeconds() * std::max(document_->WavFmtFreq, 1));
+  plan.outAtEnd = PunchIn::OutAtEnd();
+  plan.crossfadeMs = PunchCrossfadeMs();
+  // The source the record dialog chose, while the server still offers it.
+  const std::string kept = SettingGet("Setting", "RecordingSource", "");
+  const std::vector<CaptureSource> sources = RecordTake::Sources();
+  if (sources.empty()) {
+    UserInterface().Message(std::string("Audio Device not found") + kCrLf +
+                            "(Open audio device for recording - failed)");
+    showRunning();
+    return;
+  }
+  for (const CaptureSource& source : sources) {
+    if (source.name == kept) plan.source = kept;
+  }
+  punch_ = std::make_unique<PunchIn>(*document_, plan, [this, showRunning] {
+    // The punch ends from its own timer: it is let go of once that call has returned.
+    QMetaObject::invokeMethod(
+        this,
+        [this, showRunning] {
+          punch_.reset();
+          showRunning();
+          Refresh_Wave_View();
+          PlayPosTimer_Timer();
+        },
+        Qt::QueuedConnection);
+  });
+  if (!punch_->Begin()) {
+    punch_.reset();
+    showRunning();
+    return;
+  }
+  showRunning();
+  playPosTimer_.start();
+  Button("Stop")->setEnabled(true);
 }
 
 }  // namespace quorvane

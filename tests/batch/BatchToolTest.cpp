@@ -335,10 +335,10 @@ TEST_F(BatchTool, AFileReplacesARangeAndWhatLiesInsideKeepsItsOffset) {
     const std::vector<int16_t> take(static_cast<size_t>(c.takeLength), 1000);
     const std::string path = folder.Write("take.wav", PcmWave(1, 11025, 16, take));
     const int last = c.from + c.takeLength - 1;
-    const ProgramRun run = Run("replace-file " + std::to_string(c.from) + " " +
-                               std::to_string(c.to) + " " + path + " info samples " +
-                               std::to_string(c.from + 110) + " " + std::to_string(last - 110) +
-                               " undo info redo info");
+    const ProgramRun run =
+        Run("replace-file " + std::to_string(c.from) + " " + std::to_string(c.to) + " " + path +
+            " info samples " + std::to_string(c.from + 110) + " " + std::to_string(last - 110) +
+            " undo info redo info");
     EXPECT_EQ(run.exitStatus, 0) << run.err;
     const int64_t length = 4005 + c.takeLength - (c.to - c.from + 1);
     const std::string after = Info(length, true, "Undo [Replace File]", c.slides, c.markers);

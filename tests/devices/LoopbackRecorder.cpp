@@ -65,6 +65,35 @@ std::vector<int16_t> Tone(double frequency, int rate, int amplitude, int frames)
   return samples;
 }
 
+int32_t BestLag(const std::vector<int16_t>& reference, const std::vector<int16_t>& heard,
+                int32_t mostLag) {
+  int32_t best = 0;
+  double bestSum = -1e300;
+  for (int32_t lag = -mostLag; lag <= mostLag; ++lag) {
+    double sum = 0;
+    for (size_t i = 0; i < heard.size(); ++i) {
+      const int64_t at = static_cast<int64_t>(i) + lag;
+      if (at < 0 || at >= static_cast<int64_t>(reference.size())) continue;
+      sum += static_cast<double>(heard[i]) * reference[static_cast<size_t>(at)];
+    }
+    if (sum > bestSum) {
+      bestSum = sum;
+      best = lag;
+    }
+  }
+  return best;
+}
+
+std::vector<int16_t> Noise(int frames, int amplitude, uint32_t seed) {
+  std::vector<int16_t> samples(static_cast<size_t>(frames));
+  uint32_t state = seed;
+  for (int16_t& sample : samples) {
+    state = state * 1664525u + 1013904223u;
+    sample = static_cast<int16_t>((static_cast<int64_t>(state >> 16) - 32768) * amplitude / 32768);
+  }
+  return samples;
+}
+
 size_t FirstSound(const std::vector<int16_t>& samples, int32_t channels, int threshold) {
   for (size_t i = 0; i < samples.size(); i += static_cast<size_t>(channels)) {
     if (std::abs(samples[i]) > threshold) return i / static_cast<size_t>(channels);

@@ -39,6 +39,15 @@ double ToneAmplitude(const std::vector<int16_t>& samples, int32_t channels, int3
 // A sine of `frequency` at `amplitude`, `frames` samples long: what the tests play.
 std::vector<int16_t> Tone(double frequency, int rate, int amplitude, int frames);
 
+// The shift, within ±mostLag samples, at which `heard` lines up best with `reference` (the
+// cross-correlation's peak): heard[i] matches reference[i + lag]. Both are one channel.
+int32_t BestLag(const std::vector<int16_t>& reference, const std::vector<int16_t>& heard,
+                int32_t mostLag);
+
+// Noise of `frames` samples at `amplitude`, the same for the same seed: audio that lines up
+// with itself at one shift only.
+std::vector<int16_t> Noise(int frames, int amplitude, uint32_t seed);
+
 // Index of the first frame whose sample is louder than `threshold`, or the size.
 size_t FirstSound(const std::vector<int16_t>& samples, int32_t channels, int threshold);
 

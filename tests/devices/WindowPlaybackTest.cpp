@@ -8,12 +8,14 @@
 #include <QPushButton>
 #include <QRadioButton>
 
+#include "core/Settings.h"
 #include "devices/PlayControl.h"
 #include "storage/EditorState.h"
 #include "storage/FileMemoClass.h"
 #include "tests/devices/LoopbackRecorder.h"
 #include "tests/ui/EditorWindowFixture.h"
 #include "ui/InsertPosDialog.h"
+#include "ui/PunchIn.h"
 #include "ui/Recd_Frm.h"
 #include "ui/ViewGeometry.h"
 #include "ui/ViewState.h"
@@ -154,6 +156,38 @@ TEST_F(WindowPlayback, RecordButtonInsertsTheRecordingAtTheCursor) {
   EXPECT_GT(recorded, kRate / 2 - 1);
   EXPECT_EQ(session->Document()->WavWaveINos, 2 * kFrames + recorded);
   EXPECT_EQ(window.MenuItem("Undo_Mnu")->iconText().toStdString(), "Undo [Insert Recording]");
+}
+
+// Punch In over a selection on the suite's sound server, whose null sink the take records
+// from: after the pre-roll the take holds what was played in the selection, lined up with
+// it, and replaces it as one undo item.
+TEST_F(WindowPlayback, PunchInReplacesTheSelectionWithATakeLinedUpWithThePlayedTimeline) {
+  const std::vector<int16_t> noise = Noise(3 * kRate, 12000, 7);
+  ProjectPlan plan;
+  plan.targetFolder = files.Path();
+  plan.slides = {TrackSlide("noise.wav", PcmWave(1, kRate, 16, noise))};
+  project = WriteProject(files.File("noise.ini"), plan);
+  WaveEditor_Frm& window = Open();
+  SettingPut("", "PunchPreRoll", "0.5");
+  SettingPut("", "PunchOutAtEnd", "1");
+  SettingPut("", "PunchCrossfadeMs", "0");
+  Editor().SelStart = kRate + 1;
+  Editor().SelEnd = 2 * kRate;
+  QTest::keyClick(window.Wave_Pic(1), Qt::Key_R, Qt::ControlModifier | Qt::ShiftModifier);
+  ASSERT_NE(window.RunningPunch(), nullptr);
+  EXPECT_TRUE(window.Button("PunchIn")->isChecked());
+  ASSERT_TRUE(QTest::qWaitFor([&] { return window.RunningPunch() == nullptr; }, 5000));
+  EXPECT_TRUE(ui.messages.empty());
+  EXPECT_EQ(window.MenuItem("Undo_Mnu")->iconText().toStdString(), "Undo [Punch In]");
+  // Punched out at the selection's end: the take is exactly as long as the selection.
+  FileMemoClass& document = *session->Document();
+  ASSERT_EQ(document.WavWaveINos, 3 * kRate);
+  std::vector<int16_t> take;
+  std::vector<int16_t> unused;
+  document.WaveCollectBuff(kRate + 1, 2 * kRate, 1, take, unused);
+  const std::vector<int16_t> original(noise.begin() + kRate, noise.begin() + 2 * kRate);
+  EXPECT_LE(std::abs(BestLag(original, take, kRate / 20)), kRate / 100) << "within 10 ms";
+  EXPECT_NE(take, original) << "recorded, not the document's own samples";
 }
 
 }  // namespace
