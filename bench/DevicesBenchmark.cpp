@@ -35,7 +35,9 @@
 #include "devices/PlayControl.h"
 #include "platform/CanonicalWaveHeader.h"
 #include "storage/FileMemoClass.h"
+#include "tests/devices/LoopbackRecorder.h"
 #include "ui/PictureBox.h"
+#include "ui/PunchIn.h"
 #include "ui/Recd_Frm.h"
 
 extern char** environ;
@@ -352,7 +354,7 @@ struct Take {
 
 // One take through the dialog while the player plays the coded track: opened, Start after
 // half a second (a narrator reads the dialog), Stop after `seconds`, Done.
-Take RecordTake(double seconds) {
+Take DialogTake(double seconds) {
   Take take;
   Recd_Frm form(nullptr, 2, kRate, 16);
   const auto opening = Clock::now();
@@ -468,7 +470,7 @@ void TakeFigures() {
   };
   for (int i = 0; i < 10; ++i) {
     const double seconds = 2.0 + 0.25 * i;
-    const Take take = RecordTake(seconds);
+    const Take take = DialogTake(seconds);
     const Take peer = ParecTake(folder, seconds);
     peerMeterMs = std::max(peerMeterMs, ParecFirstSoundMilliseconds());
     std::printf(
@@ -515,6 +517,117 @@ void TakeFigures() {
   EndSession(document);
 }
 
+// A project of one stereo track of noise, `seconds` long, heard alike on both sides.
+std::string WriteNoiseProject(const std::string& folder, int seconds, std::vector<int16_t>& noise) {
+  noise = testing::Noise(seconds * kRate, 12000, 11);
+  std::vector<int16_t> frames;
+  for (const int16_t value : noise) frames.insert(frames.end(), {value, value});
+  const auto header = CanonicalWaveHeader(2, kRate, 16, static_cast<int64_t>(noise.size()));
+  std::ofstream out(folder + "/noise.wav", std::ios::binary);
+  out.write(reinterpret_cast<const char*>(header.data()),
+            static_cast<std::streamsize>(header.size()));
+  out.write(reinterpret_cast<const char*>(frames.data()),
+            static_cast<std::streamsize>(frames.size() * 2));
+  out.close();
+  std::ofstream(folder + "/project.ini")
+      << "[Project]\nTargetFolder=" << folder << "\nSlideCount=1\nBaseFrequency=" << kRate
+      << "\nBaseBits=16\n[1]\nSlideTitle=One\nSlideTrack=noise.wav\nDuration=" << seconds << ".0\n";
+  return folder + "/project.ini";
+}
+
+// The peer of a punch: parec started when the play position reaches the punch point, as a
+// script that watches the player would start it. How far its recording lies from the audio
+// sounding at that point, in milliseconds (its start-up included).
+double WatchedParecLagMs(FileMemoClass& document, const std::vector<int16_t>& noise,
+                         const std::string& folder, int32_t from) {
+  SetPlayDocument(&document);
+  SetPlayRange(from - kRate / 2, from + 2 * kRate);
+  PlayControl(11);
+  const auto giveUp = Clock::now() + std::chrono::seconds(5);
+  while (PlayingFirst() + PlayedSamples() < from && Clock::now() < giveUp) {
+    std::this_thread::sleep_for(std::chrono::microseconds(200));
+  }
+  const std::string raw = folder + "/watched.raw";
+  RunChild({"parec", "--rate=44100", "--channels=2", "--format=s16le", "--raw", raw}, 1.0);
+  PlayControl(2);
+  const std::vector<int16_t> samples = RawSamples(raw, 0);
+  // The first fifth of a second it heard, looked for up to half a second either side.
+  std::vector<int16_t> heard;
+  for (size_t i = 0; i < samples.size() && heard.size() < kRate / 5; i += 2) {
+    heard.push_back(samples[i]);
+  }
+  const int32_t reach = kRate / 2;
+  const std::vector<int16_t> around(noise.begin() + from - 1 - reach,
+                                    noise.begin() + from - 1 + reach + kRate / 5);
+  return 1000.0 * (testing::BestLag(around, heard, reach) - reach) / kRate;
+}
+
+// Ten punches of one second over a noise track, with half a second of pre-roll and the
+// take ending at the selection's end, recorded from the null sink the player plays into:
+// how far each take lies from the audio it replaced (the cross-correlation's peak), and
+// how soon the pre-roll is heard after Punch In, beside a bare sink's start.
+void PunchFigures() {
+  const std::string folder = BenchFolder("punch");
+  std::vector<int16_t> noise;
+  std::unique_ptr<FileMemoClass> document = PrepareSession(WriteNoiseProject(folder, 30, noise));
+  if (!document) {
+    Limit(false, "session of the noise track opened");
+    return;
+  }
+  CreatePlayer();
+  SoundDriverSwitch(true, 1);
+  Pump(500);
+  double worstLagMs = 0;
+  double worstStartMs = 0;
+  double worstPeerMs = 0;
+  double worstWatchedMs = 0;
+  bool allEnded = true;
+  for (int i = 0; i < 10; ++i) {
+    PunchIn::Plan plan;
+    plan.from = static_cast<int32_t>((1.5 + 2.5 * i) * kRate) + 1;
+    plan.to = plan.from + kRate - 1;
+    plan.preRollFrames = kRate / 2;
+    plan.outAtEnd = true;
+    plan.crossfadeMs = 0;
+    bool ended = false;
+    PunchIn punch(*document, plan, [&ended] { ended = true; });
+    const auto started = Clock::now();
+    const bool begun = punch.Begin();
+    while (begun && PlayedSamples() == 0 && Clock::now() - started < std::chrono::seconds(5)) {
+      std::this_thread::sleep_for(std::chrono::microseconds(200));
+    }
+    const double startMs = Milliseconds(Clock::now() - started);
+    const auto giveUp = Clock::now() + std::chrono::seconds(5);
+    while (begun && !ended && Clock::now() < giveUp) Pump(5);
+    std::vector<int16_t> take;
+    std::vector<int16_t> unused;
+    document->WaveCollectBuff(plan.from, plan.to, 1, take, unused);
+    const std::vector<int16_t> original(noise.begin() + plan.from - 1, noise.begin() + plan.to);
+    const double lagMs = 1000.0 * testing::BestLag(original, take, kRate / 20) / kRate;
+    const double peerMs = BareSinkStartMilliseconds();
+    const double watchedMs = WatchedParecLagMs(*document, noise, folder, plan.from + kRate * 5 / 4);
+    std::printf(
+        "  punch %2d: take against the played audio %+.2f ms, pre-roll heard after %.1f ms"
+        "%s; bare sink start %.1f ms; parec started by watching the player %+.2f ms\n",
+        i + 1, lagMs, startMs, ended ? "" : " (never ended)", peerMs, watchedMs);
+    worstWatchedMs = std::abs(watchedMs) > std::abs(worstWatchedMs) ? watchedMs : worstWatchedMs;
+    allEnded = allEnded && ended && document->WavWaveINos == 30 * kRate;
+    worstLagMs = std::abs(lagMs) > std::abs(worstLagMs) ? lagMs : worstLagMs;
+    worstStartMs = std::max(worstStartMs, startMs);
+    worstPeerMs = std::max(worstPeerMs, peerMs);
+  }
+  std::cout.flush();
+  Figure("10 punches: take against the audio it replaced, worst (goal: within 10 ms)", worstLagMs,
+         "ms", "parec started when the player reaches the punch point, worst", worstWatchedMs,
+         "ms");
+  Limit(allEnded && std::abs(worstLagMs) <= 10, "punched takes line up within 10 ms");
+  Figure("10 punches: Punch In to the first pre-roll frame played, worst (goal: under 50 ms)",
+         worstStartMs, "ms", "bare QAudioSink start, worst", worstPeerMs, "ms");
+  Limit(worstStartMs < 50, "pre-roll heard within 50 ms");
+  ReleasePlayer();
+  EndSession(document);
+}
+
 }  // namespace
 }  // namespace quorvane::bench
 
@@ -526,6 +639,7 @@ int main(int argc, char** argv) {
   PlayStartFigures();
   PlayerCpuFigure();
   TakeFigures();
+  PunchFigures();
   const char* chosen = std::getenv("QUORVANE_BENCH_RECORD_SECONDS");
   const int seconds = chosen != nullptr ? std::atoi(chosen) : 60;
   std::cout << "(the recording runs " << seconds
