@@ -1,5 +1,6 @@
 #include "app/ProjectFile.h"
 
+#include <filesystem>
 #include <optional>
 #include <unordered_map>
 #include <vector>
@@ -156,6 +157,11 @@ bool ProjectFileLoad(std::string& path, FileMemoClass& document) {
     UserInterface().Message("File not found");
     return false;
   }
+  // The file itself, whatever link or relative path named it: a session reached through a
+  // link locks and saves the same file as one that named it directly.
+  std::error_code error;
+  const std::filesystem::path real = std::filesystem::canonical(path, error);
+  if (!error) path = real.string();
   project.ProjectPath = path;
   if (!LockProject(path)) return false;
   // The file is read once; every value comes from this copy.

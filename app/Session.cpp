@@ -205,7 +205,16 @@ void LoadSlideAudio(FileMemoClass& document, int32_t n, float duration, int64_t&
       slide.TrackUnreadable = true;
     } else {
       const CountedMessages messages;
-      LoadTrackFile(path, track, project.BaseFrequency, project.BaseBits);
+      // Without a base rate or size the first track's hold for the whole document: a track
+      // of another rate joined as it is would play too fast or too slow, and be saved so.
+      const bool joined = document.WavWaveINos > 0;
+      LoadTrackFile(path, track,
+                    project.BaseFrequency != 0 ? project.BaseFrequency
+                    : joined                   ? document.WavFmtFreq
+                                               : 0,
+                    project.BaseBits != 0 ? project.BaseBits
+                    : joined              ? document.WavFmtBits
+                                          : 0);
       slide.TrackUnreadable = messages.Count() > 0;
       loaded = track && track->WavWaveINos > 0;
     }

@@ -1,6 +1,10 @@
 #include "app/SessionLifetime.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cstdlib>
+#include <mutex>
 
 #include "app/ProjectFile.h"
 #include "app/ProjectLock.h"
@@ -22,7 +26,10 @@ namespace quorvane {
 
 namespace {
 bool g_loopOn = false;
-}
+// Held while a session ends, by the signal's thread or by EndSession: the one clean-up
+// never runs halfway beside the other, and the process never ends in the middle of one.
+std::mutex g_ending;
+}  // namespace
 
 bool LoopOn() { return g_loopOn; }
 
@@ -75,6 +82,13 @@ void EndSessionOnTerminationSignal() {
   // encoder goes before its files, and before the files of a save under way. Files still
   // open may be deleted: the process ends right after.
   OnTerminationSignal([](int signal) {
+    g_ending.lock();  // held until the process ends
+    // What the other threads still say about files going away under them is not news.
+    const int nowhere = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
+    if (nowhere >= 0) {
+      ::dup2(nowhere, STDERR_FILENO);
+      ::close(nowhere);
+    }
     const std::string aside = MoveSessionFolderAside();
     EndRunningPrograms();
     RemoveStagedFilesNow();
@@ -85,6 +99,9 @@ void EndSessionOnTerminationSignal() {
 }
 
 void EndSession(std::unique_ptr<FileMemoClass>& document, const std::string& lastWaveFolder) {
+  // A session that a signal ends is ended by the signal's thread, with its status: this
+  // thread then waits here until the process ends.
+  const std::lock_guard ending(g_ending);
   StopPeakBuilder();  // before the files it reads and writes go
   document.reset();
   UnlockProject();

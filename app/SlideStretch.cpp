@@ -1,11 +1,13 @@
 #include "app/SlideStretch.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <functional>
 #include <vector>
 
 #include "app/AudioFileName.h"
 #include "core/Digest.h"
+#include "core/FileHelpers.h"
 #include "core/ProjectTables.h"
 #include "storage/FileMemoClass.h"
 #include "storage/OriginalFileStretch.h"
@@ -107,12 +109,23 @@ void NoteLoadedSlides(FileMemoClass& document) {
                            : slide.TrackPath;
     slide.LoadedLayout = OriginalFileLayout(document, slide.Start, last, slide.LoadedFrom);
     slide.LoadedMarkers = markers[static_cast<size_t>(n)].Value();
-    if (slide.TrackUnreadable) slide.LoadedAudio = StretchDigest(document, slide.Start, last);
+    // Where the project gives no rate, a track of another rate than the first was converted
+    // when it was loaded, and lies in no file of its own: whether it still holds the slide's
+    // audio is told by the samples themselves, so that an unedited save never writes it
+    // again at a rate it did not have. (A project that gives a rate wants its tracks in it.)
+    std::error_code error;
+    slide.LoadedByDigest = project.BaseFrequency == 0 && !slide.TrackUnreadable &&
+                           slide.LoadedLayout == 0 && FileExists(slide.TrackPath) &&
+                           std::filesystem::file_size(slide.TrackPath, error) > 0 && !error;
+    if (slide.TrackUnreadable || slide.LoadedByDigest) {
+      slide.LoadedAudio = StretchDigest(document, slide.Start, last);
+    }
   }
 }
 
-bool SlideTrackUpToDate(const FileMemoClass& document, int32_t n) {
+bool SlideTrackUpToDate(FileMemoClass& document, int32_t n) {
   const SlideInfo& slide = Project().Slides[static_cast<size_t>(n)];
+  if (slide.LoadedByDigest) return !SlideAudioEdited(document, n);
   return slide.LoadedLayout != 0 &&
          OriginalFileLayout(document, slide.Start, SlideLast(document, n), slide.LoadedFrom) ==
              slide.LoadedLayout;

@@ -27,6 +27,6 @@ void NoteLoadedSlides(FileMemoClass& document);
 
 // Slide n's track file already holds exactly its audio: the samples still lie where they
 // were loaded from, untouched, in the track or, for an MP3 track, in its decoding.
-bool SlideTrackUpToDate(const FileMemoClass& document, int32_t n);
+bool SlideTrackUpToDate(FileMemoClass& document, int32_t n);
 
 }  // namespace quorvane

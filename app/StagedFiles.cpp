@@ -114,25 +114,68 @@ bool StagedFiles::AllWritten(std::string& failedTarget) const {
 
 bool StagedFiles::Commit(const std::function<void(const std::string&)>& beforeReplace,
                          std::string& failedTarget) {
-  size_t done = 0;
-  for (; done < entries_.size(); ++done) {
-    const Entry& entry = entries_[done];
+  // Each file put in place keeps the one it replaced under its staged name until all are
+  // in place: when one cannot be (the project file, last, in a folder that takes no new
+  // name), those before it are put back, so the project never describes tracks that are
+  // not the ones on disk.
+  struct Placed {
+    const Entry* entry;
+    std::string oldFile;  // the replaced file's name now; empty when there was none
+    SwapOutcome outcome;
+  };
+  std::vector<Placed> placed;
+  const auto putBack = [&] {
+    for (auto at = placed.rbegin(); at != placed.rend(); ++at) {
+      if (at->entry->staged.empty()) {
+        if (!at->oldFile.empty()) ::rename(at->oldFile.c_str(), at->entry->target.c_str());
+      } else {
+        UndoSwap(at->entry->staged, at->entry->target, at->outcome);
+      }
+    }
+  };
+  for (const Entry& entry : entries_) {
     beforeReplace(entry.target);
+    if (entry.staged.empty()) {
+      // A deletion sets the track aside under a hidden name first, to be put back as well.
+      std::string aside;
+      if (FileExists(entry.target)) {
+        const std::filesystem::path path(entry.target);
+        aside = (path.parent_path() / (".~" + path.filename().string() + ".XXXXXX")).string();
+        const FileHandle made(::mkostemp(aside.data(), O_CLOEXEC));
+        if (made.IsOpen()) Remember(aside);
+        if (!made.IsOpen() || ::rename(entry.target.c_str(), aside.c_str()) != 0) {
+          if (made.IsOpen()) RemoveStaged(aside);
+          Forget(aside);
+          failedTarget = entry.target;
+          putBack();
+          return false;
+        }
+      }
+      placed.push_back({&entry, aside, SwapOutcome::Renamed});
+      continue;
+    }
     // The writers may have made the staged file anew, private as temporary files are: it
     // takes the permissions of the track it replaces.
-    if (!entry.staged.empty()) ::chmod(entry.staged.c_str(), entry.mode);
-    const bool inPlace = entry.staged.empty() ? DeleteFileIfExists(entry.target)
-                                              : ReplaceFile(entry.staged, entry.target);
-    if (!inPlace) {
+    ::chmod(entry.staged.c_str(), entry.mode);
+    struct stat before {};
+    const bool replacesFile = ::lstat(entry.target.c_str(), &before) == 0;
+    SwapOutcome outcome = SwapIntoPlace(entry.staged, entry.target);
+    if (outcome == SwapOutcome::Failed) {
       failedTarget = entry.target;
-      break;
+      putBack();
+      return false;
     }
-    if (!entry.staged.empty()) Forget(entry.staged);
+    // A rename over the old file (a file system that cannot swap) cannot be taken back.
+    if (outcome == SwapOutcome::Renamed && replacesFile) outcome = SwapOutcome::Failed;
+    placed.push_back({&entry, outcome == SwapOutcome::Swapped ? entry.staged : "", outcome});
   }
-  // What is in place is no longer ours to remove; what is not, is.
-  const bool complete = done == entries_.size();
-  entries_.erase(entries_.begin(), entries_.begin() + static_cast<std::ptrdiff_t>(done));
-  return complete;
+  // All in place: the replaced files go, and nothing staged is left to remove.
+  for (const Placed& done : placed) {
+    if (!done.oldFile.empty()) RemoveStaged(done.oldFile);
+    if (!done.entry->staged.empty()) Forget(done.entry->staged);
+  }
+  entries_.clear();
+  return true;
 }
 
 void RemoveStagedFilesNow() {

@@ -22,8 +22,11 @@ struct SlideInfo {
   // A file was at TrackPath that could not be read. Saves leave it, its duration and its
   // markers as they are, unless the user has it replaced by the edited audio.
   bool TrackUnreadable = false;
-  // What such a slide held when loaded, to tell whether it was edited since.
+  // What such a slide held when loaded, to tell whether it was edited since; also kept for
+  // a track converted when loaded (another rate, sample size or channel count than the
+  // document's), whose samples lie in no file of it.
   uint64_t LoadedAudio = 0;
+  bool LoadedByDigest = false;
   uint64_t LoadedMarkers = 0;
   // Where the slide's samples lay in the file they were loaded from, when it is its track
   // or, for an MP3 track, the track's decoding (0 when they lay elsewhere): while they

@@ -13,8 +13,8 @@ namespace quorvane {
 
 BinaryFile::BinaryFile(const std::string& path, Mode mode) : path_(path) {
   const int flags = mode == Mode::Read     ? O_RDONLY
-                    : mode == Mode::Create ? (O_RDWR | O_CREAT | O_TRUNC)
-                                           : (O_RDWR | O_CREAT | O_EXCL);
+                    : mode == Mode::Create ? (O_RDWR | O_CREAT | O_TRUNC | O_NOFOLLOW)
+                                           : (O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW);
   do {
     descriptor_ = ::open(path.c_str(), flags | O_CLOEXEC, 0600);
   } while (descriptor_ < 0 && errno == EINTR);

@@ -12,6 +12,7 @@
 #include "core/Numbers.h"
 #include "core/ProjectTables.h"
 #include "formats/BinaryFile.h"
+#include "formats/Mp3Frames.h"
 #include "formats/OpenSaveClass.h"
 #include "platform/ProcessRunner.h"
 
@@ -25,8 +26,10 @@ void Warn(const std::string& text) { UserInterface().Message(text, MessageIcon::
 // in the settings). Only an executable file called "lame" is run.
 bool IsEncoderProgram(const std::string& path) {
   namespace fs = std::filesystem;
-  if (fs::path(path).filename() != "lame") return false;
   std::error_code error;
+  // A link called "lame" to another program runs that program.
+  const fs::path program = fs::canonical(path, error);
+  if (error || fs::path(path).filename() != "lame" || program.filename() != "lame") return false;
   const fs::file_status status = fs::status(path, error);
   constexpr fs::perms anyExecute =
       fs::perms::owner_exec | fs::perms::group_exec | fs::perms::others_exec;
@@ -80,6 +83,17 @@ bool OpenSaveClass::RunAndWait(const std::vector<std::string>& arguments,
 bool OpenSaveClass::FileLoadMp3(FileMemoClass& FilMemOb, const std::string& FileName1) {
   try {
     if (!CheckEncoder()) return false;
+    // A decoder plays a file cut short without a word; loading it would later save the cut
+    // track over the whole one.
+    const Mp3FrameWalk walk = WalkMp3Frames(FileName1);
+    if (walk.CutShort()) {
+      Warn((walk.lastFrameCut
+                ? std::string("The MP3 file ends in the middle of a frame")
+                : "The MP3 file holds " + DecimalText(walk.frames) + " of the " +
+                      DecimalText(walk.declaredFrames) + " frames its header counts") +
+           ": it is cut short, and is left as it is" + kCrLf + FileName1);
+      return false;
+    }
     const std::string temporary = NewTempFileName("wav");
     // Made here, for the user alone, before lame writes the decoded audio into it.
     BinaryFile(temporary, BinaryFile::Mode::CreateNew).Close();
@@ -123,16 +137,32 @@ bool OpenSaveClass::EncodeMp3(const std::string& mp3File,
       Warn("Error writing intermediate wave file");
       return false;
     }
-    // Only the settings are split into arguments; the file names go as they are.
+    // Only the settings are split into arguments; the file names go as they are. Settings
+    // that send the encoder's output to other files are refused: it would write outside the
+    // target folder and leave the track empty.
     std::vector<std::string> arguments{Project().LamePath};
     for (std::string& setting : SplitCommandLine(Trim(Project().LameSettings))) {
+      if (setting.rfind("--nogap", 0) == 0 || setting == "--out-dir") {
+        Warn("The MP3 encoder settings (LameSettings) may not send its output elsewhere: " +
+             setting + kCrLf + mp3File);
+        DeleteFileIfExists(temporary);
+        return false;
+      }
       arguments.push_back(std::move(setting));
     }
     arguments.push_back(temporary);
     arguments.push_back(mp3File);
     const bool encoded = written && RunAndWait(arguments, mp3File, mp3File);
     DeleteFileIfExists(temporary);
-    return encoded && FileExists(mp3File);
+    if (!encoded || !FileExists(mp3File)) return false;
+    // Whatever the settings made the encoder do, what it wrote must be whole MP3 audio
+    // before it may take the track's place.
+    const Mp3FrameWalk walk = WalkMp3Frames(mp3File);
+    if (!walk.readable || walk.CutShort()) {
+      Warn("The MP3 encoder wrote no complete MP3 audio" + std::string(kCrLf) + mp3File);
+      return false;
+    }
+    return true;
   } catch (const std::exception& error) {
     Warn(ErrorDescription(error));
     return false;

@@ -59,7 +59,9 @@ void OpenSaveClass::WriteWaveRuns(FileMemoClass& document, const std::string& fi
                                   const std::vector<unsigned char>& trailingChunks) {
   const int32_t bits = document.WavFmtBits;
   const int32_t frameBytes = bits / 8 * channelsWritten;
-  BinaryFile file(fileName, BinaryFile::Mode::Create);
+  // The name was freed just before: a file or link that appeared there since is not ours to
+  // write into.
+  BinaryFile file(fileName, BinaryFile::Mode::CreateNew);
   const auto header = CanonicalWaveHeader(channelsWritten, document.WavFmtFreq, bits, frames,
                                           static_cast<uint32_t>(trailingChunks.size()));
   file.WriteAt(0, header.data(), header.size());

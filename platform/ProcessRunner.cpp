@@ -105,7 +105,9 @@ ProgramOutcome RunAndWaitProcess(const std::vector<std::string>& arguments,
   sigset_t none;
   sigemptyset(&none);
   ::posix_spawnattr_setsigmask(&attributes, &none);
-  ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
+  // A group of its own, so that whatever the program starts ends with it.
+  ::posix_spawnattr_setpgroup(&attributes, 0);
+  ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETPGROUP);
   pid_t pid = 0;
   int started = -1;
   {
@@ -147,7 +149,7 @@ ProgramOutcome RunAndWaitProcess(const std::vector<std::string>& arguments,
       lastSize = size;
       lastProgress = now;
     } else if (now - lastProgress >= options.stallLimit) {
-      ::kill(pid, SIGKILL);  // not reaped yet: still our child
+      ::kill(-pid, SIGKILL);  // not reaped yet: still our child, and its group is its own
       stalled = true;
     }
   }
@@ -167,7 +169,7 @@ ProgramOutcome RunAndWaitProcess(const std::vector<std::string>& arguments,
 void EndRunningPrograms() {
   const std::lock_guard lock(g_childrenMutex);
   g_ending = true;
-  for (const pid_t child : g_children) ::kill(child, SIGKILL);
+  for (const pid_t child : g_children) ::kill(-child, SIGKILL);
 }
 
 }  // namespace quorvane

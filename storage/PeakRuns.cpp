@@ -1,10 +1,13 @@
 #include "storage/PeakRuns.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstring>
-#include <fstream>
 #include <utility>
 
+#include "platform/FileHandle.h"
 #include "platform/MappedFile.h"
 
 namespace quorvane {
@@ -117,14 +120,25 @@ bool PeakRuns::Save(const std::string& path) const {
   FileHeader header;
   header.samples = samples_;
   for (int level = 0; level < kPeakLevels; ++level) header.counts[level] = count_[level];
-  std::ofstream file(path, std::ios::binary | std::ios::trunc);
-  file.write(reinterpret_cast<const char*>(&header), sizeof header);
-  for (int level = 0; level < kPeakLevels; ++level) {
-    file.write(reinterpret_cast<const char*>(level_[level]),
-               static_cast<std::streamsize>(count_[level] * sizeof(PeakPair)));
+  // Summaries tell what the user's audio sounds like: readable by the user alone, as every
+  // file of the session folder is.
+  const FileHandle file(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
+  if (!file.IsOpen()) return false;
+  const auto writeAll = [&](const void* data, size_t bytes) {
+    const auto* at = static_cast<const char*>(data);
+    while (bytes > 0) {
+      const ssize_t written = ::write(file.Descriptor(), at, bytes);
+      if (written <= 0) return false;
+      at += written;
+      bytes -= static_cast<size_t>(written);
+    }
+    return true;
+  };
+  bool whole = writeAll(&header, sizeof header);
+  for (int level = 0; level < kPeakLevels && whole; ++level) {
+    whole = writeAll(level_[level], count_[level] * sizeof(PeakPair));
   }
-  file.close();
-  return static_cast<bool>(file);
+  return whole;
 }
 
 std::optional<PeakRuns> PeakRuns::Load(const std::string& path) {

@@ -534,6 +534,14 @@ TEST_F(ProjectSave, AHostFlagOrAProjectFileThatCannotBeWrittenStopsTheSave) {
   // The flag came first and stays written; no track was reached by either save.
   EXPECT_EQ(HostFlagText(), "[Dynamic]\nTAEState=1\n");
   EXPECT_EQ(TrackBytes("one.wav"), PcmWave(1, 22050, 16, one));
+  // A folder where the project file was: it cannot be replaced, the last of all, and the
+  // tracks already put in place go back, so that they still match the project's durations.
+  std::filesystem::remove(files.File("talk"));
+  std::filesystem::create_directories(project);
+  ProjectFileSave(document);
+  EXPECT_EQ(TakeMessage(), std::string(kTitle) + "|Error Saving\r\nCannot write " + project);
+  EXPECT_EQ(TrackBytes("one.wav"), PcmWave(1, 22050, 16, one));
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(files.File("tracks")), {}), 3);
 }
 
 TEST_F(ProjectSave, ASlideFileThatCannotBeWrittenLeavesEveryFileAndTheDocumentAsTheyWere) {

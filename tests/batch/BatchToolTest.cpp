@@ -356,6 +356,48 @@ TEST_F(BatchTool, AFileReplacesARangeAndWhatLiesInsideKeepsItsOffset) {
   ExpectSessionFolderGone();
 }
 
+// Without a base rate the first track's rate is the document's: a track of another rate is
+// converted as it is loaded, so it keeps its length; an unedited save leaves every track as
+// it is, and an edited one is written at the document's rate.
+TEST_F(BatchTool, TracksOfOtherRatesKeepTheirLengthAndAreNotWrittenUnedited) {
+  plan.baseFrequency = "0";
+  plan.slides = {TrackSlide("one.wav", PcmWave(1, 11025, 16, one)),
+                 TrackSlide("two.wav", PcmWave(2, 22050, 16, Interleave(twoLeft, twoRight)))};
+  WriteProject();
+  const std::string first = ReadFileBytes(Track("one.wav"));
+  const std::string second = ReadFileBytes(Track("two.wav"));
+  ProgramRun run = Run("info save");
+  EXPECT_EQ(run.exitStatus, 0) << run.err;
+  // 800 frames at 22050 Hz are 400 at 11025 Hz.
+  EXPECT_NE(run.out.find("\"rate\":11025,\"bits\":16,\"length\":1400,"), std::string::npos)
+      << run.out;
+  EXPECT_EQ(ReadFileBytes(Track("one.wav")), first);
+  EXPECT_EQ(ReadFileBytes(Track("two.wav")), second);
+  run = Run("volume 50 1001 1400 save");
+  EXPECT_EQ(run.exitStatus, 0) << run.err;
+  EXPECT_EQ(RunProgram("soxi", {"-r", Track("two.wav")}).out, "11025\n");
+  EXPECT_EQ(RunProgram("soxi", {"-s", Track("two.wav")}).out, "400\n");
+}
+
+// Encoder settings that would send the encoder's output to other files are refused: the
+// edited MP3 track stays as it was, nothing is written elsewhere, and the save says so.
+TEST_F(BatchTool, EncoderSettingsThatWriteElsewhereLeaveTheTrackAsItWas) {
+  const std::string wave = folder.Write("voice.wav", PcmWave(1, 11025, 16, Ramp(2000, 9, 11)));
+  ASSERT_EQ(RunProgram("lame", {"--quiet", wave, Track("two.mp3")}).exitStatus, 0);
+  const std::string mp3 = ReadFileBytes(Track("two.mp3"));
+  std::filesystem::create_directories(folder.File("outside"));
+  plan.slides[1] = SlidePlan{"Stereo", "two.mp3", "", {}, {}, {}};
+  plan.lameSettings = "--quiet --nogapout " + folder.File("outside") + " --nogap";
+  WriteProject();
+  const ProgramRun run = Run("volume 50 1001 1500 save");
+  EXPECT_EQ(run.exitStatus, 3);
+  EXPECT_NE(run.err.find("may not send its output elsewhere: --nogapout"), std::string::npos)
+      << run.err;
+  EXPECT_EQ(ReadFileBytes(Track("two.mp3")), mp3);
+  EXPECT_TRUE(std::filesystem::is_empty(folder.File("outside")));
+  ExpectSessionFolderGone();
+}
+
 // A saved WAV track carries its slide's markers as cue points that a second tool reads,
 // and still loads with its samples; a WAV file's cue points come in with it as click
 // markers, which the insert's undo takes away again.
@@ -578,6 +620,9 @@ TEST_F(BatchTool, ATrackThatCouldNotBeReadIsNeverDeletedOrOverwritten) {
   ASSERT_EQ(RunProgram("lame", {"--quiet", wave, folder.File("voice.mp3")}).exitStatus, 0);
   const std::string mp3 = ReadFileBytes(folder.File("voice.mp3"));
   const std::string samples = SampleBytes(Ramp(1000, 3, 7), 16);
+  // A link called lame to a program that is not the encoder.
+  std::filesystem::create_directories(folder.File("bin"));
+  std::filesystem::create_symlink("/bin/true", folder.File("bin/lame"));
   struct Case {
     const char* what;
     const char* track;
@@ -594,6 +639,11 @@ TEST_F(BatchTool, ATrackThatCouldNotBeReadIsNeverDeletedOrOverwritten) {
                       {"data", samples, {}}})},
            {"an MP3 the decoder cannot read", "two.mp3", std::string(3000, 'm')},
            {"an MP3 without an encoder to read it", "two.mp3", mp3, "/bin/true"},
+           {"an MP3 whose encoder is a link to another program", "two.mp3", mp3,
+            folder.File("bin/lame")},
+           // Cut inside a frame: one cut between two frames of a file without an Info
+           // header looks like a shorter file.
+           {"an MP3 cut short", "two.mp3", mp3.substr(0, mp3.size() / 2 + 50)},
            {"a folder", "two.wav", ""},
            {"a FIFO", "two.mp3", ""}}) {
     SCOPED_TRACE(c.what);
@@ -655,8 +705,18 @@ TEST_F(BatchTool, ASecondSessionOnTheSameProjectIsRefused) {
       refused.err,
       Message("This project is already open in another session of the editor:\\r\\n" + Project(),
               "Exclamation"));
+  // Reached through a link, it is the same project.
+  const std::string link = folder.File("link.ini");
+  std::filesystem::create_symlink(Project(), link);
+  EXPECT_EQ(Run("info", link).err, refused.err);
   UnlockProject();
   EXPECT_EQ(Run("info").out, kLoaded);
+  // A save through the link writes the project file, and the link stays a link.
+  const std::string before = ReadFileBytes(Project());
+  EXPECT_EQ(Run("delete 1001 1010 save", link).exitStatus, 0);
+  EXPECT_TRUE(std::filesystem::is_symlink(link));
+  EXPECT_NE(ReadFileBytes(Project()), before);
+  std::filesystem::remove(link);
   // The session leaves no lock file behind.
   for (const auto& entry : std::filesystem::directory_iterator(folder.Path())) {
     EXPECT_NE(entry.path().filename().string().front(), '.') << entry.path();
