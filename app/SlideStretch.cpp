@@ -102,11 +102,12 @@ void NoteLoadedSlides(FileMemoClass& document) {
   for (int32_t n = 1; n <= project.SlideCount; ++n) {
     SlideInfo& slide = project.Slides[static_cast<size_t>(n)];
     const int32_t last = SlideLast(document, n);
-    // An MP3 track is read from its decoding: while the slide's samples still lie there,
-    // encoding them again would only lose quality.
-    slide.LoadedFrom = LowerEnding(slide.TrackPath, 4) == ".mp3"
-                           ? OriginalFileAt(document, slide.Start)
-                           : slide.TrackPath;
+    // An MP3 track, or a compressed WAV, is read from its decoding: while the slide's
+    // samples still lie there, encoding them again would only lose quality (or write the
+    // user's compressed file out as plain PCM).
+    const std::string at = OriginalFileAt(document, slide.Start);
+    slide.LoadedFrom = LowerEnding(slide.TrackPath, 4) == ".mp3" || !at.empty() ? at
+                                                                                : slide.TrackPath;
     slide.LoadedLayout = OriginalFileLayout(document, slide.Start, last, slide.LoadedFrom);
     slide.LoadedMarkers = markers[static_cast<size_t>(n)].Value();
     // Where the project gives no rate, a track of another rate than the first was converted

@@ -28,7 +28,8 @@ bool Inside(const fs::path& folder, const fs::path& path) {
 }  // namespace
 
 TrackPlace ResolveTrack(int32_t n, const std::string& targetFolder, const std::string& track) {
-  const std::string named = targetFolder + track;
+  // An absolute path is shown as it stands, not glued to the folder.
+  const std::string named = !track.empty() && track.front() == '/' ? track : targetFolder + track;
   const std::string slide = "The track of slide " + DecimalText(n);
   if (!HasAudioEnding(track)) return {"", slide + " is not a WAV or MP3 file:" + kCrLf + named};
   std::error_code error;

@@ -281,7 +281,7 @@ TEST_F(ProjectSession, ATrackMustBeAnAudioFileOfTheTargetFoldersOwnAndOfOneSlide
       "folder:\r\n";
   for (const auto& [track, message] : std::vector<std::pair<std::string, std::string>>{
            {"../victim.wav", outside + Track("../victim.wav")},
-           {victim, outside + Track("") + victim},
+           {victim, outside + victim},
            {"out.wav", outside + Track("out.wav")},
            {"notes.wav", outside + Track("notes.wav")},
            {"notes.docx",
