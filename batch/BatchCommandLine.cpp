@@ -20,12 +20,15 @@ std::optional<int32_t> Position(const std::string& word) {
 }
 
 // A decimal number with an optional fraction, nothing else.
-bool IsDecimal(const std::string& word) {
+std::optional<double> Decimal(const std::string& word) {
   double value = 0;
   const auto [end, error] =
       std::from_chars(word.data(), word.data() + word.size(), value, std::chars_format::fixed);
-  return error == std::errc() && end == word.data() + word.size();
+  if (error != std::errc() || end != word.data() + word.size()) return std::nullopt;
+  return value;
 }
+
+bool IsDecimal(const std::string& word) { return Decimal(word).has_value(); }
 
 // A loudness target: a decimal number, negative or not, within the targets accepted.
 std::optional<double> LoudnessTarget(const std::string& word) {
@@ -105,6 +108,19 @@ std::optional<BatchScript> ParseBatchCommandLine(const std::vector<std::string>&
       command.from = *from;
       command.to = *to;
       i += 6;
+    } else if (name == "shorten-pauses") {
+      const auto from = argument(3);
+      const auto to = argument(4);
+      if (i + 4 >= words.size() || !IsDecimal(words[i + 1]) || !IsDecimal(words[i + 2])) {
+        return std::nullopt;
+      }
+      if (!from || !to || *from < 1 || *to < *from) return std::nullopt;
+      command.kind = BatchCommand::Kind::ShortenPauses;
+      command.longestSeconds = *Decimal(words[i + 1]);
+      command.quietDb = *Decimal(words[i + 2]);
+      command.from = *from;
+      command.to = *to;
+      i += 5;
     } else if (name == "paste") {
       const auto at = argument(1);
       if (!at || *at < 1) return std::nullopt;
@@ -163,6 +179,9 @@ std::string BatchUsage() {
          "  volume PERCENT FROM TO   change the volume of that range (0 to 200 percent)\n"
          "  maximize FROM TO         maximize that range\n"
          "  dynamic SECONDS TARGET CUTOFF FROM TO  dynamic compress/expand of that range\n"
+         "  shorten-pauses MAX_SECONDS THRESHOLD_DB FROM TO  shorten pauses quieter than\n"
+         "                           THRESHOLD_DB dBFS to MAX_SECONDS, printing\n"
+         "                           {\"pauses\":N,\"removed_seconds\":S}\n"
          "  loudness                 each slide's integrated loudness (LUFS) and true peak\n"
          "                           (dBTP) as one JSON line\n"
          "  level TARGET             level every slide to TARGET LUFS (-70 to 0), true peak\n"

@@ -27,17 +27,20 @@ struct BatchCommand {
     Maximize,
     Dynamic,
     Loudness,
-    Level
+    Level,
+    ShortenPauses
   };
   Kind kind = Kind::Info;
   int32_t from = 0;  // the range's first position; insert-silence, paste, insert-file: the position
   int32_t to = 0;    // the range's last position
-  std::string seconds;  // insert-silence: the answer as given; dynamic: the window's seconds
-  std::string path;     // insert-file, replace-file: the audio file
-  int32_t percent = 0;  // volume: the slider's value
-  std::string target;   // dynamic: target volume in percent
-  std::string cutOff;   // dynamic: cut-off volume in percent
-  double loudness = 0;  // level: the target in LUFS
+  std::string seconds;        // insert-silence: the answer as given; dynamic: the window's seconds
+  std::string path;           // insert-file, replace-file: the audio file
+  int32_t percent = 0;        // volume: the slider's value
+  std::string target;         // dynamic: target volume in percent
+  std::string cutOff;         // dynamic: cut-off volume in percent
+  double loudness = 0;        // level: the target in LUFS
+  double longestSeconds = 0;  // shorten-pauses: the longest pause kept
+  double quietDb = 0;         // shorten-pauses: the quiet level in dBFS
 };
 
 struct BatchScript {

@@ -16,6 +16,7 @@
 #include "editing/InsertAudioFile.h"
 #include "editing/LevelSlides.h"
 #include "editing/ReplaceAudio.h"
+#include "editing/ShortenPauses.h"
 #include "editing/SlideLoudness.h"
 #include "editing/VolumeChgFrm.h"
 #include "editing/VolumeEffects.h"
@@ -54,6 +55,7 @@ bool InsideDocument(const BatchCommand& command, const FileMemoClass& document) 
     case BatchCommand::Kind::Maximize:
     case BatchCommand::Kind::Dynamic:
     case BatchCommand::Kind::ReplaceFile:
+    case BatchCommand::Kind::ShortenPauses:
       return command.to <= document.WavWaveINos;
     case BatchCommand::Kind::Paste:
     case BatchCommand::Kind::InsertFile:
@@ -183,6 +185,16 @@ int RunBatchScript(const BatchScript& script, std::ostream& out, std::ostream& e
         ReplaceWithFile(*document, command.from, command.to, command.path, PunchCrossfadeMs(),
                         "Replace File");
         break;
+      case BatchCommand::Kind::ShortenPauses: {
+        const PauseShortening values{command.longestSeconds, command.quietDb};
+        if (const auto refusal = RefusePauseValues(values)) {
+          UserInterface().Message(*refusal, MessageIcon::Exclamation);
+          break;
+        }
+        out << ShortenedPausesJson(ShortenPauses(*document, command.from, command.to, values))
+            << '\n';
+        break;
+      }
       case BatchCommand::Kind::Volume:
         Select(command.from, command.to);
         VolumeCommand(*document, command.percent);

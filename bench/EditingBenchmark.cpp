@@ -1,10 +1,14 @@
 // Figures of the editing commands on one hour of 44.1 kHz stereo 16-bit audio in a real
 // WAV file: Change Volume, Maximize and Dynamic Compress/Expand beside sox doing the same
 // to the same file, each in a process of its own so that its peak resident memory is the
-// command's, and copy and paste of 30 minutes beside sox cutting out those 30 minutes.
+// command's, copy and paste of 30 minutes beside sox cutting out those 30 minutes, and
+// Shorten Pauses of an hour of speech-like bursts beside sox's silence effect.
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -14,10 +18,13 @@
 #include "bench/BenchSupport.h"
 #include "core/BatchInteraction.h"
 #include "core/Environment.h"
+#include "core/ProjectTables.h"
 #include "editing/ClipboardExchange.h"
 #include "editing/DynamicCompress.h"
 #include "editing/EditCommands.h"
+#include "editing/ShortenPauses.h"
 #include "editing/VolumeEffects.h"
+#include "platform/CanonicalWaveHeader.h"
 #include "storage/EditorContext.h"
 #include "storage/EditorState.h"
 #include "storage/FileMemoClass.h"
@@ -147,9 +154,146 @@ void CopyPasteFigures(const std::string& project) {
   Limit(copy.seconds < 0.010, "copy of 30 minutes under 10 ms");
 }
 
+// An hour of 44.1 kHz stereo "speech": bursts of 2 to 5 s of tone between pauses of 0.3 to
+// 3 s of low noise (-66 dBFS), and a click marker in the middle of each of the first 200
+// bursts. The bursts start with a loud sample, so that they are found to the sample.
+std::string MakePausesProject(const std::string& folder) {
+  std::filesystem::create_directories(folder + "/tracks");
+  const int64_t frames = int64_t{kSeconds} * kRate;
+  std::vector<int16_t> audio(static_cast<size_t>(frames) * 2);
+  uint32_t random = 12345;
+  const auto next = [&random](uint32_t range) {
+    random = random * 1664525u + 1013904223u;
+    return (random >> 8) % range;
+  };
+  std::string markers;
+  int64_t at = 0;
+  int bursts = 0;
+  while (at < frames) {
+    const int64_t pause = kRate * (3 + next(28)) / 10;
+    for (int64_t i = 0; i < pause && at < frames; ++i, ++at) {
+      const auto hiss = static_cast<int16_t>(static_cast<int>(next(31)) - 15);
+      audio[static_cast<size_t>(2 * at)] = audio[static_cast<size_t>(2 * at + 1)] = hiss;
+    }
+    const int64_t burst = kRate * (20 + next(31)) / 10;
+    if (bursts < 200 && at + burst < frames) {
+      char time[32];
+      std::snprintf(time, sizeof time, "%.4f", static_cast<double>(at + burst / 2) / kRate);
+      markers += (markers.empty() ? "" : ",") + std::string(time);
+    }
+    for (int64_t i = 0; i < burst && at < frames; ++i, ++at) {
+      const auto value =
+          static_cast<int16_t>(std::lround(10000 * std::cos(2 * M_PI * 220 * i / kRate)));
+      audio[static_cast<size_t>(2 * at)] = audio[static_cast<size_t>(2 * at + 1)] = value;
+    }
+    ++bursts;
+  }
+  const auto header = CanonicalWaveHeader(2, kRate, 16, frames);
+  std::ofstream out(folder + "/tracks/talk.wav", std::ios::binary);
+  out.write(reinterpret_cast<const char*>(header.data()),
+            static_cast<std::streamsize>(header.size()));
+  out.write(reinterpret_cast<const char*>(audio.data()),
+            static_cast<std::streamsize>(audio.size() * 2));
+  out.close();
+  std::ofstream(folder + "/project.ini")
+      << "[Project]\nTargetFolder=" << folder << "/tracks\nSlideCount=1\nBaseFrequency=" << kRate
+      << "\nBaseBits=16\n[1]\nSlideTitle=Talk\nSlideTrack=talk.wav\nDuration=" << kSeconds
+      << ".0\nClickMarkerTimes=" << markers << "\n";
+  return folder + "/project.ini";
+}
+
+// Where each burst of tone begins (a loud sample after at least 10 ms of quiet ones), and
+// how long each quiet stretch between two bursts lasts.
+void FindBursts(FileMemoClass& document, std::vector<int32_t>& starts,
+                std::vector<int32_t>& pauses) {
+  std::vector<int16_t> frames(1 << 20);
+  int32_t quietSince = 1;
+  bool inBurst = false;
+  int32_t lastLoud = 0;
+  for (int32_t at = 1; at <= document.WavWaveINos; at += 1 << 19) {
+    const int32_t count = std::min(1 << 19, document.WavWaveINos - at + 1);
+    document.QuickFramesGet(at, count, frames.data());
+    for (int32_t i = 0; i < count; ++i) {
+      const int32_t position = at + i;
+      const bool loud = std::abs(frames[static_cast<size_t>(2 * i)]) > 200;
+      if (loud) {
+        if (!inBurst && position - quietSince >= kRate / 100) {
+          if (!starts.empty()) pauses.push_back(position - lastLoud - 1);
+          starts.push_back(position);
+        }
+        inBurst = true;
+        lastLoud = position;
+      } else if (inBurst && position - lastLoud > kRate / 100) {
+        inBurst = false;
+        quietSince = lastLoud + 1;
+      }
+    }
+  }
+}
+
+// Shorten Pauses over the hour, beside sox's silence effect doing the like: how fast, how
+// long the shortened pauses came out, and whether every marker kept its place in its burst.
+void ShortenPausesFigure(const std::string& folder) {
+  const std::string project = MakePausesProject(folder);
+  const std::string wave = folder + "/tracks/talk.wav";
+  const std::string out = folder + "/out.wav";
+  ReadWholeFile(wave);
+  const ProgramRun peer =
+      RunProgram({"sox", wave, out, "silence", "-l", "1", "0.1", "-45d", "-1", "0.8", "-45d"});
+  std::filesystem::remove(out);
+  ReadWholeFile(wave);
+  const CommandRun run = RunInChild(project, [](FileMemoClass& document) {
+    std::vector<int32_t> startsBefore;
+    std::vector<int32_t> pausesBefore;
+    FindBursts(document, startsBefore, pausesBefore);
+    std::vector<int32_t> offsets;  // each marker's place in its burst
+    const ProjectData& project = Project();
+    for (int32_t m = 1; m <= project.MarkerCount; ++m) {
+      const int32_t position = project.Markers[static_cast<size_t>(m)].Position;
+      const auto burst = std::upper_bound(startsBefore.begin(), startsBefore.end(), position) - 1;
+      offsets.push_back(position - *burst);
+    }
+    const auto started = Clock::now();
+    const ShortenedPauses result =
+        ShortenPauses(document, 1, document.WavWaveINos, PauseShortening{0.8, -45});
+    const double seconds = Seconds(Clock::now() - started);
+    std::vector<int32_t> startsAfter;
+    std::vector<int32_t> pausesAfter;
+    FindBursts(document, startsAfter, pausesAfter);
+    double worstMs = 0;
+    int32_t shortened = 0;
+    for (size_t i = 0; i < pausesBefore.size() && i < pausesAfter.size(); ++i) {
+      if (pausesBefore[i] <= 0.8 * kRate) continue;
+      ++shortened;
+      worstMs = std::max(worstMs, std::abs(pausesAfter[i] - 0.8 * kRate) * 1000.0 / kRate);
+    }
+    bool markersInPlace = startsAfter.size() == startsBefore.size();
+    for (int32_t m = 1; m <= project.MarkerCount && markersInPlace; ++m) {
+      const int32_t position = project.Markers[static_cast<size_t>(m)].Position;
+      const auto burst = std::upper_bound(startsAfter.begin(), startsAfter.end(), position) - 1;
+      markersInPlace = position - *burst == offsets[static_cast<size_t>(m) - 1];
+    }
+    std::cout << "  " << result.pauses << " pauses shortened (" << shortened
+              << " longer than 0.8 s found by the check), " << result.removedSeconds
+              << " s removed in " << seconds << " s; shortened pauses within " << worstMs
+              << " ms of 0.8 s; " << project.MarkerCount << " markers "
+              << (markersInPlace ? "each in its place in its burst" : "NOT in their places")
+              << std::endl;
+    Limit(result.pauses == shortened, "every pause longer than 0.8 s shortened");
+    Limit(worstMs <= 10, "shortened pauses at 0.8 s within 10 ms");
+    Limit(markersInPlace && project.MarkerCount == 200, "markers moved by what went before them");
+    return result.pauses > 0;
+  });
+  Limit(run.changed, "Shorten Pauses of one hour ran");
+  Figure("Shorten Pauses of one hour of stereo speech, with the check's two scans", run.seconds,
+         "s", "sox silence -l 1 0.1 -45d -1 0.8 -45d", peer.seconds, "s");
+  std::cout << "  " << kSeconds / std::max(run.seconds, 1e-9) << "x real time" << std::endl;
+  Limit(run.seconds <= kSeconds / 500.0, "Shorten Pauses at least 500x real time");
+}
+
 }  // namespace
 
-// With an argument (volume, maximize, dynamic or copy) only that figure is measured.
+// With an argument (volume, maximize, dynamic, copy or pauses) only that figure is measured.
 int main(int argc, char** argv) {
   const std::string only = argc > 1 ? argv[1] : "";
   const auto wanted = [&only](const char* name) { return only.empty() || only == name; };
@@ -179,5 +323,6 @@ int main(int argc, char** argv) {
                  {"sox", wave, out, "compand", "0.3,0.3", "6:-70,-60,-20", "-5"});
   }
   if (wanted("copy")) CopyPasteFigures(project);
+  if (wanted("pauses")) ShortenPausesFigure(BenchFolder("editing-pauses"));
   return AllWithinLimits() ? 0 : 1;
 }

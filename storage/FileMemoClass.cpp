@@ -122,7 +122,7 @@ void FileMemoClass::WaveDataReplaceRange(int32_t PosStart, int32_t ReplacedLen,
   const int32_t newLength = FileObL ? FileObL->WaveINos : 0;
   const int32_t channels = WavFmtChannel == 2 ? 0 : 1;
   const bool movesSlides = MovesSlides(channels);
-  if (movesSlides && RecordsUndo()) SaveSlidesAndMarkers(NewUndoItem(kUndoSnapshot, "", false));
+  if (movesSlides) SlidesAndMarkersBeingChanged();
   {
     // The delete and the insert leave boundaries and markers alone; they move once, below.
     replaceInProgress_ = true;
@@ -423,6 +423,11 @@ void FileMemoClass::MarkerOneChanged(int32_t DoWhat, int32_t MarkerNo, const std
 void FileMemoClass::MarkerManyChanged(int32_t DoWhat, const std::vector<int32_t>& MarkerNos,
                                       const std::string& UndoName, bool IsLastOperation) {
   RecordMarkers(DoWhat, MarkerNos, UndoName, IsLastOperation);
+}
+
+void FileMemoClass::SlidesAndMarkersBeingChanged() {
+  if (!IsTempObject) DropRedo();
+  if (RecordsUndo()) SaveSlidesAndMarkers(NewUndoItem(kUndoSnapshot, "", false));
 }
 
 void FileMemoClass::SlidesBeingChanged(const std::string& UndoName, bool IsLastOperation) {

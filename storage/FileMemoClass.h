@@ -101,6 +101,9 @@ class FileMemoClass {
                          const std::string& UndoName, bool IsLastOperation);
   // Before the editor moves a slide boundary.
   void SlidesBeingChanged(const std::string& UndoName, bool IsLastOperation);
+  // Before an operation that sets boundaries and markers itself: undo puts every one of
+  // them back as it is now. The operation's own edits follow and end it.
+  void SlidesAndMarkersBeingChanged();
   // Marker and boundary edits, each recorded as one undo item named UndoName; the marker
   // table stays sorted. MoveSlideStart deletes the markers the boundary passes.
   void MoveMarker(int32_t MarkerNo, int32_t Position, const std::string& UndoName);

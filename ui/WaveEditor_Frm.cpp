@@ -161,6 +161,9 @@ void WaveEditor_Frm::BuildMenus() {
       edit, "EditNextMarker_Mnu2", "Pre&vious Marker", [this] { EditNextMarker_Mnu_Click(2); },
       QKeySequence(Qt::ALT | Qt::Key_Left));
   edit->addSeparator();
+  AddMenuItem(edit, "EditShortenPauses_Mnu", "S&horten Pauses...",
+              [this] { EditShortenPauses_Mnu_Click(); });
+  edit->addSeparator();
   AddMenuItem(edit, "UndoClear_Mnu", "C&lear Undo Data...", [this] {
     if (document_ != nullptr) document_->UndoClearFiles_UserAssisted();
   });

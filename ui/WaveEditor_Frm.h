@@ -90,6 +90,7 @@ class WaveEditor_Frm : public QMainWindow, public DocumentWindow, public InsertF
   void VolumeChange_Mnu_Click();
   void VolumeMaximize_Mnu_Click();
   void VolumeDynamicBal_Mnu_Click();
+  void EditShortenPauses_Mnu_Click();
   void VolumeLevelSlides_Mnu_Click();
 
   // ---- Playback and recording (WaveEditor_FrmPlay.cpp) ----

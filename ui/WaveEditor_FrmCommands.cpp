@@ -2,6 +2,8 @@
 // the edit command or effect, shows the dialog it needs, and redraws.
 #include <QFileDialog>
 #include <QStringList>
+#include <algorithm>
+#include <cstdio>
 
 #include "core/Interaction.h"
 #include "core/ProjectTables.h"
@@ -18,6 +20,7 @@
 #include "ui/InsertPosDialog.h"
 #include "ui/LevelSlidesDialog.h"
 #include "ui/PlayerLink.h"
+#include "ui/ShortenPausesDialog.h"
 #include "ui/ViewState.h"
 #include "ui/VolumeChgDialog.h"
 #include "ui/WaveEditor_Frm.h"
@@ -141,6 +144,40 @@ void WaveEditor_Frm::VolumeDynamicBal_Mnu_Click() {
   form.Form_Unload();
   DynamicCompressExpand(*document_, values);
   Refresh_Wave_View();
+}
+
+void WaveEditor_Frm::EditShortenPauses_Mnu_Click() {
+  if (document_ == nullptr || document_->WavWaveINos == 0) return;
+  // The selection, or the whole document without one.
+  const EditorState& editor = Editor();
+  const bool range = editor.SelStart >= 1 && editor.SelEnd > editor.SelStart;
+  const int32_t first = range ? editor.SelStart : 1;
+  const int32_t last =
+      range ? std::min(editor.SelEnd, document_->WavWaveINos) : document_->WavWaveINos;
+  PauseShortening values;
+  for (;;) {
+    ShortenPausesDialog dialog(this);
+    if (dialog.exec() != QDialog::Accepted) return;
+    values = dialog.Values();
+    const std::optional<std::string> refusal = RefusePauseValues(values);
+    if (!refusal) {
+      dialog.KeepValues();
+      break;
+    }
+    UserInterface().Message(*refusal, MessageIcon::Exclamation);
+  }
+  const ShortenedPauses result = ShortenPauses(*document_, first, last, values);
+  Refresh_Wave_View();
+  char seconds[32];
+  std::snprintf(seconds, sizeof seconds, "%.1f", result.removedSeconds);
+  char longest[32];
+  std::snprintf(longest, sizeof longest, "%g", values.longestSeconds);
+  UserInterface().Message(result.pauses == 0
+                              ? std::string("No pause was longer than ") + longest + " seconds."
+                              : std::to_string(result.pauses) +
+                                    (result.pauses == 1 ? " pause was" : " pauses were") +
+                                    " shortened; " + seconds + " seconds were removed.",
+                          MessageIcon::Information, "Shorten Pauses");
 }
 
 // ---- The file insert's dialogs -----------------------------------------------------------

@@ -398,6 +398,51 @@ TEST_F(BatchTool, EncoderSettingsThatWriteElsewhereLeaveTheTrackAsItWas) {
   ExpectSessionFolderGone();
 }
 
+// shorten-pauses cuts quiet stretches down to the longest pause by taking out their
+// middle: a marker inside what goes moves to the cut, later ones and the boundaries move by
+// what went before them, and a pause across a boundary is shortened on each side of it.
+TEST_F(BatchTool, ShortenPausesTakesOutTheMiddleOfLongPausesAndMovesWhatFollows) {
+  const auto tone = [](size_t count) {
+    std::vector<int16_t> samples(count);
+    for (size_t i = 0; i < count; ++i) {
+      samples[i] = static_cast<int16_t>(std::lround(8000 * std::sin(2 * M_PI * 400.0 * i / 8000)));
+    }
+    return samples;
+  };
+  // At 8000 Hz: a 2 s pause, then 1.5 s either side of the boundary, then a short one.
+  plan.baseFrequency = "8000";
+  plan.slides = {
+      TrackSlide("one.wav",
+                 PcmWave(1, 8000, 16, Joined({tone(4000), Zeros(16000), tone(4000), Zeros(12000)})),
+                 "", "1.0,2.25"),
+      TrackSlide("two.wav",
+                 PcmWave(1, 8000, 16, Joined({Zeros(12000), tone(4000), Zeros(4000), tone(4000)})),
+                 "", "1.75")};
+  WriteProject();
+  const ProgramRun run =
+      Run("shorten-pauses 0.8 -45 1 60000 info undo shorten-pauses 0.05 -45 1 10 "
+          "shorten-pauses 0.8 -5 1 10");
+  EXPECT_EQ(run.exitStatus, 0) << run.err;
+  // Each pause keeps 0.4 s either side of its cut: 9600 samples go from the first, 5600
+  // from each side of the boundary.
+  EXPECT_EQ(run.out.substr(0, run.out.find('\n') + 1),
+            "{\"pauses\":3,\"removed_seconds\":2.600}\n");
+  EXPECT_NE(run.out.find("\"length\":39200,"), std::string::npos) << run.out;
+  EXPECT_NE(run.out.find(R"("start":20801,"end":39201})"), std::string::npos) << run.out;
+  EXPECT_NE(run.out.find(R"("markers":[{"kind":1,"position":7201,"slide":1},)"
+                         R"({"kind":1,"position":8401,"slide":1},)"
+                         R"({"kind":1,"position":29201,"slide":2}])"),
+            std::string::npos)
+      << run.out;
+  EXPECT_EQ(run.err, Message("Invalid longest pause\\r\\nEntered longest pause is 0.05\\r\\n(0.1 "
+                             "to 10.0 seconds is allowed)",
+                             "Exclamation") +
+                         Message("Invalid quiet level\\r\\nEntered quiet level is -5 "
+                                 "dBFS\\r\\n(-90 to -10 dBFS is allowed)",
+                                 "Exclamation"));
+  EXPECT_EQ(std::count(run.out.begin(), run.out.end(), '\n'), 2) << "nothing printed when refused";
+}
+
 // A saved WAV track carries its slide's markers as cue points that a second tool reads,
 // and still loads with its samples; a WAV file's cue points come in with it as click
 // markers, which the insert's undo takes away again.

@@ -22,6 +22,7 @@
 #include "tests/ui/EditorWindowFixture.h"
 #include "ui/DynCompDialog.h"
 #include "ui/LevelSlidesDialog.h"
+#include "ui/ShortenPausesDialog.h"
 #include "ui/ViewGeometry.h"
 #include "ui/ViewState.h"
 #include "ui/VolumeChgDialog.h"
@@ -298,6 +299,30 @@ TEST_F(WaveEditorEditing, VolumeCommandsThroughTheirDialogs) {
             std::vector<std::string>{"Invalid sampling duration\r\nEntered sampling duration is "
                                      "20\r\n(0.1 to 10.0 is allowed)"});
   EXPECT_EQ(UndoCaption(), "Undo [Maximize]");
+}
+
+// Without a selection Shorten Pauses works on the whole document and says what it did.
+TEST_F(WaveEditorEditing, ShortenPausesThroughItsDialogSaysHowMuchItRemoved) {
+  const std::vector<int16_t> tone(4000, 8000);
+  const std::vector<int16_t> talk = Joined({tone, Zeros(16000), tone});
+  ProjectPlan plan;
+  plan.targetFolder = files.Path();
+  plan.slides = {TrackSlide("talk.wav", PcmWave(1, kRate, 16, talk))};
+  project = WriteProject(files.File("pauses.ini"), plan);
+  WaveEditor_Frm& window = Open();
+  WhenDialogShows([](QWidget* dialog) {
+    auto* pauses = dynamic_cast<ShortenPausesDialog*>(dialog);
+    ASSERT_NE(pauses, nullptr);
+    EXPECT_EQ(pauses->LongestTxt->text(), "0.8");
+    EXPECT_EQ(pauses->QuietTxt->text(), "-45");
+    pauses->findChild<QPushButton*>("OkBtn")->click();
+  });
+  window.MenuItem("EditShortenPauses_Mnu")->trigger();
+  // The 2 s pause keeps 0.8 s: 1.2 s go.
+  EXPECT_EQ(ui.Texts(),
+            std::vector<std::string>{"1 pause was shortened; 1.2 seconds were removed."});
+  EXPECT_EQ(session->Document()->WavWaveINos, 24000 - 9600);
+  EXPECT_EQ(UndoCaption(), "Undo [Shorten Pauses]");
 }
 
 TEST_F(WaveEditorEditing, LevelSlidesLevelsTheCheckedSlidesAndShowsTheirLoudnessAfter) {
