@@ -106,8 +106,8 @@ void NoteLoadedSlides(FileMemoClass& document) {
     // samples still lie there, encoding them again would only lose quality (or write the
     // user's compressed file out as plain PCM).
     const std::string at = OriginalFileAt(document, slide.Start);
-    slide.LoadedFrom = LowerEnding(slide.TrackPath, 4) == ".mp3" || !at.empty() ? at
-                                                                                : slide.TrackPath;
+    slide.LoadedFrom =
+        LowerEnding(slide.TrackPath, 4) == ".mp3" || !at.empty() ? at : slide.TrackPath;
     slide.LoadedLayout = OriginalFileLayout(document, slide.Start, last, slide.LoadedFrom);
     slide.LoadedMarkers = markers[static_cast<size_t>(n)].Value();
     // Where the project gives no rate, a track of another rate than the first was converted

@@ -45,6 +45,10 @@ class ProgressDisplay {
   virtual float CurrentProgress() const = 0;
   virtual void SetIsVisible(bool visible) = 0;
   virtual bool IsVisible() const = 0;
+  // Whether the person asked to cancel the operation shown since it was made visible. An
+  // operation asks only while the document is as it was before it: cancelling then leaves
+  // nothing changed.
+  virtual bool CancelRequested() { return false; }
 };
 
 // A progress display that only keeps its values, for front ends without a panel.

@@ -56,9 +56,9 @@ class QuietMeter {
 };
 
 // The quiet stretches of from..to that are longer than `longest`, their edges found to the
-// step.
+// step; none, with `cancelled` set, when the person cancels.
 std::vector<Stretch> FindPauses(FileMemoClass& document, int32_t from, int32_t to,
-                                double quietSquare, int32_t longest) {
+                                double quietSquare, int32_t longest, bool& cancelled) {
   const int32_t rate = std::max(document.WavFmtFreq, 1);
   const int32_t window = std::max(1, RoundHalfEven(kWindowSeconds * rate));
   const int32_t step = std::max(1, RoundHalfEven(kEdgeStepSeconds * rate));
@@ -91,6 +91,10 @@ std::vector<Stretch> FindPauses(FileMemoClass& document, int32_t from, int32_t t
     }
     progress.SetCurrentProgress(static_cast<float>(at + count - from) /
                                 static_cast<float>(to - from + 1));
+    if (progress.CancelRequested()) {
+      cancelled = true;
+      return {};
+    }
   }
   close(to);
   return pauses;
@@ -145,7 +149,8 @@ ShortenedPauses ShortenPauses(FileMemoClass& document, int32_t from, int32_t to,
   const double quiet = fullScale * std::pow(10.0, values.quietBelowDb / 20.0);
   const int32_t longest = std::max(1, RoundHalfEven(values.longestSeconds * document.WavFmtFreq));
   std::vector<Stretch> removals;
-  for (const Stretch& pause : FindPauses(document, from, to, quiet * quiet, longest)) {
+  for (const Stretch& pause :
+       FindPauses(document, from, to, quiet * quiet, longest, result.cancelled)) {
     for (const Stretch& part : SplitAtSlides(pause)) {
       if (part.Length() <= longest) continue;
       // The middle goes: half the longest pause stays on either side.

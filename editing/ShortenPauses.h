@@ -21,13 +21,15 @@ struct PauseShortening {
 struct ShortenedPauses {
   int32_t pauses = 0;
   double removedSeconds = 0;
+  bool cancelled = false;  // the person cancelled while the pauses were looked for
 };
 
 // The message for values that cannot be used; nothing when they can.
 std::optional<std::string> RefusePauseValues(const PauseShortening& values);
 
 // Shortens the pauses of from..to as one undo item "Shorten Pauses" and says how many it
-// shortened and how much it removed. Changes nothing when none is longer than the longest.
+// shortened and how much it removed. Changes nothing when none is longer than the longest,
+// or when the person cancels while the pauses are looked for.
 ShortenedPauses ShortenPauses(FileMemoClass& document, int32_t from, int32_t to,
                               const PauseShortening& values);
 

@@ -1,16 +1,30 @@
 #include "ui/ProgressShowerClass.h"
 
+#include <QApplication>
+#include <QKeyEvent>
 #include <QPainter>
+#include <QPushButton>
 
 #include "core/Numbers.h"
 
 namespace quorvane {
 
-ProgressShowerClass::ProgressShowerClass(QWidget& ProgDisplayPic, PictureBox& ProgBarPic)
+namespace {
+
+// How often an operation's question lets the window take its events.
+constexpr std::chrono::milliseconds kLookInterval{50};
+
+}  // namespace
+
+ProgressShowerClass::ProgressShowerClass(QWidget& ProgDisplayPic, PictureBox& ProgBarPic,
+                                         QPushButton& cancel)
     : panel_(ProgDisplayPic),
       bar_(ProgBarPic),
       width_(ProgBarPic.width()),
-      height_(ProgBarPic.height()) {}
+      height_(ProgBarPic.height()),
+      cancel_(cancel) {
+  QObject::connect(&cancel_, &QPushButton::clicked, this, [this] { cancelled_ = true; });
+}
 
 void ProgressShowerClass::SetCurrentProgress(float value) {
   progress_ = value;
@@ -32,8 +46,39 @@ void ProgressShowerClass::SetCurrentProgress(float value) {
 }
 
 void ProgressShowerClass::SetIsVisible(bool visible) {
+  if (visible && !panel_.isVisible()) cancelled_ = false;
   panel_.setVisible(visible);
   if (visible) panel_.raise();
+}
+
+bool ProgressShowerClass::CancelRequested() {
+  const auto now = std::chrono::steady_clock::now();
+  if (cancelled_ || now - lastLook_ < kLookInterval) return cancelled_;
+  lastLook_ = now;
+  qApp->installEventFilter(this);
+  QApplication::processEvents();
+  qApp->removeEventFilter(this);
+  return cancelled_;
+}
+
+bool ProgressShowerClass::eventFilter(QObject* watched, QEvent* event) {
+  switch (event->type()) {
+    case QEvent::KeyPress:
+      if (static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape) cancelled_ = true;
+      return true;
+    case QEvent::MouseButtonPress:
+    case QEvent::MouseButtonRelease:
+    case QEvent::MouseButtonDblClick:
+      return watched != &cancel_;
+    case QEvent::KeyRelease:
+    case QEvent::Wheel:
+    case QEvent::Close:
+    case QEvent::Shortcut:
+    case QEvent::ShortcutOverride:
+      return true;
+    default:
+      return false;
+  }
 }
 
 bool ProgressShowerClass::IsVisible() const { return panel_.isVisible(); }

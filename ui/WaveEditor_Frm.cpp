@@ -10,6 +10,7 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QMenuBar>
+#include <QPushButton>
 #include <QScrollBar>
 #include <QToolBar>
 
@@ -344,9 +345,12 @@ void WaveEditor_Frm::BuildStrips() {
   progDisplayPic_->setGeometry(0, 0, 280, 26);
   progBarPic_ = new PictureBox(progDisplayPic_, QColor(255, 255, 255));
   progBarPic_->setObjectName("ProgBarPic");
-  progBarPic_->setGeometry(3, 3, 274, 20);
+  progBarPic_->setGeometry(3, 3, 204, 20);
+  auto* cancel = new QPushButton("Cancel", progDisplayPic_);
+  cancel->setObjectName("ProgCancelBtn");
+  cancel->setGeometry(210, 2, 67, 22);
   progDisplayPic_->hide();
-  progress_ = std::make_unique<ProgressShowerClass>(*progDisplayPic_, *progBarPic_);
+  progress_ = std::make_unique<ProgressShowerClass>(*progDisplayPic_, *progBarPic_, *cancel);
 }
 
 void WaveEditor_Frm::BuildLabels() {

@@ -168,6 +168,7 @@ void WaveEditor_Frm::EditShortenPauses_Mnu_Click() {
   }
   const ShortenedPauses result = ShortenPauses(*document_, first, last, values);
   Refresh_Wave_View();
+  if (result.cancelled) return;
   char seconds[32];
   std::snprintf(seconds, sizeof seconds, "%.1f", result.removedSeconds);
   char longest[32];

@@ -5,6 +5,7 @@
 #include <QClipboard>
 #include <QComboBox>
 #include <QGuiApplication>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
@@ -12,7 +13,9 @@
 #include <QPushButton>
 #include <QSlider>
 #include <QTableWidget>
+#include <chrono>
 #include <cmath>
+#include <thread>
 
 #include "core/ProjectTables.h"
 #include "core/Settings.h"
@@ -22,6 +25,7 @@
 #include "tests/ui/EditorWindowFixture.h"
 #include "ui/DynCompDialog.h"
 #include "ui/LevelSlidesDialog.h"
+#include "ui/ProgressShowerClass.h"
 #include "ui/ShortenPausesDialog.h"
 #include "ui/ViewGeometry.h"
 #include "ui/ViewState.h"
@@ -323,6 +327,23 @@ TEST_F(WaveEditorEditing, ShortenPausesThroughItsDialogSaysHowMuchItRemoved) {
             std::vector<std::string>{"1 pause was shortened; 1.2 seconds were removed."});
   EXPECT_EQ(session->Document()->WavWaveINos, 24000 - 9600);
   EXPECT_EQ(UndoCaption(), "Undo [Shorten Pauses]");
+
+  // While an operation shows its progress, Esc asks to cancel it, and any other key goes
+  // unheard: nothing else starts halfway through.
+  ProgressShowerClass& progress = window.ProgressShower();
+  progress.SetIsVisible(true);
+  Editor().SelStart = 1;
+  Editor().SelEnd = 100;
+  QCoreApplication::postEvent(window.Wave_Pic(1),
+                              new QKeyEvent(QEvent::KeyPress, Qt::Key_Delete, Qt::NoModifier));
+  EXPECT_FALSE(progress.CancelRequested());
+  EXPECT_EQ(session->Document()->WavWaveINos, 24000 - 9600);
+  QCoreApplication::postEvent(window.Wave_Pic(1),
+                              new QKeyEvent(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier));
+  // The operation looks for events only every 50 ms.
+  std::this_thread::sleep_for(std::chrono::milliseconds(60));
+  EXPECT_TRUE(progress.CancelRequested());
+  progress.SetIsVisible(false);
 }
 
 TEST_F(WaveEditorEditing, LevelSlidesLevelsTheCheckedSlidesAndShowsTheirLoudnessAfter) {
