@@ -108,6 +108,19 @@ std::optional<BatchScript> ParseBatchCommandLine(const std::vector<std::string>&
       command.from = *from;
       command.to = *to;
       i += 6;
+    } else if (name == "cleanup") {
+      const auto from = argument(3);
+      const auto to = argument(4);
+      if (i + 4 >= words.size() || !IsDecimal(words[i + 1]) || !IsDecimal(words[i + 2])) {
+        return std::nullopt;
+      }
+      if (!from || !to || *from < 1 || *to < *from) return std::nullopt;
+      command.kind = BatchCommand::Kind::CleanUp;
+      command.highPassHz = *Decimal(words[i + 1]);
+      command.strengthDb = *Decimal(words[i + 2]);
+      command.from = *from;
+      command.to = *to;
+      i += 5;
     } else if (name == "shorten-pauses") {
       const auto from = argument(3);
       const auto to = argument(4);
@@ -179,6 +192,8 @@ std::string BatchUsage() {
          "  volume PERCENT FROM TO   change the volume of that range (0 to 200 percent)\n"
          "  maximize FROM TO         maximize that range\n"
          "  dynamic SECONDS TARGET CUTOFF FROM TO  dynamic compress/expand of that range\n"
+         "  cleanup HIGHPASS_HZ STRENGTH_DB FROM TO  high-pass filter (0: none) and noise\n"
+         "                           reduction by STRENGTH_DB (0: none) of that range\n"
          "  shorten-pauses MAX_SECONDS THRESHOLD_DB FROM TO  shorten pauses quieter than\n"
          "                           THRESHOLD_DB dBFS to MAX_SECONDS, printing\n"
          "                           {\"pauses\":N,\"removed_seconds\":S}\n"

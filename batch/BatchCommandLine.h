@@ -28,7 +28,8 @@ struct BatchCommand {
     Dynamic,
     Loudness,
     Level,
-    ShortenPauses
+    ShortenPauses,
+    CleanUp
   };
   Kind kind = Kind::Info;
   int32_t from = 0;  // the range's first position; insert-silence, paste, insert-file: the position
@@ -41,6 +42,8 @@ struct BatchCommand {
   double loudness = 0;        // level: the target in LUFS
   double longestSeconds = 0;  // shorten-pauses: the longest pause kept
   double quietDb = 0;         // shorten-pauses: the quiet level in dBFS
+  double highPassHz = 0;      // cleanup: the high-pass filter's cut-off
+  double strengthDb = 0;      // cleanup: the noise reduction in dB
 };
 
 struct BatchScript {

@@ -9,6 +9,7 @@
 #include "batch/BatchOutput.h"
 #include "core/ErrorReport.h"
 #include "core/Interaction.h"
+#include "editing/CleanUpVoice.h"
 #include "editing/ClipboardExchange.h"
 #include "editing/DynCompFrm.h"
 #include "editing/DynamicCompress.h"
@@ -56,6 +57,7 @@ bool InsideDocument(const BatchCommand& command, const FileMemoClass& document) 
     case BatchCommand::Kind::Dynamic:
     case BatchCommand::Kind::ReplaceFile:
     case BatchCommand::Kind::ShortenPauses:
+    case BatchCommand::Kind::CleanUp:
       return command.to <= document.WavWaveINos;
     case BatchCommand::Kind::Paste:
     case BatchCommand::Kind::InsertFile:
@@ -185,6 +187,15 @@ int RunBatchScript(const BatchScript& script, std::ostream& out, std::ostream& e
         ReplaceWithFile(*document, command.from, command.to, command.path, PunchCrossfadeMs(),
                         "Replace File");
         break;
+      case BatchCommand::Kind::CleanUp: {
+        const VoiceCleanUp values{command.highPassHz, command.strengthDb};
+        if (const auto refusal = RefuseCleanUpValues(values)) {
+          UserInterface().Message(*refusal, MessageIcon::Exclamation);
+          break;
+        }
+        CleanUpVoice(*document, command.from, command.to, values);
+        break;
+      }
       case BatchCommand::Kind::ShortenPauses: {
         const PauseShortening values{command.longestSeconds, command.quietDb};
         if (const auto refusal = RefusePauseValues(values)) {
