@@ -2,7 +2,8 @@
 // WAV file: Change Volume, Maximize and Dynamic Compress/Expand beside sox doing the same
 // to the same file, each in a process of its own so that its peak resident memory is the
 // command's, copy and paste of 30 minutes beside sox cutting out those 30 minutes, and
-// Shorten Pauses of an hour of speech-like bursts beside sox's silence effect.
+// Shorten Pauses of an hour of speech-like bursts beside sox's silence effect, and Clean Up
+// Voice of the hour beside sox's highpass and noisered, with its effect on spoken narration.
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -19,6 +20,7 @@
 #include "core/BatchInteraction.h"
 #include "core/Environment.h"
 #include "core/ProjectTables.h"
+#include "editing/CleanUpVoice.h"
 #include "editing/ClipboardExchange.h"
 #include "editing/DynamicCompress.h"
 #include "editing/EditCommands.h"
@@ -28,6 +30,7 @@
 #include "storage/EditorContext.h"
 #include "storage/EditorState.h"
 #include "storage/FileMemoClass.h"
+#include "tests/support/SpokenFixture.h"
 
 using namespace quorvane;
 using namespace quorvane::bench;
@@ -152,6 +155,15 @@ void CopyPasteFigures(const std::string& project) {
   Figure("Copying 30 minutes", copy.seconds * 1000.0, "ms", "sox trimming out 30 minutes",
          peer.seconds * 1000.0, "ms");
   Limit(copy.seconds < 0.010, "copy of 30 minutes under 10 ms");
+}
+
+void WriteMonoWav(const std::string& path, const std::vector<int16_t>& samples) {
+  const auto header = CanonicalWaveHeader(1, kRate, 16, static_cast<int64_t>(samples.size()));
+  std::ofstream out(path, std::ios::binary);
+  out.write(reinterpret_cast<const char*>(header.data()),
+            static_cast<std::streamsize>(header.size()));
+  out.write(reinterpret_cast<const char*>(samples.data()),
+            static_cast<std::streamsize>(samples.size() * 2));
 }
 
 // An hour of 44.1 kHz stereo "speech": bursts of 2 to 5 s of tone between pauses of 0.3 to
@@ -291,9 +303,62 @@ void ShortenPausesFigure(const std::string& folder) {
   Limit(run.seconds <= kSeconds / 500.0, "Shorten Pauses at least 500x real time");
 }
 
+// Clean Up Voice at 20 dB with the 80 Hz filter: on the spoken fixture, how far the floor
+// in the pauses drops and how the speech's level changes; on the hour, how fast it runs
+// beside sox's highpass and noisered (with a profile of the hour's first second).
+void CleanUpFigures(const std::string& project) {
+  const std::string folder = std::filesystem::path(project).parent_path();
+  const testing::SpokenFixture fixture = testing::MakeSpokenFixture(folder, kRate);
+  Limit(!fixture.noisy.empty(), "the spoken fixture made with espeak-ng and sox");
+  if (!fixture.noisy.empty()) {
+    const std::string spoken = folder + "/spoken";
+    std::filesystem::create_directories(spoken + "/tracks");
+    WriteMonoWav(spoken + "/tracks/talk.wav", fixture.noisy);
+    std::ofstream(spoken + "/project.ini")
+        << "[Project]\nTargetFolder=" << spoken << "/tracks\nSlideCount=1\nBaseFrequency=" << kRate
+        << "\nBaseBits=16\n[1]\nSlideTitle=Talk\nSlideTrack=talk.wav\nDuration=0\n";
+    const auto pauses = fixture.Pauses(kRate);
+    const CommandRun quality = RunInChild(spoken + "/project.ini", [&](FileMemoClass& document) {
+      if (!CleanUpVoice(document, 1, document.WavWaveINos, VoiceCleanUp{80, 20})) return false;
+      std::vector<int16_t> left;
+      std::vector<int16_t> right;
+      document.WaveCollectBuff(1, document.WavWaveINos, 1, left, right);
+      const double drop =
+          testing::StretchesDb(fixture.noisy, pauses) - testing::StretchesDb(left, pauses);
+      const double change = testing::StretchesDb(left, fixture.speech) -
+                            testing::StretchesDb(fixture.noisy, fixture.speech);
+      std::cout << "Clean Up Voice 20 dB, 80 Hz, spoken fixture: floor in the pauses down " << drop
+                << " dB (goal: at least 15), speech level changed " << change
+                << " dB (goal: within 1)" << std::endl;
+      Limit(drop >= 15 && std::abs(change) <= 1, "clean-up lowers the floor, keeps the voice");
+      return true;
+    });
+    Limit(quality.changed, "Clean Up Voice of the spoken fixture ran");
+  }
+  const std::string wave = folder + "/tracks/hour.wav";
+  const std::string profile = folder + "/noise.prof";
+  const std::string out = folder + "/out.wav";
+  RunProgram({"sox", wave, "-n", "trim", "0", "1", "noiseprof", profile});
+  ReadWholeFile(wave);
+  const ProgramRun peer =
+      RunProgram({"sox", wave, out, "highpass", "80", "noisered", profile, "0.1"});
+  std::filesystem::remove(out);
+  ReadWholeFile(wave);
+  const CommandRun run = RunInChild(project, [](FileMemoClass& document) {
+    return CleanUpVoice(document, 1, document.WavWaveINos, VoiceCleanUp{80, 20});
+  });
+  Limit(run.changed, "Clean Up Voice of one hour ran");
+  Figure("Clean Up Voice 20 dB, 80 Hz, of one hour of stereo", run.seconds, "s",
+         "sox highpass 80 noisered 0.1", peer.seconds, "s");
+  std::cout << "  " << kSeconds / std::max(run.seconds, 1e-9) << "x real time; peak resident "
+            << run.peakMegabytes << " MB (budget " << run.budgetMegabytes << " MB)" << std::endl;
+  Limit(run.seconds <= kSeconds / 100.0, "Clean Up Voice at least 100x real time");
+}
+
 }  // namespace
 
-// With an argument (volume, maximize, dynamic, copy or pauses) only that figure is measured.
+// With an argument (volume, maximize, dynamic, copy, pauses or cleanup) only that figure is
+// measured.
 int main(int argc, char** argv) {
   const std::string only = argc > 1 ? argv[1] : "";
   const auto wanted = [&only](const char* name) { return only.empty() || only == name; };
@@ -324,5 +389,6 @@ int main(int argc, char** argv) {
   }
   if (wanted("copy")) CopyPasteFigures(project);
   if (wanted("pauses")) ShortenPausesFigure(BenchFolder("editing-pauses"));
+  if (wanted("cleanup")) CleanUpFigures(project);
   return AllWithinLimits() ? 0 : 1;
 }

@@ -176,6 +176,8 @@ void WaveEditor_Frm::BuildMenus() {
               [this] { VolumeDynamicBal_Mnu_Click(); });
   AddMenuItem(volume, "VolumeLevelSlides_Mnu", "&Level Slides...",
               [this] { VolumeLevelSlides_Mnu_Click(); });
+  AddMenuItem(volume, "VolumeCleanUpVoice_Mnu", "Clean Up &Voice...",
+              [this] { VolumeCleanUpVoice_Mnu_Click(); });
 
   QMenu* view = menuBar()->addMenu("&View");
   const std::array<std::pair<int, const char*>, 5> zooms = {{{1, "&Zoom In\tShift+1"},

@@ -91,6 +91,7 @@ class WaveEditor_Frm : public QMainWindow, public DocumentWindow, public InsertF
   void VolumeMaximize_Mnu_Click();
   void VolumeDynamicBal_Mnu_Click();
   void EditShortenPauses_Mnu_Click();
+  void VolumeCleanUpVoice_Mnu_Click();
   void VolumeLevelSlides_Mnu_Click();
 
   // ---- Playback and recording (WaveEditor_FrmPlay.cpp) ----

@@ -4,18 +4,22 @@
 #include <QStringList>
 #include <algorithm>
 #include <cstdio>
+#include <utility>
 
 #include "core/Interaction.h"
 #include "core/ProjectTables.h"
+#include "editing/CleanUpVoice.h"
 #include "editing/DynCompFrm.h"
 #include "editing/DynamicCompress.h"
 #include "editing/EditCommands.h"
 #include "editing/EditRange.h"
 #include "editing/InsertAudioFile.h"
+#include "editing/ShortenPauses.h"
 #include "editing/VolumeChgFrm.h"
 #include "editing/VolumeEffects.h"
 #include "storage/EditorState.h"
 #include "storage/FileMemoClass.h"
+#include "ui/CleanUpVoiceDialog.h"
 #include "ui/DynCompDialog.h"
 #include "ui/InsertPosDialog.h"
 #include "ui/LevelSlidesDialog.h"
@@ -146,14 +150,41 @@ void WaveEditor_Frm::VolumeDynamicBal_Mnu_Click() {
   Refresh_Wave_View();
 }
 
+namespace {
+
+// The selection, or the whole document without one.
+std::pair<int32_t, int32_t> SelectionOrAll(const FileMemoClass& document) {
+  const EditorState& editor = Editor();
+  if (editor.SelStart >= 1 && editor.SelEnd > editor.SelStart) {
+    return {editor.SelStart, std::min(editor.SelEnd, document.WavWaveINos)};
+  }
+  return {1, document.WavWaveINos};
+}
+
+}  // namespace
+
+void WaveEditor_Frm::VolumeCleanUpVoice_Mnu_Click() {
+  if (document_ == nullptr || document_->WavWaveINos == 0) return;
+  const auto [first, last] = SelectionOrAll(*document_);
+  VoiceCleanUp values;
+  for (;;) {
+    CleanUpVoiceDialog dialog(this);
+    if (dialog.exec() != QDialog::Accepted) return;
+    values = dialog.Values();
+    const std::optional<std::string> refusal = RefuseCleanUpValues(values);
+    if (!refusal) {
+      dialog.KeepValues();
+      break;
+    }
+    UserInterface().Message(*refusal, MessageIcon::Exclamation);
+  }
+  CleanUpVoice(*document_, first, last, values);
+  Refresh_Wave_View();
+}
+
 void WaveEditor_Frm::EditShortenPauses_Mnu_Click() {
   if (document_ == nullptr || document_->WavWaveINos == 0) return;
-  // The selection, or the whole document without one.
-  const EditorState& editor = Editor();
-  const bool range = editor.SelStart >= 1 && editor.SelEnd > editor.SelStart;
-  const int32_t first = range ? editor.SelStart : 1;
-  const int32_t last =
-      range ? std::min(editor.SelEnd, document_->WavWaveINos) : document_->WavWaveINos;
+  const auto [first, last] = SelectionOrAll(*document_);
   PauseShortening values;
   for (;;) {
     ShortenPausesDialog dialog(this);
