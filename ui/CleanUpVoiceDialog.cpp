@@ -29,10 +29,14 @@ CleanUpVoiceDialog::CleanUpVoiceDialog(QWidget* parent) : QDialog(parent) {
   StrengthTxt->setObjectName("StrengthTxt");
   auto* column = new QVBoxLayout(this);
   auto* grid = new QGridLayout;
-  grid->addWidget(new QLabel("&High-pass filter (Hz):", this), 0, 0);
+  auto* highpasstxtLabel = new QLabel("&High-pass filter (Hz):", this);
+  highpasstxtLabel->setBuddy(HighPassTxt);
+  grid->addWidget(highpasstxtLabel, 0, 0);
   grid->addWidget(HighPassTxt, 0, 1);
   grid->addWidget(new QLabel("0 for none, 20 to 300", this), 0, 2);
-  grid->addWidget(new QLabel("&Noise reduction (dB):", this), 1, 0);
+  auto* strengthtxtLabel = new QLabel("&Noise reduction (dB):", this);
+  strengthtxtLabel->setBuddy(StrengthTxt);
+  grid->addWidget(strengthtxtLabel, 1, 0);
   grid->addWidget(StrengthTxt, 1, 1);
   grid->addWidget(new QLabel("0 for none, up to 40", this), 1, 2);
   auto* help = new QLabel(

@@ -29,10 +29,14 @@ ShortenPausesDialog::ShortenPausesDialog(QWidget* parent) : QDialog(parent) {
   QuietTxt->setObjectName("QuietTxt");
   auto* column = new QVBoxLayout(this);
   auto* grid = new QGridLayout;
-  grid->addWidget(new QLabel("Longest &pause (seconds):", this), 0, 0);
+  auto* longesttxtLabel = new QLabel("Longest &pause (seconds):", this);
+  longesttxtLabel->setBuddy(LongestTxt);
+  grid->addWidget(longesttxtLabel, 0, 0);
   grid->addWidget(LongestTxt, 0, 1);
   grid->addWidget(new QLabel("0.1 to 10.0", this), 0, 2);
-  grid->addWidget(new QLabel("&Quieter than (dBFS):", this), 1, 0);
+  auto* quiettxtLabel = new QLabel("&Quieter than (dBFS):", this);
+  quiettxtLabel->setBuddy(QuietTxt);
+  grid->addWidget(quiettxtLabel, 1, 0);
   grid->addWidget(QuietTxt, 1, 1);
   grid->addWidget(new QLabel("-90 to -10", this), 1, 2);
   auto* help = new QLabel(
