@@ -14,6 +14,7 @@
 #include "core/FileHelpers.h"
 #include "core/Numbers.h"
 #include "core/Settings.h"
+#include "core/StaleSessions.h"
 #include "platform/ProgramFile.h"
 
 namespace quorvane {
@@ -78,7 +79,10 @@ bool InitTempFolder() {
     Env().TempRoot = Env().SystemTempPath;
     Env().SessionFolder = MakeSessionFolder();
   }
-  return !Env().SessionFolder.empty();
+  if (Env().SessionFolder.empty()) return false;
+  // The folders of sessions that were killed would otherwise stay for ever.
+  RemoveStaleSessionFolders(Env().TempRoot, Env().SessionFolder);
+  return true;
 }
 
 std::string MakeSessionFolder() {
@@ -88,12 +92,15 @@ std::string MakeSessionFolder() {
   const std::lock_guard lock(g_sessionMutex);
   if (g_ending || ::mkdtemp(name.data()) == nullptr) return "";
   g_liveSessionFolder = name;
+  // Held while this process lives: a later start knows the folder is in use.
+  HoldSessionFolder(name);
   return name;
 }
 
 void RemoveSessionFolder() {
   const std::string folder = Env().SessionFolder;
   if (folder.empty()) return;
+  ReleaseSessionFolder();
   if (AnyFileIn(folder)) {
     DeleteFilesIn(folder);
     if (AnyFileIn(folder)) std::this_thread::sleep_for(std::chrono::milliseconds(200));

@@ -4,18 +4,21 @@
 #include <gtest/gtest.h>
 
 #include <sys/stat.h>
+#include <sys/time.h>
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "app/ProjectLock.h"
+#include "platform/FileLock.h"
 #include "platform/WaveCuePoints.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/CompressedWavFixtures.h"
@@ -495,6 +498,40 @@ TEST_F(BatchTool, CleanUpVoiceAndShortenPausesOnNoisySpeech) {
                 Message("Invalid noise reduction\\r\\nEntered strength is 50 dB\\r\\n(0 for "
                         "none, up to 40 dB is allowed)",
                         "Exclamation"));
+}
+
+// The folder of a session that was killed is removed by the next start, unless it holds a
+// journal to recover, its process still holds it, or it was made a moment ago.
+TEST_F(BatchTool, AStartRemovesTheFoldersOfDeadSessionsOnly) {
+  WriteProject();
+  const auto folderAt = [this](const std::string& name, const std::string& file, bool old) {
+    const std::string path = Temporary() + "/" + name;
+    std::filesystem::create_directories(path);
+    if (!file.empty()) std::ofstream(path + "/" + file) << "audio";
+    if (old) {
+      const struct timeval twoHoursAgo[2] = {{::time(nullptr) - 7200, 0},
+                                             {::time(nullptr) - 7200, 0}};
+      ::utimes(path.c_str(), twoHoursAgo);
+    }
+    return path;
+  };
+  const std::string dead = folderAt("fmDeAd01", "tm1.tmp", true);
+  const std::string recoverable = folderAt("fmJrnl01", "journal", true);
+  const std::string live = folderAt("fmLive01", "", true);
+  const std::string young = folderAt("fmYoung1", "tm1.tmp", false);
+  ExclusiveFileLock held;
+  ASSERT_EQ(held.Take(live + "/session.lock", live + "/session.lock"),
+            ExclusiveFileLock::Outcome::Locked);
+  const struct timeval old[2] = {{::time(nullptr) - 7200, 0}, {::time(nullptr) - 7200, 0}};
+  ::utimes(live.c_str(), old);
+  EXPECT_EQ(Run("info").exitStatus, 0);
+  EXPECT_FALSE(std::filesystem::exists(dead));
+  EXPECT_TRUE(std::filesystem::exists(recoverable + "/journal"));
+  EXPECT_TRUE(std::filesystem::exists(live));
+  EXPECT_TRUE(std::filesystem::exists(young + "/tm1.tmp"));
+  held.Release();
+  for (const std::string& path : {recoverable, live, young}) std::filesystem::remove_all(path);
+  ExpectSessionFolderGone();
 }
 
 // A saved WAV track carries its slide's markers as cue points that a second tool reads,

@@ -101,7 +101,9 @@ TEST_F(EnvironmentTest, SessionFolderIsPrivateAndItsNameCannotBeToldBeforehand) 
   EXPECT_EQ(folder.parent_path(), root.File("tmp"));
   EXPECT_EQ(folder.filename().string().substr(0, 2), "fm");
   EXPECT_TRUE(fs::is_directory(folder));
-  EXPECT_TRUE(fs::is_empty(folder));
+  // It holds only the lock that tells later starts the folder is in use.
+  EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 1);
+  EXPECT_TRUE(fs::exists(folder / "session.lock"));
   EXPECT_EQ(fs::status(folder).permissions() & fs::perms::all, fs::perms::owner_all);
   // The next run's name cannot be told from this one's.
   const std::string next = MakeSessionFolder();
