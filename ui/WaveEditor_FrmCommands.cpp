@@ -161,49 +161,49 @@ std::pair<int32_t, int32_t> SelectionOrAll(const FileMemoClass& document) {
   return {1, document.WavWaveINos};
 }
 
+// Shows the dialog again after each refusal's message; the values accepted, or nothing
+// when it is cancelled. Accepted values are kept for the next time.
+template <typename Dialog, typename Values>
+std::optional<Values> AskValues(QWidget* parent,
+                                std::optional<std::string> (*refuse)(const Values&)) {
+  for (;;) {
+    Dialog dialog(parent);
+    if (dialog.exec() != QDialog::Accepted) return std::nullopt;
+    const Values values = dialog.Values();
+    const std::optional<std::string> refusal = refuse(values);
+    if (!refusal) {
+      dialog.KeepValues();
+      return values;
+    }
+    UserInterface().Message(*refusal, MessageIcon::Exclamation);
+  }
+}
+
 }  // namespace
 
 void WaveEditor_Frm::VolumeCleanUpVoice_Mnu_Click() {
   if (document_ == nullptr || document_->WavWaveINos == 0) return;
   const auto [first, last] = SelectionOrAll(*document_);
-  VoiceCleanUp values;
-  for (;;) {
-    CleanUpVoiceDialog dialog(this);
-    if (dialog.exec() != QDialog::Accepted) return;
-    values = dialog.Values();
-    const std::optional<std::string> refusal = RefuseCleanUpValues(values);
-    if (!refusal) {
-      dialog.KeepValues();
-      break;
-    }
-    UserInterface().Message(*refusal, MessageIcon::Exclamation);
-  }
-  CleanUpVoice(*document_, first, last, values);
+  const std::optional<VoiceCleanUp> values =
+      AskValues<CleanUpVoiceDialog, VoiceCleanUp>(this, RefuseCleanUpValues);
+  if (!values) return;
+  CleanUpVoice(*document_, first, last, *values);
   Refresh_Wave_View();
 }
 
 void WaveEditor_Frm::EditShortenPauses_Mnu_Click() {
   if (document_ == nullptr || document_->WavWaveINos == 0) return;
   const auto [first, last] = SelectionOrAll(*document_);
-  PauseShortening values;
-  for (;;) {
-    ShortenPausesDialog dialog(this);
-    if (dialog.exec() != QDialog::Accepted) return;
-    values = dialog.Values();
-    const std::optional<std::string> refusal = RefusePauseValues(values);
-    if (!refusal) {
-      dialog.KeepValues();
-      break;
-    }
-    UserInterface().Message(*refusal, MessageIcon::Exclamation);
-  }
-  const ShortenedPauses result = ShortenPauses(*document_, first, last, values);
+  const std::optional<PauseShortening> values =
+      AskValues<ShortenPausesDialog, PauseShortening>(this, RefusePauseValues);
+  if (!values) return;
+  const ShortenedPauses result = ShortenPauses(*document_, first, last, *values);
   Refresh_Wave_View();
   if (result.cancelled) return;
   char seconds[32];
   std::snprintf(seconds, sizeof seconds, "%.1f", result.removedSeconds);
   char longest[32];
-  std::snprintf(longest, sizeof longest, "%g", values.longestSeconds);
+  std::snprintf(longest, sizeof longest, "%g", values->longestSeconds);
   UserInterface().Message(result.pauses == 0
                               ? std::string("No pause was longer than ") + longest + " seconds."
                               : std::to_string(result.pauses) +

@@ -317,8 +317,8 @@ TEST_F(WaveEditorEditing, ShortenPausesThroughItsDialogSaysHowMuchItRemoved) {
   WhenDialogShows([](QWidget* dialog) {
     auto* pauses = dynamic_cast<ShortenPausesDialog*>(dialog);
     ASSERT_NE(pauses, nullptr);
-    EXPECT_EQ(pauses->LongestTxt->text(), "0.8");
-    EXPECT_EQ(pauses->QuietTxt->text(), "-45");
+    EXPECT_EQ(pauses->Box(0)->text(), "0.8");
+    EXPECT_EQ(pauses->Box(1)->text(), "-45");
     pauses->findChild<QPushButton*>("OkBtn")->click();
   });
   window.MenuItem("EditShortenPauses_Mnu")->trigger();
