@@ -190,5 +190,26 @@ TEST_F(WindowPlayback, PunchInReplacesTheSelectionWithATakeLinedUpWithThePlayedT
   EXPECT_NE(take, original) << "recorded, not the document's own samples";
 }
 
+// Without a selection the take goes in at the cursor, after the pre-roll, and Stop ends it.
+TEST_F(WindowPlayback, PunchInWithoutASelectionInsertsTheTakeAtTheCursor) {
+  WaveEditor_Frm& window = Open();
+  SettingPut("", "PunchPreRoll", "0.25");
+  Editor().SelStart = Editor().SelEnd = Editor().CursorPos = kFrames + 1;
+  const int32_t before = session->Document()->WavWaveINos;
+  window.MenuItem("PunchIn_Mnu")->trigger();
+  ASSERT_NE(window.RunningPunch(), nullptr);
+  ASSERT_TRUE(
+      QTest::qWaitFor([&] { return window.RunningPunch()->FramesRecorded() >= kRate / 2; }, 3000));
+  window.PlayToolbar_ButtonClick("Stop");
+  ASSERT_TRUE(QTest::qWaitFor([&] { return window.RunningPunch() == nullptr; }, 2000));
+  const int32_t taken = session->Document()->WavWaveINos - before;
+  EXPECT_GE(taken, kRate / 2);
+  EXPECT_LT(taken, 2 * kRate);
+  EXPECT_EQ(Editor().SelStart, kFrames + 1);
+  EXPECT_EQ(Editor().SelEnd, kFrames + taken);
+  EXPECT_EQ(window.MenuItem("Undo_Mnu")->iconText().toStdString(), "Undo [Punch In]");
+  EXPECT_FALSE(window.Button("PunchIn")->isChecked());
+}
+
 }  // namespace
 }  // namespace quorvane::testing
