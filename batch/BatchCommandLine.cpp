@@ -108,29 +108,17 @@ std::optional<BatchScript> ParseBatchCommandLine(const std::vector<std::string>&
       command.from = *from;
       command.to = *to;
       i += 6;
-    } else if (name == "cleanup") {
+    } else if (name == "cleanup" || name == "shorten-pauses") {
+      // Two decimal values, then the range.
       const auto from = argument(3);
       const auto to = argument(4);
       if (i + 4 >= words.size() || !IsDecimal(words[i + 1]) || !IsDecimal(words[i + 2])) {
         return std::nullopt;
       }
       if (!from || !to || *from < 1 || *to < *from) return std::nullopt;
-      command.kind = BatchCommand::Kind::CleanUp;
-      command.highPassHz = *Decimal(words[i + 1]);
-      command.strengthDb = *Decimal(words[i + 2]);
-      command.from = *from;
-      command.to = *to;
-      i += 5;
-    } else if (name == "shorten-pauses") {
-      const auto from = argument(3);
-      const auto to = argument(4);
-      if (i + 4 >= words.size() || !IsDecimal(words[i + 1]) || !IsDecimal(words[i + 2])) {
-        return std::nullopt;
-      }
-      if (!from || !to || *from < 1 || *to < *from) return std::nullopt;
-      command.kind = BatchCommand::Kind::ShortenPauses;
-      command.longestSeconds = *Decimal(words[i + 1]);
-      command.quietDb = *Decimal(words[i + 2]);
+      command.kind =
+          name == "cleanup" ? BatchCommand::Kind::CleanUp : BatchCommand::Kind::ShortenPauses;
+      command.values = {*Decimal(words[i + 1]), *Decimal(words[i + 2])};
       command.from = *from;
       command.to = *to;
       i += 5;

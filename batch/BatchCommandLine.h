@@ -1,6 +1,7 @@
 // The batch tool's command line: the project file, then commands carried out in order.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -34,16 +35,15 @@ struct BatchCommand {
   Kind kind = Kind::Info;
   int32_t from = 0;  // the range's first position; insert-silence, paste, insert-file: the position
   int32_t to = 0;    // the range's last position
-  std::string seconds;        // insert-silence: the answer as given; dynamic: the window's seconds
-  std::string path;           // insert-file, replace-file: the audio file
-  int32_t percent = 0;        // volume: the slider's value
-  std::string target;         // dynamic: target volume in percent
-  std::string cutOff;         // dynamic: cut-off volume in percent
-  double loudness = 0;        // level: the target in LUFS
-  double longestSeconds = 0;  // shorten-pauses: the longest pause kept
-  double quietDb = 0;         // shorten-pauses: the quiet level in dBFS
-  double highPassHz = 0;      // cleanup: the high-pass filter's cut-off
-  double strengthDb = 0;      // cleanup: the noise reduction in dB
+  std::string seconds;  // insert-silence: the answer as given; dynamic: the window's seconds
+  std::string path;     // insert-file, replace-file: the audio file
+  int32_t percent = 0;  // volume: the slider's value
+  std::string target;   // dynamic: target volume in percent
+  std::string cutOff;   // dynamic: cut-off volume in percent
+  double loudness = 0;  // level: the target in LUFS
+  // cleanup: the high-pass cut-off in Hz and the strength in dB; shorten-pauses: the
+  // longest pause in seconds and the quiet level in dBFS
+  std::array<double, 2> values{};
 };
 
 struct BatchScript {

@@ -188,7 +188,7 @@ int RunBatchScript(const BatchScript& script, std::ostream& out, std::ostream& e
                         "Replace File");
         break;
       case BatchCommand::Kind::CleanUp: {
-        const VoiceCleanUp values{command.highPassHz, command.strengthDb};
+        const VoiceCleanUp values{command.values[0], command.values[1]};
         if (const auto refusal = RefuseCleanUpValues(values)) {
           UserInterface().Message(*refusal, MessageIcon::Exclamation);
           break;
@@ -197,7 +197,7 @@ int RunBatchScript(const BatchScript& script, std::ostream& out, std::ostream& e
         break;
       }
       case BatchCommand::Kind::ShortenPauses: {
-        const PauseShortening values{command.longestSeconds, command.quietDb};
+        const PauseShortening values{command.values[0], command.values[1]};
         if (const auto refusal = RefusePauseValues(values)) {
           UserInterface().Message(*refusal, MessageIcon::Exclamation);
           break;

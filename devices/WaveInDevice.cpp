@@ -117,24 +117,21 @@ int32_t WaveInDevice::waveInStart(int64_t framesFromNow) {
 int32_t WaveInDevice::waveInStop() {
   if (!IsOpen()) return MMSYSERR_INVALHANDLE;
   const int64_t position = stream_.CapturePosition();
-  int handed = 0;
-  {
-    std::lock_guard lock(mutex_);
-    if (!Taking() || stopAt_ != kNone) return MMSYSERR_NOERROR;
-    stopAt_ = std::max(startAt_, position >= 0 ? FrameAligned(position) : received_);
-    if (received_ >= stopAt_ || stream_.Lost()) handed = FinishStop();
-  }
-  HandBack(handed);
-  return MMSYSERR_NOERROR;
+  return StopAt(
+      [&] { return std::max(startAt_, position >= 0 ? FrameAligned(position) : received_); });
 }
 
 int32_t WaveInDevice::waveInStopAfter(int64_t frames) {
   if (!IsOpen()) return MMSYSERR_INVALHANDLE;
+  return StopAt([&] { return startAt_ + std::max<int64_t>(frames, 0) * frameBytes_; });
+}
+
+int32_t WaveInDevice::StopAt(const std::function<int64_t()>& end) {
   int handed = 0;
   {
     std::lock_guard lock(mutex_);
     if (!Taking() || stopAt_ != kNone) return MMSYSERR_NOERROR;
-    stopAt_ = startAt_ + std::max<int64_t>(frames, 0) * frameBytes_;
+    stopAt_ = end();
     if (received_ >= stopAt_ || stream_.Lost()) handed = FinishStop();
   }
   HandBack(handed);

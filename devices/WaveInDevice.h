@@ -109,6 +109,9 @@ class WaveInDevice {
   // Puts the bytes from stream position `from` that belong to the take into the buffers.
   int Take(const uint8_t* data, int64_t from, size_t bytes);
   int FinishStop();
+  // Ends the take at the stream position `end` gives, asked with mutex_ held, unless no take
+  // runs or its end is set already.
+  int32_t StopAt(const std::function<int64_t()>& end);
   // Hands the callback `count` buffers, without the lock.
   void HandBack(int count);
   bool Taking() const { return startAt_ != kNone && !stopped_; }
