@@ -7,6 +7,7 @@
 
 #include "app/ProjectLock.h"
 #include "app/Session.h"
+#include "app/SessionJournal.h"
 #include "app/SlideStretch.h"
 #include "app/StagedFiles.h"
 #include "app/TrackPaths.h"
@@ -164,6 +165,7 @@ bool ProjectFileLoad(std::string& path, FileMemoClass& document) {
   if (!error) path = real.string();
   project.ProjectPath = path;
   if (!LockProject(path)) return false;
+  FinishInterruptedSaves(path);
   // The file is read once; every value comes from this copy.
   const std::optional<ProfileDocument> file = ProfileDocument::Read(path);
   if (!file) {
@@ -271,11 +273,16 @@ bool ProjectFileSave(FileMemoClass& document) {
     staged.StageText(project.ProjectPath, file->Text());
     std::string failed;
     if (!staged.AllWritten(failed)) CannotWrite(failed);
+    // A session cut off from here on is finished by the next one, from this plan.
+    Journal().AppendSavePlan({SavePlan(staged)});
     // Audio the document or its undo history still reads from a file being replaced (the
     // slide's own audio, say) keeps reading it in the session folder.
     if (!staged.Commit([](const std::string& target) { SetOriginalFileAside(target); }, failed)) {
+      Journal().Append({"save-abandoned"});
       CannotWrite(failed);
     }
+    // The saved files are what later edits start from.
+    Journal().Restart(SessionJournalHeader());
     for (const int32_t n : replaced) project.Slides[static_cast<size_t>(n)].TrackUnreadable = false;
     Editor().WaveChanged = false;
     if (!leftAsTheyWere.empty()) {

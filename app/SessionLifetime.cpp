@@ -8,8 +8,10 @@
 
 #include "app/ProjectFile.h"
 #include "app/ProjectLock.h"
+#include "app/SessionJournal.h"
 #include "app/StagedFiles.h"
 #include "core/AppFolders.h"
+#include "core/Environment.h"
 #include "core/ErrorReport.h"
 #include "core/MemoryBudget.h"
 #include "core/Numbers.h"
@@ -63,6 +65,7 @@ std::unique_ptr<FileMemoClass> PrepareSession(
     editor.CurrentFmtFreq = document->WavFmtFreq;
     document->UndoInfoReset();
     editor.WaveChanged = false;
+    Journal().Begin(Env().SessionFolder, SessionJournalHeader());
     return document;
   } catch (const std::exception& error) {
     TraceError(error, "QuorvaneModOld", "Main");
@@ -102,6 +105,7 @@ void EndSession(std::unique_ptr<FileMemoClass>& document, const std::string& las
   // A session that a signal ends is ended by the signal's thread, with its status: this
   // thread then waits here until the process ends.
   const std::lock_guard ending(g_ending);
+  Journal().End();
   StopPeakBuilder();  // before the files it reads and writes go
   document.reset();
   UnlockProject();

@@ -102,6 +102,12 @@ void StagedFiles::StageDeletion(const std::string& target) {
   }
 }
 
+std::vector<std::pair<std::string, std::string>> StagedFiles::Plan() const {
+  std::vector<std::pair<std::string, std::string>> plan;
+  for (const Entry& entry : entries_) plan.emplace_back(entry.target, entry.staged);
+  return plan;
+}
+
 bool StagedFiles::AllWritten(std::string& failedTarget) const {
   for (const Entry& entry : entries_) {
     if (!entry.staged.empty() && !FileExists(entry.staged)) {

@@ -14,6 +14,7 @@
 
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace quorvane {
@@ -34,6 +35,9 @@ class StagedFiles {
   // `target` is to be deleted when the staged files are put in place.
   void StageDeletion(const std::string& target);
 
+  // Each target with the staged file that replaces it ("" for a deletion), in the order
+  // Commit puts them in place.
+  std::vector<std::pair<std::string, std::string>> Plan() const;
   // False, with the first target in `failedTarget`, when a staged file is missing.
   bool AllWritten(std::string& failedTarget) const;
   // Puts the staged files in place in the order staged, each replacing its target (or

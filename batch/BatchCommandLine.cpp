@@ -57,8 +57,13 @@ std::optional<BatchScript> ParseBatchCommandLine(const std::vector<std::string>&
       return i + k < words.size() ? Position(words[i + k]) : std::nullopt;
     };
     BatchCommand command;
-    if (name == "info" || name == "undo" || name == "redo" || name == "save" ||
-        name == "loudness") {
+    if (name == "recover" || name == "discard") {
+      // What the session starts from: before any other command.
+      if (i != 1) return std::nullopt;
+      command.kind = name == "recover" ? BatchCommand::Kind::Recover : BatchCommand::Kind::Discard;
+      i += 1;
+    } else if (name == "info" || name == "undo" || name == "redo" || name == "save" ||
+               name == "loudness") {
       command.kind = name == "info"       ? BatchCommand::Kind::Info
                      : name == "undo"     ? BatchCommand::Kind::Undo
                      : name == "redo"     ? BatchCommand::Kind::Redo
@@ -166,6 +171,10 @@ std::optional<BatchScript> ParseBatchCommandLine(const std::vector<std::string>&
 std::string BatchUsage() {
   return "usage: quorvane-audio-batch PROJECT [COMMAND ...]\n"
          "commands, carried out in order:\n"
+         "  recover                  first of all: do again the unsaved edits of a session of\n"
+         "                           this project that ended without saving, printing\n"
+         "                           {\"recovered\":N}\n"
+         "  discard                  first of all: discard those edits\n"
          "  info                     the document, slides and markers as one JSON line\n"
          "  samples FROM TO          sample values FROM..TO (at most 1000000) as JSON\n"
          "  delete FROM TO           delete that range, as the Delete command does\n"

@@ -30,7 +30,9 @@ struct BatchCommand {
     Loudness,
     Level,
     ShortenPauses,
-    CleanUp
+    CleanUp,
+    Recover,
+    Discard
   };
   Kind kind = Kind::Info;
   int32_t from = 0;  // the range's first position; insert-silence, paste, insert-file: the position

@@ -16,6 +16,7 @@
 #include "editing/EditCommands.h"
 #include "editing/InsertAudioFile.h"
 #include "editing/LevelSlides.h"
+#include "editing/Recovery.h"
 #include "editing/ReplaceAudio.h"
 #include "editing/ShortenPauses.h"
 #include "editing/SlideLoudness.h"
@@ -75,21 +76,6 @@ void Select(int32_t from, int32_t to) {
   Editor().SelEnd = to;
 }
 
-// The file insert's dialogs answered from the command: the file given, inserted at the
-// cursor.
-class GivenFile : public InsertFilePrompts {
- public:
-  explicit GivenFile(std::string path) : path_(std::move(path)) {}
-  std::string SelectFile(const OpenFileRequest&) override { return path_; }
-  void ShowInsertPosFrm(InsertPosFrm& form) override {
-    form.InsertPosOpn = kInsertAtCursor;
-    form.OkClicked = form.CursorOptionEnabled;
-  }
-
- private:
-  std::string path_;
-};
-
 // The Change Volume dialog closed with Ok at `percent`, then the command.
 void VolumeCommand(FileMemoClass& document, int32_t percent) {
   VolumeChgFrm form;
@@ -134,6 +120,12 @@ int RunBatchScript(const BatchScript& script, std::ostream& out, std::ostream& e
   }
   int status = 0;
   bool saveFellShort = false;
+  const BatchCommand::Kind first =
+      script.commands.empty() ? BatchCommand::Kind::Info : script.commands.front().kind;
+  const int32_t recovered = RecoverUnsavedEdits(
+      *document, first == BatchCommand::Kind::Recover   ? RecoveryChoice::Recover
+                 : first == BatchCommand::Kind::Discard ? RecoveryChoice::Discard
+                                                        : RecoveryChoice::LeaveAlone);
   for (const BatchCommand& command : script.commands) {
     if (!InsideDocument(command, *document)) {
       errors << "quorvane-audio-batch: positions outside the document (length "
@@ -235,6 +227,11 @@ int RunBatchScript(const BatchScript& script, std::ostream& out, std::ostream& e
         break;
       case BatchCommand::Kind::Redo:
         EditRedo(*document);
+        break;
+      case BatchCommand::Kind::Recover:
+        out << "{\"recovered\":" << recovered << "}\n";
+        break;
+      case BatchCommand::Kind::Discard:
         break;
       case BatchCommand::Kind::Save:
         // The commands after a save that fell short still run (an "info" shows what is

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "core/DiskSpace.h"
+#include "core/EditJournal.h"
 #include "core/Environment.h"
 #include "core/FileHelpers.h"
 #include "core/Numbers.h"
@@ -101,6 +102,8 @@ void RemoveSessionFolder() {
   const std::string folder = Env().SessionFolder;
   if (folder.empty()) return;
   ReleaseSessionFolder();
+  std::error_code kept;
+  fs::remove_all(folder + "/" + kKeptFolderName, kept);
   if (AnyFileIn(folder)) {
     DeleteFilesIn(folder);
     if (AnyFileIn(folder)) std::this_thread::sleep_for(std::chrono::milliseconds(200));

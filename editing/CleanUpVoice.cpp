@@ -17,6 +17,7 @@
 #include "storage/BlockCarrBuffClass.h"
 #include "storage/BlockWriteBehind.h"
 #include "storage/FileMemoClass.h"
+#include "storage/JournalOperation.h"
 
 namespace quorvane {
 
@@ -100,6 +101,7 @@ std::optional<std::string> RefuseCleanUpValues(const VoiceCleanUp& values) {
 }
 
 bool CleanUpVoice(FileMemoClass& document, int32_t from, int32_t to, const VoiceCleanUp& values) {
+  JournalOperation operation("cleanup");
   if (from < 1 || to > document.WavWaveINos || from > to || RefuseCleanUpValues(values)) {
     return false;
   }
@@ -122,6 +124,8 @@ bool CleanUpVoice(FileMemoClass& document, int32_t from, int32_t to, const Voice
     if (channels == 0) CleanChannel(right, document, values, rightResult, share, share);
     document.WaveDataReplace(from, channels, &leftResult, &rightResult, kUndoName, true);
     progress.SetIsVisible(false);
+    operation.Done({std::to_string(from), std::to_string(to), JournalNumber(values.highPassHz),
+                    JournalNumber(values.strengthDb)});
     return true;
   } catch (const Cancelled&) {
     progress.SetIsVisible(false);

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "app/Session.h"
+#include "core/EditJournal.h"
 #include "core/FileHelpers.h"
 #include "core/ProjectTables.h"
 #include "editing/TextClipboard.h"
@@ -45,7 +46,7 @@ std::string CarriersAsWav(const BlockCarrBuffClass& left, const BlockCarrBuffCla
   return wav;
 }
 
-bool PasteClipboardWav(FileMemoClass& document, int32_t position) {
+bool PasteClipboardWav(FileMemoClass& document, int32_t position, std::string* keptAs) {
   const std::string wav = SystemClipboard().Audio();
   if (wav.empty()) return false;
   // Read as an inserted file is: from a file of its own in the session folder, which the
@@ -59,6 +60,7 @@ bool PasteClipboardWav(FileMemoClass& document, int32_t position) {
       track && track->WavWaveINos > 0 && AppendTrack(document, *track, position, "Paste") > 0;
   track.reset();
   if (!inserted) DeleteFileIfExists(file);
+  if (inserted && keptAs != nullptr) *keptAs = Journal().Keep(file);
   return inserted;
 }
 

@@ -22,7 +22,8 @@ std::string CarriersAsWav(const BlockCarrBuffClass& left, const BlockCarrBuffCla
 
 // Inserts the WAV audio on the clipboard before `position` as the undo item "Paste",
 // brought to the document's format as an inserted file is. False when the clipboard holds
-// none or it could not be read (after the reader's message).
-bool PasteClipboardWav(FileMemoClass& document, int32_t position);
+// none or it could not be read (after the reader's message). With `keptAs`, the journal
+// keeps the audio and the kept file's name goes there.
+bool PasteClipboardWav(FileMemoClass& document, int32_t position, std::string* keptAs = nullptr);
 
 }  // namespace quorvane

@@ -15,6 +15,7 @@
 #include "storage/BlockCarrBuffClass.h"
 #include "storage/BlockWriteBehind.h"
 #include "storage/FileMemoClass.h"
+#include "storage/JournalOperation.h"
 
 namespace quorvane {
 
@@ -134,6 +135,7 @@ void DynamicProcessChannel(const BlockCarrBuffClass& Source, int32_t SampleRate,
 }
 
 bool DynamicCompressExpand(FileMemoClass& document, const DynamicParameters& values) {
+  JournalOperation operation("dynamic");
   int32_t first = 0;
   int32_t last = 0;
   int32_t channels = 0;
@@ -163,6 +165,8 @@ bool DynamicCompressExpand(FileMemoClass& document, const DynamicParameters& val
     document.WaveDataReplace(first, channels, &leftResult, &rightResult, "Dynamic Compress/Expand",
                              true);
     display.SetIsVisible(false);
+    operation.Done({JournalNumber(values.SampDur), std::to_string(values.TargetVol),
+                    std::to_string(values.CutOffVol)});
     return true;
   } catch (const std::exception& error) {
     display.SetIsVisible(false);

@@ -11,10 +11,12 @@
 #include "storage/BlockCarrBuffClass.h"
 #include "storage/EditorState.h"
 #include "storage/FileMemoClass.h"
+#include "storage/JournalOperation.h"
 
 namespace quorvane {
 
 bool EditCopy(FileMemoClass& document) {
+  JournalOperation operation("copy");
   int32_t first = 0;
   int32_t last = 0;
   int32_t channels = 0;
@@ -28,10 +30,15 @@ bool EditCopy(FileMemoClass& document) {
     copied = ClipboardCopy(channels, document.WavFmtBits, document.WavFmtFreq, left, right);
   }
   if (!copied) UserInterface().Message("Copying operation failed", MessageIcon::Critical);
+  if (copied && operation.Recorded()) {
+    Journal().NoteClip(ClipPointer());
+    operation.Done();
+  }
   return copied;
 }
 
 void EditCut(FileMemoClass& document) {
+  JournalOperation operation("cut");
   int32_t first = 0;
   int32_t last = 0;
   int32_t channels = 0;
@@ -44,10 +51,16 @@ void EditCut(FileMemoClass& document) {
     document.WaveCollectData(first, last, channels, left, right);
     copied = ClipboardCopy(channels, document.WavFmtBits, document.WavFmtFreq, left, right);
   }
-  if (copied) document.WaveDataDelete(first, channels, last - first + 1, "Cut", true);
+  if (!copied) return;
+  document.WaveDataDelete(first, channels, last - first + 1, "Cut", true);
+  if (operation.Recorded()) {
+    Journal().NoteClip(ClipPointer());
+    operation.Done();
+  }
 }
 
 void EditPaste(FileMemoClass& document) {
+  JournalOperation operation("paste");
   int32_t first = 0;
   int32_t last = 0;
   int32_t channels = 0;
@@ -55,11 +68,22 @@ void EditPaste(FileMemoClass& document) {
   const BusyPointer busy;
   try {
     // Audio another program copied goes in as an inserted file does.
-    const bool pasted = !ClipboardHoldsClip() && PasteClipboardWav(document, first);
+    std::string kept;
+    const bool pasted = !ClipboardHoldsClip() &&
+                        PasteClipboardWav(document, first, operation.Recorded() ? &kept : nullptr);
+    if (pasted) operation.Done({kept});
     BlockCarrBuffClass left;
     BlockCarrBuffClass right;
     if (!pasted && ClipboardPaste(document, left, right, channels)) {
+      // The journal's copy did not make a clip from another editor: its samples are kept.
+      if (operation.Recorded() && ClipPointer() != Journal().Clip()) {
+        kept =
+            Journal().KeepBytes(CarriersAsWav(left, document.WavFmtChannel >= 2 ? &right : nullptr,
+                                              document.WavFmtBits, document.WavFmtFreq),
+                                ".wav");
+      }
       document.WaveDataInsert(first, channels, &left, &right, "Paste", true);
+      operation.Done(kept.empty() ? JournalWords{} : JournalWords{kept});
     }
   } catch (const std::exception& error) {
     UserInterface().Message(LocatedErrorText(ErrorDescription(error), "WaveEditor_Frm",
@@ -75,11 +99,13 @@ void EditSelectAll(const FileMemoClass& document) {
 }
 
 void EditDelete(FileMemoClass& document) {
+  JournalOperation operation("delete");
   int32_t first = 0;
   int32_t last = 0;
   int32_t channels = 0;
   if (!GetEditRange(document, first, last, channels, kWantRange, "Delete")) return;
   document.WaveDataDelete(first, channels, last - first + 1, "Delete", true);
+  operation.Done();
 }
 
 void InsertSilence(FileMemoClass& document) {
@@ -101,6 +127,7 @@ void InsertSilence(FileMemoClass& document) {
 }
 
 bool InsertSilenceSeconds(FileMemoClass& document, const std::string& answer) {
+  JournalOperation operation("insert-silence");
   int32_t first = 0;
   int32_t last = 0;
   int32_t channels = 0;
@@ -121,19 +148,24 @@ bool InsertSilenceSeconds(FileMemoClass& document, const std::string& answer) {
   if (channels == 0 || channels == 1) left.ReDimSize(static_cast<int32_t>(count));
   if (channels == 0 || channels == 2) right.ReDimSize(static_cast<int32_t>(count));
   document.WaveDataInsert(first, channels, &left, &right, "Insert Silence", true);
+  operation.Done({answer});
   return true;
 }
 
 void EditUndo(FileMemoClass& document) {
+  JournalOperation operation("undo");
   document.Undo();
   Editor().CursorPos = 0;
   SortMarkers();
+  operation.Done();
 }
 
 void EditRedo(FileMemoClass& document) {
+  JournalOperation operation("redo");
   document.Redo();
   Editor().CursorPos = 0;
   SortMarkers();
+  operation.Done();
 }
 
 }  // namespace quorvane

@@ -12,6 +12,7 @@
 #include "core/ProjectTables.h"
 #include "storage/EditorState.h"
 #include "storage/FileMemoClass.h"
+#include "storage/JournalOperation.h"
 
 namespace quorvane {
 
@@ -64,6 +65,7 @@ const std::string& LastInsertFolder() { return g_lastFolder; }
 
 bool InsertAudioFile(FileMemoClass& document, const std::string& FileName, int32_t CurrentSlide,
                      InsertFilePrompts& prompts, const std::string& UndoName) {
+  JournalOperation operation("insert-file");
   try {
     std::string name = FileName;
     if (!name.empty()) {
@@ -78,8 +80,10 @@ bool InsertAudioFile(FileMemoClass& document, const std::string& FileName, int32
     if (!form.OkClicked) return false;
     const int32_t position = InsertPosition(document, form.InsertPosOpn, CurrentSlide);
     if (position < 1) return false;
+    // Read from the journal's own copy, which a later change of the file cannot touch.
+    KeptFile kept(operation.Recorded() ? name : "");
     std::unique_ptr<FileMemoClass> track;
-    LoadTrackFile(name, track, Project().BaseFrequency, Project().BaseBits);
+    LoadTrackFile(kept.PathOr(name), track, Project().BaseFrequency, Project().BaseBits);
     if (!track || track->WavWaveINos == 0) return false;
     const int32_t before = document.WavWaveINos;
     // A WAV file's cue points come in as click markers, ending the insert's undo item.
@@ -95,7 +99,9 @@ bool InsertAudioFile(FileMemoClass& document, const std::string& FileName, int32
     if (editor.ViewStart <= position && position <= editor.ViewStart + editor.ViewLength) {
       editor.ViewLength += document.WavWaveINos - before;
     }
-    return document.WavWaveINos > before;
+    const bool inserted = document.WavWaveINos > before;
+    if (inserted) operation.Done({std::to_string(position), kept.Take(), UndoName});
+    return inserted;
   } catch (const std::exception& error) {
     UserInterface().Message(LocatedErrorText(ErrorDescription(error), "WaveEditor_Frm",
                                              "InsertAudioFile", ErrorLine(error)),

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 
 #include "editing/InsertPosFrm.h"
 
@@ -29,6 +30,21 @@ class InsertFilePrompts {
   virtual std::string SelectFile(const OpenFileRequest& request) = 0;
   // Shows the dialog modally; it leaves the choice in InsertPosOpn and sets OkClicked.
   virtual void ShowInsertPosFrm(InsertPosFrm& form) = 0;
+};
+
+// The file insert's dialogs answered without asking: the file given, inserted at the
+// cursor.
+class GivenFile : public InsertFilePrompts {
+ public:
+  explicit GivenFile(std::string path) : path_(std::move(path)) {}
+  std::string SelectFile(const OpenFileRequest&) override { return path_; }
+  void ShowInsertPosFrm(InsertPosFrm& form) override {
+    form.InsertPosOpn = kInsertAtCursor;
+    form.OkClicked = form.CursorOptionEnabled;
+  }
+
+ private:
+  std::string path_;
 };
 
 // An empty FileName first asks for a file. The audio goes in at the cursor, or at the

@@ -10,6 +10,7 @@
 #include "storage/BlockCarrBuffClass.h"
 #include "storage/BlockWriteBehind.h"
 #include "storage/FileMemoClass.h"
+#include "storage/JournalOperation.h"
 
 namespace quorvane {
 
@@ -44,6 +45,7 @@ bool LevelGain(const SlideLoudness& before, double target, double& gain, bool& p
 
 bool LevelSlides(FileMemoClass& document, const std::vector<int32_t>& slides, double target,
                  std::vector<SlideLevel>& levels) {
+  JournalOperation operation("level");
   levels.clear();
   try {
     const BusyPointer busy;
@@ -78,6 +80,9 @@ bool LevelSlides(FileMemoClass& document, const std::vector<int32_t>& slides, do
     }
     const std::vector<SlideLoudness> after = MeasureSlideLoudness(document, slides);
     for (size_t k = 0; k < levels.size(); ++k) levels[k].after = after[k];
+    JournalWords values{JournalNumber(target)};
+    for (const int32_t slide : slides) values.push_back(std::to_string(slide));
+    operation.Done(values);
     return true;
   } catch (const std::exception& error) {
     UserInterface().Message(ErrorDescription(error), MessageIcon::Exclamation);

@@ -15,6 +15,7 @@
 #include "storage/BlockCarrBuffClass.h"
 #include "storage/EditorState.h"
 #include "storage/FileMemoClass.h"
+#include "storage/JournalOperation.h"
 
 namespace quorvane {
 
@@ -77,6 +78,8 @@ double PunchCrossfadeMs() {
 bool ReplaceWithFile(FileMemoClass& document, int32_t from, int32_t to, const std::string& path,
                      double crossfadeMs, const std::string& undoName) {
   const BusyPointer busy;
+  JournalOperation operation("replace-file");
+  KeptFile kept(operation.Recorded() ? path : "");
   try {
     if (from < 1 || to < from || to > document.WavWaveINos) return false;
     if (!FileExists(path)) {
@@ -84,7 +87,7 @@ bool ReplaceWithFile(FileMemoClass& document, int32_t from, int32_t to, const st
       return false;
     }
     std::unique_ptr<FileMemoClass> take;
-    LoadTrackFile(path, take, document.WavFmtFreq, document.WavFmtBits);
+    LoadTrackFile(kept.PathOr(path), take, document.WavFmtFreq, document.WavFmtBits);
     if (!take || take->WavWaveINos == 0) return false;
     BlockCarrBuffClass left;
     BlockCarrBuffClass right;
@@ -109,6 +112,8 @@ bool ReplaceWithFile(FileMemoClass& document, int32_t from, int32_t to, const st
     document.WaveDataReplaceRange(from, replaced, &left, &rightSide, undoName, true);
     Editor().SelStart = from;
     Editor().SelEnd = from + length - 1;
+    operation.Done({std::to_string(from), std::to_string(to), kept.Take(),
+                    JournalNumber(crossfadeMs), undoName});
     return true;
   } catch (const std::exception& error) {
     UserInterface().Message(ErrorDescription(error), MessageIcon::None, "File Insert Error");

@@ -9,6 +9,7 @@
 #include "core/Numbers.h"
 #include "core/ProjectTables.h"
 #include "storage/FileMemoClass.h"
+#include "storage/JournalOperation.h"
 
 namespace quorvane {
 
@@ -137,6 +138,7 @@ std::optional<std::string> RefusePauseValues(const PauseShortening& values) {
 
 ShortenedPauses ShortenPauses(FileMemoClass& document, int32_t from, int32_t to,
                               const PauseShortening& values) {
+  JournalOperation operation("shorten-pauses");
   ShortenedPauses result;
   if (from < 1 || to > document.WavWaveINos || from > to || RefusePauseValues(values)) {
     return result;
@@ -174,6 +176,8 @@ ShortenedPauses ShortenPauses(FileMemoClass& document, int32_t from, int32_t to,
     }
     SortMarkers();
     result.pauses = static_cast<int32_t>(removals.size());
+    operation.Done({std::to_string(from), std::to_string(to), JournalNumber(values.longestSeconds),
+                    JournalNumber(values.quietBelowDb)});
   }
   progress.SetIsVisible(false);
   return result;

@@ -9,6 +9,7 @@
 #include "storage/BlockCarrBuffClass.h"
 #include "storage/BlockWriteBehind.h"
 #include "storage/FileMemoClass.h"
+#include "storage/JournalOperation.h"
 
 namespace quorvane {
 
@@ -45,12 +46,15 @@ bool ProcessEachChannel(FileMemoClass& document, const char* name, int32_t passe
 }  // namespace
 
 bool ChangeVolume(FileMemoClass& document, int32_t Percent) {
+  JournalOperation operation("volume");
   try {
     const SampleTable table = GainTable(Percent / 100.0, document.WavFmtBits);
-    return ProcessEachChannel(
+    const bool changed = ProcessEachChannel(
         document, "Change Volume", 1, [&](BlockCarrBuffClass& carrier, float base, float share) {
           MapCarrierSamples(carrier, table, EffectProgress(base, share, carrier.WaveINos));
         });
+    if (changed) operation.Done({std::to_string(Percent)});
+    return changed;
   } catch (const std::exception& error) {
     UserInterface().Message(ErrorDescription(error), MessageIcon::Exclamation);
     return false;
@@ -58,9 +62,10 @@ bool ChangeVolume(FileMemoClass& document, int32_t Percent) {
 }
 
 bool Maximize(FileMemoClass& document) {
+  JournalOperation operation("maximize");
   try {
     const double fullScale = FullScale(document.WavFmtBits);
-    return ProcessEachChannel(
+    const bool changed = ProcessEachChannel(
         document, "Maximize", 2, [&](BlockCarrBuffClass& carrier, float base, float share) {
           const int32_t peak =
               std::max(CarrierPeak(carrier, EffectProgress(base, share, carrier.WaveINos)), 1);
@@ -68,6 +73,8 @@ bool Maximize(FileMemoClass& document) {
           MapCarrierSamples(carrier, GainTable(gain, document.WavFmtBits),
                             EffectProgress(base + share, share, carrier.WaveINos));
         });
+    if (changed) operation.Done();
+    return changed;
   } catch (const std::exception& error) {
     UserInterface().Message(
         "Error# " + std::to_string(ErrorNumber(error)) + ErrorDescription(error),

@@ -130,7 +130,9 @@ int32_t FindOriginalFileInUse(const std::string& name) {
 bool InsideTempFolder(const std::string& name) {
   const std::string& folder = Env().SessionFolder;
   if (folder.empty() || name.size() <= folder.size() + 1) return false;
-  return name.compare(0, folder.size(), folder) == 0 && name[folder.size()] == '/';
+  // Only its own files: those the journal keeps in a folder inside it stay while it lives.
+  return name.compare(0, folder.size(), folder) == 0 && name[folder.size()] == '/' &&
+         name.find('/', folder.size() + 1) == std::string::npos;
 }
 
 std::string OriginalPeaksFile(uint64_t serial, int32_t channel) {

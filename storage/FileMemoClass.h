@@ -48,6 +48,9 @@ class FileMemoClass {
   // Does again the operation the last Undo took back, group by group, until a new edit.
   void Redo();
   void UndoClearFiles_UserAssisted();
+  // What the Clear Undo Data dialog's choice does: the undo data of items 1..UpToNo goes,
+  // or all of it (and the redo list) for 0.
+  void ClearUndoUpTo(int32_t UpToNo);
   void UndoInfoUpdateMenu();
   // 0-based arrays of ToPos - FromPos + 1 samples; an unselected channel gets one element.
   // The blocks read are loaded into memory.

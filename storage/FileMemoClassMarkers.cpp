@@ -5,6 +5,7 @@
 
 #include "core/ProjectTables.h"
 #include "storage/FileMemoClass.h"
+#include "storage/JournalOperation.h"
 
 namespace quorvane {
 
@@ -22,16 +23,19 @@ void RemoveByMovingLast(int32_t index) {
 }  // namespace
 
 void FileMemoClass::MoveMarker(int32_t MarkerNo, int32_t Position, const std::string& UndoName) {
+  JournalOperation operation("move-marker");
   ProjectData& project = Project();
   if (MarkerNo < 1 || MarkerNo > project.MarkerCount) return;
   MarkerOneChanged(2, MarkerNo, UndoName, false);
   project.Markers[static_cast<size_t>(MarkerNo)].Position = Position;
   MarkerOneChanged(1, MarkerNo, UndoName, true);
   SortMarkers();
+  operation.Done({std::to_string(MarkerNo), std::to_string(Position), UndoName});
 }
 
 int32_t FileMemoClass::AddMarkers(const std::vector<MarkerInfo>& markers,
                                   const std::string& UndoName) {
+  JournalOperation operation("add-markers");
   ProjectData& project = Project();
   std::vector<int32_t> added;
   for (const MarkerInfo& marker : markers) {
@@ -40,11 +44,22 @@ int32_t FileMemoClass::AddMarkers(const std::vector<MarkerInfo>& markers,
   }
   MarkerManyChanged(1, added, UndoName, true);
   SortMarkers();
+  if (operation.Recorded()) {
+    JournalWords values{UndoName};
+    for (const MarkerInfo& marker : markers) {
+      values.insert(values.end(), {std::to_string(marker.Kind), std::to_string(marker.Position),
+                                   std::to_string(marker.Slide)});
+    }
+    operation.Done(values);
+  }
   return static_cast<int32_t>(added.size());
 }
 
 void FileMemoClass::DeleteMarkers(std::vector<int32_t> MarkerNos, const std::string& UndoName,
                                   bool IsLastOperation) {
+  JournalOperation operation("delete-markers");
+  JournalWords values{UndoName, IsLastOperation ? "1" : "0"};
+  for (const int32_t n : MarkerNos) values.push_back(std::to_string(n));
   const ProjectData& project = Project();
   std::erase_if(MarkerNos, [&](int32_t n) { return n < 1 || n > project.MarkerCount; });
   // From the last, so the markers still to go keep their numbers.
@@ -53,6 +68,7 @@ void FileMemoClass::DeleteMarkers(std::vector<int32_t> MarkerNos, const std::str
   MarkerManyChanged(2, MarkerNos, UndoName, IsLastOperation);
   for (const int32_t n : MarkerNos) RemoveByMovingLast(n);
   SortMarkers();
+  operation.Done(values);
 }
 
 std::vector<int32_t> FileMemoClass::MarkersPassedBySlideStart(int32_t Slide,
@@ -71,6 +87,7 @@ std::vector<int32_t> FileMemoClass::MarkersPassedBySlideStart(int32_t Slide,
 }
 
 void FileMemoClass::MoveSlideStart(int32_t Slide, int32_t Position, const std::string& UndoName) {
+  JournalOperation operation("move-slide");
   ProjectData& project = Project();
   if (Slide < 2 || Slide > project.SlideCount) return;
   // The markers the boundary passes would change slides: they go, and undo brings them back.
@@ -78,6 +95,7 @@ void FileMemoClass::MoveSlideStart(int32_t Slide, int32_t Position, const std::s
   if (!passed.empty()) DeleteMarkers(passed, UndoName, false);
   SlidesBeingChanged(UndoName, true);
   project.Slides[static_cast<size_t>(Slide)].Start = Position;
+  operation.Done({std::to_string(Slide), std::to_string(Position), UndoName});
 }
 
 }  // namespace quorvane

@@ -11,6 +11,7 @@
 #include "storage/DocumentWindow.h"
 #include "storage/EditorState.h"
 #include "storage/FileMemoClass.h"
+#include "storage/JournalOperation.h"
 #include "storage/SlidesAndMarkers.h"
 #include "storage/UndoClearChoice.h"
 
@@ -245,21 +246,34 @@ void FileMemoClass::UndoClearFiles_UserAssisted() {
     UserInterface().Message("No undo data is left to clear.");
     return;
   }
+  JournalOperation operation("clear-undo");
   const UndoClearChoice choice = TheDocumentWindow().ShowUndoClearFrm(names);
   switch (choice.Button) {
     case kUndoClearFirstOne:
-      UndoInfoReleaseUpto(numbers.front());
+      ClearUndoUpTo(numbers.front());
+      operation.Done({std::to_string(numbers.front())});
       break;
     case kUndoClearUpToSelected:
       if (choice.SelectedEntry >= 0 && choice.SelectedEntry < static_cast<int>(numbers.size())) {
-        UndoInfoReleaseUpto(numbers[static_cast<size_t>(choice.SelectedEntry)]);
+        const int32_t upTo = numbers[static_cast<size_t>(choice.SelectedEntry)];
+        ClearUndoUpTo(upTo);
+        operation.Done({std::to_string(upTo)});
       }
       break;
     case kUndoClearAll:
-      UndoInfoReset();
+      ClearUndoUpTo(0);
+      operation.Done({"0"});
       break;
     default:
       break;
+  }
+}
+
+void FileMemoClass::ClearUndoUpTo(int32_t UpToNo) {
+  if (UpToNo <= 0) {
+    UndoInfoReset();
+  } else {
+    UndoInfoReleaseUpto(UpToNo);
   }
 }
 

@@ -12,6 +12,7 @@
 #include "core/Numbers.h"
 #include "core/Trace.h"
 #include "editing/ClipboardExchange.h"
+#include "editing/Recovery.h"
 #include "editing/TextClipboard.h"
 #include "storage/FileMemoClass.h"
 #include "ui/PlayerLink.h"
@@ -57,6 +58,7 @@ std::unique_ptr<EditorSession> EditorSession::Open(const std::string& commandLin
   });
   if (!s.document_) return nullptr;
   try {
+    RecoverUnsavedEdits(*s.document_, RecoveryChoice::Ask);
     s.window_->Refresh_Wave_View();
     s.window_->UpdateSlideCombo();
     {

@@ -80,6 +80,27 @@ bool RunningProgram::AwaitError(const std::string& text) {
   return capture_.Read("err").find(text) != std::string::npos;
 }
 
+bool RunningProgram::AwaitOutput(const std::string& text, size_t count) {
+  const auto lines = [&] {
+    const std::string out = capture_.Read("out");
+    size_t found = 0;
+    for (size_t at = out.find(text); at != std::string::npos; at = out.find(text, at + 1)) ++found;
+    return found;
+  };
+  const auto giveUp = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+  while (pid_ > 0 && std::chrono::steady_clock::now() < giveUp) {
+    if (lines() >= count) return true;
+    if (::waitpid(pid_, &status_, WNOHANG) == pid_) pid_ = -1;
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  return lines() >= count;
+}
+
+ProgramRun RunningProgram::Kill() {
+  if (pid_ > 0) ::kill(pid_, SIGKILL);
+  return Wait();
+}
+
 ProgramRun RunningProgram::Wait(bool terminate) {
   if (pid_ > 0 && terminate) ::kill(pid_, SIGTERM);
   while (pid_ > 0 && ::waitpid(pid_, &status_, 0) < 0) {

@@ -29,6 +29,11 @@ class RunningProgram {
   // Waits until standard error holds `text`; false when the program ends first, or after
   // a minute.
   bool AwaitError(const std::string& text);
+  // Waits until standard output holds `text` `count` times; false when the program ends
+  // first.
+  bool AwaitOutput(const std::string& text, size_t count);
+  // Kills it with SIGKILL, as a crash or a power cut would end it, and waits for the end.
+  ProgramRun Kill();
   // Waits for the end (after a SIGTERM when `terminate`) and returns what it printed.
   ProgramRun Wait(bool terminate = false);
 
