@@ -11,7 +11,6 @@
 
 #include "core/Digest.h"
 #include "core/Interaction.h"
-#include "platform/FileHandle.h"
 
 namespace quorvane {
 
@@ -21,8 +20,6 @@ namespace {
 
 constexpr const char* kJournalName = "journal";
 constexpr const char* kHex = "0123456789ABCDEF";
-
-FileHandle g_file;  // the journal's file while it is open for appending
 
 bool Escaped(unsigned char c) { return c == '%' || c == '#' || c <= ' ' || c == 0x7F; }
 
@@ -148,7 +145,7 @@ std::vector<JournalWords> ReadJournal(const std::string& path) {
 std::string EditJournal::FilePath() const { return folder_ + "/" + kJournalName; }
 
 void EditJournal::Begin(const std::string& folder, std::vector<JournalWords> header) {
-  g_file.Close();
+  file_.Close();
   folder_ = folder;
   header_ = std::move(header);
   fileMade_ = false;
@@ -159,7 +156,7 @@ void EditJournal::Begin(const std::string& folder, std::vector<JournalWords> hea
 
 bool EditJournal::Adopt(const std::vector<JournalWords>& lines) {
   if (!Active()) return false;
-  g_file.Close();
+  file_.Close();
   const std::string fresh = FilePath() + ".new";
   {
     const FileHandle file(
@@ -173,15 +170,15 @@ bool EditJournal::Adopt(const std::vector<JournalWords>& lines) {
     }
   }
   SyncFolder(folder_);
-  g_file = FileHandle(::open(FilePath().c_str(), O_WRONLY | O_APPEND | O_CLOEXEC | O_NOFOLLOW));
-  fileMade_ = g_file.IsOpen();
+  file_ = FileHandle(::open(FilePath().c_str(), O_WRONLY | O_APPEND | O_CLOEXEC | O_NOFOLLOW));
+  fileMade_ = file_.IsOpen();
   operations_ = 0;
   for (const JournalWords& line : lines) operations_ += !line.empty() && line[0] == "op";
   return fileMade_;
 }
 
 void EditJournal::End() {
-  g_file.Close();
+  file_.Close();
   folder_.clear();
   header_.clear();
   fileMade_ = false;
@@ -194,11 +191,11 @@ bool EditJournal::WriteLines(const std::vector<JournalWords>& lines, bool create
   }
   for (const JournalWords& line : lines) text += EncodeJournalLine(line);
   if (create) {
-    g_file = FileHandle(::open(
+    file_ = FileHandle(::open(
         FilePath().c_str(), O_WRONLY | O_CREAT | O_EXCL | O_APPEND | O_CLOEXEC | O_NOFOLLOW, 0600));
   }
-  const bool written = g_file.IsOpen() && WriteAll(g_file.Descriptor(), text) &&
-                       ::fdatasync(g_file.Descriptor()) == 0;
+  const bool written =
+      file_.IsOpen() && WriteAll(file_.Descriptor(), text) && ::fdatasync(file_.Descriptor()) == 0;
   if (written && create) {
     SyncFolder(folder_);
     fileMade_ = true;
@@ -211,7 +208,7 @@ void EditJournal::Fail() {
   if (!Active()) return;
   // A journal with a line missing would do the wrong edits again: it goes.
   failed_ = true;
-  g_file.Close();
+  file_.Close();
   ::unlink(FilePath().c_str());
   UserInterface().Message(std::string("The edits of this session can no longer be recovered "
                                       "after a crash: the journal in ") +
@@ -233,7 +230,7 @@ bool EditJournal::AppendSavePlan(const std::vector<JournalWords>& lines) {
 
 void EditJournal::Restart(std::vector<JournalWords> header) {
   if (folder_.empty()) return;
-  g_file.Close();
+  file_.Close();
   ::unlink(FilePath().c_str());
   header_ = std::move(header);
   fileMade_ = false;

@@ -15,6 +15,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/FileHandle.h"
+
 namespace quorvane {
 
 using JournalWords = std::vector<std::string>;
@@ -90,6 +92,7 @@ class EditJournal {
   std::string NewKeptName(const std::string& extension, int& descriptor) const;
 
   std::string folder_;
+  FileHandle file_;  // open for appending once the file is made
   std::vector<JournalWords> header_;
   bool fileMade_ = false;
   bool failed_ = false;

@@ -12,6 +12,7 @@
 #include "core/ProjectTables.h"
 #include "core/StaleSessions.h"
 #include "editing/JournalReplay.h"
+#include "editing/VolumeEffects.h"
 #include "storage/FileMemoClass.h"
 
 namespace quorvane {
@@ -88,7 +89,7 @@ int32_t Replay(FileMemoClass& document, const std::string& folder,
   std::string stopped;
   {
     const ReplayAnswers answers;
-    const ShownProgress shown(Rgb(0, 128, 0));
+    const ShownProgress shown(kEffectBarColor);
     int32_t total = 0;
     for (const JournalWords& line : journal) total += IsOperation(line);
     for (const JournalWords& line : journal) {
