@@ -47,16 +47,32 @@ uint64_t InodeOf(const std::string& path) {
   return ::lstat(path.c_str(), &status) == 0 ? static_cast<uint64_t>(status.st_ino) : 0;
 }
 
-// Puts one file of a plan in place. A file swapped in leaves the old one under its staged
-// name; the staged file's inode tells which of the two names holds the new file.
-bool FinishEntry(const std::string& target, const std::string& staged, uint64_t inode) {
-  if (staged.empty()) return ::unlink(target.c_str()) == 0 || errno == ENOENT;
-  if (inode != 0 && InodeOf(staged) == inode) return ::rename(staged.c_str(), target.c_str()) == 0;
-  if (inode != 0 && InodeOf(target) == inode) {
-    ::unlink(staged.c_str());
-    return true;
+// Puts one file of a plan in place (only checks that it can be, unless `apply`). A file
+// swapped in leaves the old one under its staged name; the inodes tell which name holds
+// which. A target that is neither the file the save found nor the one it put there was
+// changed by someone else since: it is left alone.
+bool FinishEntry(const std::string& target, const std::string& staged, uint64_t stagedInode,
+                 const std::optional<FileIdentity>& found, bool apply) {
+  const bool untouched = IdentityOf(target) == found;
+  if (staged.empty()) {
+    if (InodeOf(target) == 0) return true;
+    return untouched && (!apply || ::unlink(target.c_str()) == 0);
   }
-  return false;
+  if (stagedInode == 0) return false;
+  if (InodeOf(staged) == stagedInode) {
+    return untouched && (!apply || ::rename(staged.c_str(), target.c_str()) == 0);
+  }
+  if (InodeOf(target) != stagedInode) return false;
+  if (apply) ::unlink(staged.c_str());
+  return true;
+}
+
+uint64_t InodeWord(const JournalWords& line, size_t at) {
+  try {
+    return at < line.size() ? std::stoull(line[at]) : 0;
+  } catch (const std::exception&) {
+    return 0;
+  }
 }
 
 }  // namespace
@@ -105,7 +121,11 @@ std::string ChangedSource(const std::vector<JournalWords>& journal) {
 JournalWords SavePlan(const StagedFiles& staged) {
   JournalWords line{"save-plan"};
   for (const auto& [target, file] : staged.Plan()) {
+    // The target as the save found it, to tell later whether anyone changed it since.
+    const std::optional<FileIdentity> found = IdentityOf(target);
+    const JournalWords identity = found ? IdentityWords(*found) : JournalWords{"-", "-", "-"};
     line.insert(line.end(), {target, file, std::to_string(file.empty() ? 0 : InodeOf(file))});
+    line.insert(line.end(), identity.begin(), identity.end());
   }
   return line;
 }
@@ -118,20 +138,24 @@ void FinishInterruptedSaves(const std::string& project) {
       return !line.empty() && (line[0] == "save-plan" || line[0] == "save-abandoned");
     });
     if (plan == journal.rend() || (*plan)[0] != "save-plan") continue;
+    // Every file is checked before the first is put in place: a plan that cannot be
+    // finished whole is not begun.
     std::string failed;
-    for (size_t at = 1; at + 2 < plan->size() && failed.empty(); at += 3) {
-      const std::string& target = (*plan)[at];
-      uint64_t inode = 0;
-      try {
-        inode = std::stoull((*plan)[at + 2]);
-      } catch (const std::exception&) {
+    for (const bool apply : {false, true}) {
+      for (size_t at = 1; at + 5 < plan->size() && failed.empty(); at += 6) {
+        const std::string& target = (*plan)[at];
+        if (!FinishEntry(target, (*plan)[at + 1], InodeWord(*plan, at + 2),
+                         IdentityFromWords(*plan, at + 3), apply)) {
+          failed = target;
+        }
       }
-      if (!FinishEntry(target, (*plan)[at + 1], inode)) failed = target;
     }
     if (!failed.empty()) {
-      UserInterface().Message(std::string("A save that was cut off could not be finished: ") +
-                                  failed + kCrLf + "Its files are in " + folder,
-                              MessageIcon::Exclamation);
+      UserInterface().Message(
+          std::string("A save that was cut off could not be finished: this file was changed "
+                      "after it:") +
+              kCrLf + failed,
+          MessageIcon::Exclamation);
       continue;
     }
     // Everything the journal held is saved now.

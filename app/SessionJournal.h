@@ -28,7 +28,8 @@ JournalWords SavePlan(const StagedFiles& staged);
 
 // Puts in place what the save plans of dead sessions of `project` had not put in place yet,
 // so that tracks and project file agree, and removes those sessions' folders. Done before
-// the project file is read.
+// the project file is read. A file changed by someone else since the save stops it, with a
+// message naming the file.
 void FinishInterruptedSaves(const std::string& project);
 
 }  // namespace quorvane
