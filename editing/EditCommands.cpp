@@ -67,23 +67,29 @@ void EditPaste(FileMemoClass& document) {
   if (!GetEditRange(document, first, last, channels, kWantPosition, "Paste")) return;
   const BusyPointer busy;
   try {
-    // Audio another program copied goes in as an inserted file does.
+    // Audio another program copied goes in as an inserted file does. It, and a clip that
+    // another editor copied, is done again from its samples, which the journal keeps; a
+    // clip that a recorded copy made, from that copy.
     std::string kept;
     const bool pasted = !ClipboardHoldsClip() &&
                         PasteClipboardWav(document, first, operation.Recorded() ? &kept : nullptr);
-    if (pasted) operation.Done({kept});
+    if (pasted && operation.Recorded()) {
+      if (kept.empty()) Journal().Fail();
+      operation.Done({kept});
+    }
     BlockCarrBuffClass left;
     BlockCarrBuffClass right;
     if (!pasted && ClipboardPaste(document, left, right, channels)) {
-      // The journal's copy did not make a clip from another editor: its samples are kept.
-      if (operation.Recorded() && ClipPointer() != Journal().Clip()) {
+      const bool foreign = operation.Recorded() && ClipPointer() != Journal().Clip();
+      if (foreign) {
         kept =
             Journal().KeepBytes(CarriersAsWav(left, document.WavFmtChannel >= 2 ? &right : nullptr,
                                               document.WavFmtBits, document.WavFmtFreq),
                                 ".wav");
+        if (kept.empty()) Journal().Fail();
       }
       document.WaveDataInsert(first, channels, &left, &right, "Paste", true);
-      operation.Done(kept.empty() ? JournalWords{} : JournalWords{kept});
+      operation.Done(foreign ? JournalWords{kept} : JournalWords{});
     }
   } catch (const std::exception& error) {
     UserInterface().Message(LocatedErrorText(ErrorDescription(error), "WaveEditor_Frm",
