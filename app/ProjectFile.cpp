@@ -278,7 +278,7 @@ bool ProjectFileSave(FileMemoClass& document) {
     // Audio the document or its undo history still reads from a file being replaced (the
     // slide's own audio, say) keeps reading it in the session folder.
     if (!staged.Commit([](const std::string& target) { SetOriginalFileAside(target); }, failed)) {
-      Journal().Append({"save-abandoned"});
+      Journal().AbandonSavePlan();
       CannotWrite(failed);
     }
     // The saved files are what later edits start from.

@@ -94,9 +94,11 @@ void EndSessionOnTerminationSignal() {
     }
     const std::string aside = MoveSessionFolderAside();
     EndRunningPrograms();
-    RemoveStagedFilesNow();
+    // The journal of unsaved edits stays for the next start to recover. Once a save has
+    // written its plan, its staged files stay too, for the next start to put in place.
+    if (!Journal().SavePlanPending()) RemoveStagedFilesNow();
     UnlockProject();
-    DeleteMovedSessionFolder(aside);
+    DeleteMovedSessionFolder(aside, true);
     std::_Exit(128 + signal);
   });
 }

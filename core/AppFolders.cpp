@@ -130,9 +130,19 @@ std::string MoveSessionFolderAside() {
   return folder;  // deleted where it is, then
 }
 
-void DeleteMovedSessionFolder(const std::string& folder) {
+void DeleteMovedSessionFolder(const std::string& folder, bool keepJournal) {
   if (folder.empty()) return;
   std::error_code ignored;
+  if (keepJournal && fs::exists(folder + "/" + kSessionJournalName, ignored)) {
+    for (fs::directory_iterator it(folder, ignored), end; !ignored && it != end;
+         it.increment(ignored)) {
+      const std::string name = it->path().filename().string();
+      std::error_code failed;
+      if (name != kSessionJournalName && name != kKeptFolderName)
+        fs::remove_all(it->path(), failed);
+    }
+    return;
+  }
   fs::remove_all(folder, ignored);
 }
 

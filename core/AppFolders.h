@@ -29,7 +29,8 @@ void RemoveSessionFolder();
 // name itself when it could not be moved). No session folder is made from then on.
 std::string MoveSessionFolderAside();
 
-// Deletes a session folder moved aside, with everything in it.
-void DeleteMovedSessionFolder(const std::string& folder);
+// Deletes a session folder moved aside, with everything in it; with `keepJournal`, a
+// journal of unsaved edits and the files it keeps stay in it for the next start.
+void DeleteMovedSessionFolder(const std::string& folder, bool keepJournal = false);
 
 }  // namespace quorvane

@@ -150,6 +150,7 @@ void EditJournal::Begin(const std::string& folder, std::vector<JournalWords> hea
   header_ = std::move(header);
   fileMade_ = false;
   failed_ = false;
+  planPending_ = false;
   operations_ = 0;
   clip_ = 0;
 }
@@ -225,7 +226,13 @@ bool EditJournal::Append(const JournalWords& words) {
 }
 
 bool EditJournal::AppendSavePlan(const std::vector<JournalWords>& lines) {
-  return Active() && WriteLines(lines, !fileMade_);
+  planPending_ = Active() && WriteLines(lines, !fileMade_);
+  return planPending_;
+}
+
+void EditJournal::AbandonSavePlan() {
+  planPending_ = false;
+  Append({"save-abandoned"});
 }
 
 void EditJournal::Restart(std::vector<JournalWords> header) {
@@ -235,6 +242,7 @@ void EditJournal::Restart(std::vector<JournalWords> header) {
   header_ = std::move(header);
   fileMade_ = false;
   failed_ = false;
+  planPending_ = false;
   operations_ = 0;
   clip_ = 0;  // a clip copied before the save is not in the journal any more
 }

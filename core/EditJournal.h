@@ -10,6 +10,7 @@
 // crash, or garbage after a power cut, reads as the end of the journal.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -67,6 +68,11 @@ class EditJournal {
   void Restart(std::vector<JournalWords> header);
   // Appends the lines of a save about to put its files in place, forced onto the disk.
   bool AppendSavePlan(const std::vector<JournalWords>& lines);
+  // The save put back what it had put in place: its plan is not to be finished.
+  void AbandonSavePlan();
+  // Whether a save's plan is written and the save not over: a session ended now leaves
+  // its staged files for the next start to put in place. Read from any thread.
+  bool SavePlanPending() const { return planPending_; }
   // The journal cannot describe the edits any more: it stops, its file goes, and the
   // person is told once.
   void Fail();
@@ -96,6 +102,7 @@ class EditJournal {
   std::vector<JournalWords> header_;
   bool fileMade_ = false;
   bool failed_ = false;
+  std::atomic<bool> planPending_ = false;
   int32_t operations_ = 0;
   int32_t clip_ = 0;
 };

@@ -202,8 +202,9 @@ TEST_F(Recovery, ASessionKilledAtARandomMomentIsRecoveredAsFarAsItsEditsComplete
   }
 }
 
-// Without "recover" or "discard" a start leaves the journal alone; "discard" drops it, and
-// a track changed since the session ended stops recovery before the first edit, named.
+// Without "recover" or "discard" a start leaves the journal alone; "discard" drops it; a
+// track changed since the session ended stops recovery before the first edit, named; and a
+// session ended by SIGTERM leaves its journal as a killed one does.
 TEST_F(Recovery, RecoveryIsDoneOrDroppedOnlyWhenAskedAndNeverOverAChangedTrack) {
   const std::string loaded = Run({"info"}).out;
   const std::vector<std::string> edits{"delete 1 100",
@@ -231,6 +232,14 @@ TEST_F(Recovery, RecoveryIsDoneOrDroppedOnlyWhenAskedAndNeverOverAChangedTrack) 
             std::string::npos)
       << stopped.err;
   EXPECT_EQ(SessionFolders(), 0u);
+
+  {
+    RunningProgram ended(QUORVANE_BATCH_PROGRAM, Arguments(edits), Environment());
+    ASSERT_TRUE(ended.AwaitOutput("{\"channels\"", 1));
+    EXPECT_EQ(ended.Wait(true).exitStatus, 143);
+  }
+  const ProgramRun recovered = Run({"recover"});
+  EXPECT_GE(std::stoi(recovered.out.substr(recovered.out.find(':') + 1)), 1) << recovered.out;
 }
 
 }  // namespace
