@@ -148,6 +148,7 @@ void EditJournal::Begin(const std::string& folder, std::vector<JournalWords> hea
   file_.Close();
   folder_ = folder;
   header_ = std::move(header);
+  waiting_.clear();
   fileMade_ = false;
   failed_ = false;
   planPending_ = false;
@@ -189,6 +190,7 @@ bool EditJournal::WriteLines(const std::vector<JournalWords>& lines, bool create
   std::string text;
   if (create) {
     for (const JournalWords& line : header_) text += EncodeJournalLine(line);
+    for (const JournalWords& line : waiting_) text += EncodeJournalLine(line);
   }
   for (const JournalWords& line : lines) text += EncodeJournalLine(line);
   if (create) {
@@ -200,6 +202,7 @@ bool EditJournal::WriteLines(const std::vector<JournalWords>& lines, bool create
   if (written && create) {
     SyncFolder(folder_);
     fileMade_ = true;
+    waiting_.clear();
   }
   if (!written) Fail();
   return written;
@@ -220,7 +223,12 @@ void EditJournal::Fail() {
 
 bool EditJournal::Append(const JournalWords& words) {
   if (!Active()) return false;
-  if (!WriteLines({words}, !fileMade_)) return false;
+  // A copy changes nothing to recover: it waits for an edit to go with.
+  if (!fileMade_ && words.size() > 1 && words[0] == "op" && words[1] == "copy") {
+    waiting_.push_back(words);
+  } else if (!WriteLines({words}, !fileMade_)) {
+    return false;
+  }
   if (!words.empty() && words[0] == "op") ++operations_;
   return true;
 }
@@ -240,6 +248,7 @@ void EditJournal::Restart(std::vector<JournalWords> header) {
   file_.Close();
   ::unlink(FilePath().c_str());
   header_ = std::move(header);
+  waiting_.clear();
   fileMade_ = false;
   failed_ = false;
   planPending_ = false;

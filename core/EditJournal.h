@@ -100,6 +100,8 @@ class EditJournal {
   std::string folder_;
   FileHandle file_;  // open for appending once the file is made
   std::vector<JournalWords> header_;
+  // Copies made before the first edit: a session that only copies leaves no journal.
+  std::vector<JournalWords> waiting_;
   bool fileMade_ = false;
   bool failed_ = false;
   std::atomic<bool> planPending_ = false;
