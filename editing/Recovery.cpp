@@ -74,15 +74,6 @@ void LinkKeptFiles(const std::string& from) {
 // journal (the dead session's folder then stays).
 int32_t Replay(FileMemoClass& document, const std::string& folder,
                const std::vector<JournalWords>& journal) {
-  const std::string changed = ChangedSource(journal);
-  if (!changed.empty()) {
-    UserInterface().Message(
-        "The unsaved edits could not be recovered: this file changed after "
-        "the previous session ended:" +
-            std::string(kCrLf) + changed,
-        MessageIcon::Exclamation);
-    return 0;
-  }
   LinkKeptFiles(folder);
   std::vector<JournalWords> adopted;
   int32_t recovered = 0;
@@ -130,6 +121,18 @@ int32_t RecoverUnsavedEdits(FileMemoClass& document, RecoveryChoice choice) {
   const std::vector<JournalWords> journal = ReadJournal(dead.front() + "/" + kSessionJournalName);
   bool hasEdits = false;
   for (const JournalWords& line : journal) hasEdits = hasEdits || IsOperation(line);
+  // Edits made to other audio than is on the disk now cannot be done again: the person is
+  // told instead of asked.
+  const std::string changed =
+      hasEdits && choice != RecoveryChoice::Discard ? ChangedSource(journal) : std::string();
+  if (!changed.empty()) {
+    UserInterface().Message(
+        "The unsaved edits could not be recovered: this file changed after "
+        "the previous session ended:" +
+            std::string(kCrLf) + changed,
+        MessageIcon::Exclamation);
+    hasEdits = false;
+  }
   bool recover = hasEdits && choice == RecoveryChoice::Recover;
   if (hasEdits && choice == RecoveryChoice::Ask) {
     recover =
