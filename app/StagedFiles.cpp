@@ -22,9 +22,15 @@ namespace {
 // The staged files of the saves under way, for a program ended in the middle of one.
 std::mutex g_underWayLock;
 std::unordered_set<std::string> g_underWay;
+bool g_ending = false;  // the staged files were removed: the program is ending
 
 void Remember(const std::string& staged) {
   const std::lock_guard lock(g_underWayLock);
+  // A save that goes on beside the clean-up of an ending program leaves no file behind.
+  if (g_ending) {
+    ::unlink(staged.c_str());
+    ThrowError(kErrorPathFileAccess, "The program is ending");
+  }
   g_underWay.insert(staged);
 }
 
@@ -186,6 +192,7 @@ bool StagedFiles::Commit(const std::function<void(const std::string&)>& beforeRe
 
 void RemoveStagedFilesNow() {
   const std::lock_guard lock(g_underWayLock);
+  g_ending = true;
   for (const std::string& staged : g_underWay) ::unlink(staged.c_str());
   g_underWay.clear();
 }

@@ -55,7 +55,8 @@ class StagedFiles {
   std::vector<Entry> entries_;
 };
 
-// Removes the staged files of every save under way, from any thread: the program is ending.
+// Removes the staged files of every save under way, from any thread: the program is ending,
+// and from then on no file is staged.
 void RemoveStagedFilesNow();
 
 }  // namespace quorvane

@@ -147,13 +147,17 @@ std::string EditJournal::FilePath() const { return folder_ + "/" + kJournalName;
 void EditJournal::Begin(const std::string& folder, std::vector<JournalWords> header) {
   file_.Close();
   folder_ = folder;
+  StartFrom(std::move(header));
+}
+
+void EditJournal::StartFrom(std::vector<JournalWords> header) {
   header_ = std::move(header);
   waiting_.clear();
   fileMade_ = false;
   failed_ = false;
   planPending_ = false;
   operations_ = 0;
-  clip_ = 0;
+  clip_ = 0;  // a clip copied before is not in this journal
 }
 
 bool EditJournal::Adopt(const std::vector<JournalWords>& lines) {
@@ -247,13 +251,7 @@ void EditJournal::Restart(std::vector<JournalWords> header) {
   if (folder_.empty()) return;
   file_.Close();
   ::unlink(FilePath().c_str());
-  header_ = std::move(header);
-  waiting_.clear();
-  fileMade_ = false;
-  failed_ = false;
-  planPending_ = false;
-  operations_ = 0;
-  clip_ = 0;  // a clip copied before the save is not in the journal any more
+  StartFrom(std::move(header));
 }
 
 std::string EditJournal::NewKeptName(const std::string& extension, int& descriptor) const {

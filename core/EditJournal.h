@@ -94,6 +94,8 @@ class EditJournal {
   int32_t Clip() const { return clip_; }
 
  private:
+  // A journal of no operations yet, whose file is made with the first.
+  void StartFrom(std::vector<JournalWords> header);
   bool WriteLines(const std::vector<JournalWords>& lines, bool create);
   std::string NewKeptName(const std::string& extension, int& descriptor) const;
 
